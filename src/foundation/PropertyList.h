@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+
+#include "foundation/Bytes.h"
+#include "foundation/PlistValue.h"
+
+namespace tunevale {
+
+/// Binary property lists ("bplist00": the format that CoreFoundation's CFBinaryPList.c documents).
+///
+/// Reads a property list. Nothing for input that is truncated, cyclic, nested deeper than 64, expands past
+/// the limits in PropertyListLimits.h, or is not a property list at all. A leaf of a kind that PlistValue
+/// lacks (a date, an archive reference, a set, an integer past 64 signed bits) reads as null beside its
+/// usable neighbours. Takes time and memory linear in the input's size. Any thread.
+std::optional<PlistValue> readPropertyList(ByteView input);
+
+/// Writes a property list that reads back equal. Equal strings and shared containers are written once; reals
+/// that single precision holds exactly take four bytes. Any thread.
+Bytes writePropertyList(const PlistValue& value);
+
+}  // namespace tunevale
