@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "foundation/PlistValue.h"
+#include "platform/WKAlert.h"
+
+namespace tunevale {
+
+class WKInterfaceController;
+
+/// What a screen may ask of whoever shows it. Main queue. Screens call it through WKInterfaceController.
+class InterfaceHost {
+ public:
+  using Page = std::pair<std::string, PlistValue>;  // scene identifier and context
+  virtual ~InterfaceHost() = default;
+  virtual void titleDidChange(WKInterfaceController& screen) = 0;
+  /// Ignored, with no effect, when the screen is not the one on top or the identifier is unknown.
+  virtual void push(WKInterfaceController& from, const std::string& name, const PlistValue& context) = 0;
+  virtual void present(WKInterfaceController& from, const std::vector<Page>& pages) = 0;
+  /// Never dropped: alerts wait for one another.
+  virtual void presentAlert(WKInterfaceController& from, WKAlert alert) = 0;
+};
+
+}  // namespace tunevale

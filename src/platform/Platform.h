@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/FileManager.h"
+#include "platform/ImageCache.h"
+#include "platform/ImageCodec.h"
+#include "platform/LetterCase.h"
+#include "platform/Log.h"
+#include "platform/NotificationCenter.h"
+#include "platform/PhoneSession.h"
+#include "platform/Queues.h"
+#include "platform/SharedObjects.h"
+#include "platform/UserDefaults.h"
+#include "platform/WKExtension.h"
+
+namespace tunevale {
+
+/// Everything that the extension wants of the outside, handed in by whoever starts it. The services outlive
+/// the platform; the platform outlives the delegate and every screen.
+struct Platform {
+  MainQueue& mainQueue;
+  NotificationCenter& defaultCenter;
+  UserDefaults& standardUserDefaults;
+  FileManager& fileManager;
+  ImageCodec& imageCodec;
+  LetterCase& letterCase;
+  Log& log;
+  PhoneSession& defaultSession;
+  /// Absolute, without a final slash. It and its `Documents` exist.
+  std::string homeDirectory;
+  /// The label is for debuggers.
+  std::function<std::unique_ptr<SerialQueue>(const std::string& label)> makeSerialQueue;
+  std::function<std::shared_ptr<ImageCache>()> makeImageCache;
+
+  WKExtension sharedExtension{};
+  SharedObjects sharedObjects{};
+};
+
+}  // namespace tunevale

@@ -1,0 +1,59 @@
+#include "platform/WKInterfaceController.h"
+
+#include "platform/InterfaceHost.h"
+#include "platform/WKInterfaceTable.h"
+
+namespace tunevale {
+
+namespace {
+
+void closeTables(WKInterfaceObject& element) {
+  if (element.kind() == WKInterfaceObject::Kind::table) static_cast<WKInterfaceTable&>(element).close();
+  for (const auto& child : element.children()) closeTables(*child);
+}
+
+}  // namespace
+
+void WKInterfaceController::setTitle(std::string_view title) {
+  title_ = title;
+  if (host_ != nullptr) host_->titleDidChange(*this);
+}
+
+void WKInterfaceController::pushControllerWithName(const std::string& name, const PlistValue& context) {
+  if (host_ != nullptr) host_->push(*this, name, context);
+}
+
+void WKInterfaceController::presentControllerWithName(const std::string& name, const PlistValue& context) {
+  if (host_ != nullptr) host_->present(*this, {{name, context}});
+}
+
+void WKInterfaceController::presentControllerWithNames(const std::vector<std::string>& names,
+                                                       const std::vector<PlistValue>& contexts) {
+  std::vector<InterfaceHost::Page> pages;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    pages.emplace_back(names[i], i < contexts.size() ? contexts[i] : PlistValue());
+  }
+  if (host_ != nullptr) host_->present(*this, pages);
+}
+
+void WKInterfaceController::presentAlertControllerWithTitle(std::string_view title, std::string_view message,
+                                                            WKAlertControllerStyle preferredStyle,
+                                                            std::vector<WKAlertAction> actions) {
+  if (host_ == nullptr) return;
+  host_->presentAlert(*this, {std::string(title), std::string(message), preferredStyle, std::move(actions)});
+}
+
+void WKInterfaceController::attach(std::unique_ptr<WKInterfaceObject> root, InterfaceHost* host) {
+  root_ = std::move(root);
+  host_ = host;
+}
+
+void WKInterfaceController::detach() {
+  host_ = nullptr;
+  if (root_) {
+    root_->setChangeHandler(nullptr);
+    closeTables(*root_);
+  }
+}
+
+}  // namespace tunevale
