@@ -27,6 +27,10 @@ if(TUNEVALE_SANITIZE)
   add_link_options(-fsanitize=${TUNEVALE_SANITIZE})
 endif()
 
+if(TUNEVALE_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # tunevale_library(ROOM sources... [USES rooms-or-libraries...] [PRIVATELY libraries...])
 # One static library per room, seen by others as tunevale::ROOM.
 function(tunevale_library room)
