@@ -37,7 +37,8 @@ class HttpServer {
   /// longest prefix. A later route of the same path and method replaces the earlier one.
   void get(const std::string& path, Handler handler);
   void post(const std::string& path, Handler handler);
-  /// The files under a directory, read at each request. Every part of a path is of letters, digits, `.`, `_` and
+  /// The files under a directory, read at each request. Every part of a path is of letters, digits, `.`, `_`
+  /// and
   /// `-` and does not begin with a dot, and the extension is one that a page of ours has; else 404.
   void folder(const std::string& prefix, const std::filesystem::path& directory);
   void webSocket(const std::string& path, std::shared_ptr<WebSocketEndpoint> endpoint);

@@ -23,8 +23,8 @@ class WebSocketEndpoint {
  public:
   using Greeting = std::function<std::string()>;
   using Received = std::function<void(WebSocketClient&, std::string_view text)>;
-  WebSocketEndpoint(Greeting greeting, Received received)
-      : greeting(std::move(greeting)), received(std::move(received)) {}
+  WebSocketEndpoint(Greeting greet, Received receive)
+      : greeting(std::move(greet)), received(std::move(receive)) {}
   WebSocketEndpoint(const WebSocketEndpoint&) = delete;
   WebSocketEndpoint& operator=(const WebSocketEndpoint&) = delete;
 
