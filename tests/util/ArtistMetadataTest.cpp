@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include "WrongKinds.h"
+#include "util/ArtistMetadata.h"
+
+namespace tunevale {
+namespace {
+
+using namespace WatchUtil;
+using Names = std::vector<std::string>;
+
+PlistValue songWith(PlistDictionary artistMap) {
+  return PlistDictionary{{"more_info", PlistDictionary{{"artistMap", std::move(artistMap)}}}};
+}
+
+PlistDictionary artist(const char* name, const char* role = "") {
+  return {{"name", name}, {"role", role}};
+}
+
+TEST(Artists, DropPlaceholdersOnly) {
+  const PlistDictionary nameless{{"role", "singer"}};
+  const PlistDictionary numbered{{"id", 7}, {"name", "B"}};
+  const PlistDictionary lower{{"id", "null"}, {"name", "Null"}};
+  const PlistValue song = songWith(
+      {{"artists", PlistArray{nameless, PlistDictionary{{"id", "NULL"}, {"name", "A"}},
+                              PlistDictionary{{"id", "7"}, {"name", "NULL"}}, numbered, "NULL", 3, lower}}});
+  EXPECT_EQ(getArtistsForSong(&song), (PlistArray{nameless, numbered, lower}));
+  const PlistValue none = songWith({{"artists", PlistArray{PlistDictionary{{"id", "NULL"}}}}});
+  EXPECT_EQ(getArtistsForSong(&none), std::nullopt);
+}
+
+TEST(Artists, RawListsAreNotFiltered) {
+  const PlistArray placeholders{artist("NULL"), 3};
+  const PlistValue song = songWith({{"primary_artists", placeholders}, {"featured_artists", PlistArray()}});
+  EXPECT_EQ(getPrimaryArtistsForSong(&song), placeholders);
+  EXPECT_EQ(getPrimaryArtistNamesForSong(&song), "NULL");
+  EXPECT_EQ(getFeaturedArtistsForSong(&song), std::nullopt);
+  EXPECT_EQ(getFeaturedArtistNamesForSong(&song), "");
+  EXPECT_EQ(getArtistMapForSong(&song).size(), 2U);
+}
+
+TEST(Artists, NamesAreTrimmedJoinedAndKeptTwice) {
+  EXPECT_EQ(getArtistStringFromArtistMap({artist(" A "), artist(""), artist("B"), artist("\n"), artist("A"),
+                                          PlistDictionary{{"name", 4}}, "C"}),
+            "A, B, A");
+  EXPECT_EQ(getArtistStringFromArray({" a", "", "b\n "}), "a, , b\n");
+  EXPECT_EQ(getArtistStringFromArray({}), "");
+}
+
+TEST(Artists, RolesAreExact) {
+  const PlistValue song = songWith(
+      {{"artists", PlistArray{artist("S1", "singer"), artist("Actor", "starring"), artist("M", "music"),
+                              artist("S2", "singer"), artist("x", "Singer"), artist("", "singer"),
+                              artist("NULL", "singer"), artist("w", "lyricist")}}});
+  EXPECT_EQ(getSingersForSongInArray(&song), (Names{"S1", "S2"}));
+  EXPECT_EQ(getSingersForSong(&song), "S1, S2");
+  EXPECT_EQ(getActorsForSong(&song), "Actor");
+  EXPECT_EQ(getActorsForSongInArray(&song), Names{"Actor"});
+  EXPECT_EQ(getMusicDirectorsForSong(&song), "M");
+  EXPECT_EQ(getMusicDirectorsForSongInArray(&song), Names{"M"});
+}
+
+TEST(BestArtist, TakesTheFirstRuleThatYields) {
+  const PlistArray primary{artist("A &amp; B")};
+  const PlistArray featured{artist("F")};
+  const PlistArray singers{artist("S", "singer"), artist("Actor", "starring")};
+  const PlistValue featuredSong = songWith({{"featured_artists", featured}});
+  const PlistDictionary singersMap{{"artistMap", PlistDictionary{{"artists", singers}}}};
+  struct Case {
+    PlistValue song;
+    const char* artists;
+  };
+  const Case cases[] = {
+      {songWith({{"primary_artists", primary}, {"featured_artists", featured}, {"artists", singers}}),
+       "A & B"},
+      {songWith({{"primary_artists", PlistArray{artist(" ")}}, {"featured_artists", featured}}), "F"},
+      {songWith({{"artists", singers}}), "S"},
+      {songWith({{"artists", PlistArray{artist("M", "music"), artist("Actor", "starring")}}}), ""},
+      {PlistDictionary{{"list", PlistArray{featuredSong}}}, "F"},
+      {PlistDictionary{{"list", PlistArray{PlistDictionary{{"list", PlistArray{featuredSong}}}}}}, "F"},
+      // an album's own singers are not asked once its first song is, and are when that is empty or no record
+      {PlistDictionary{{"list", PlistArray{PlistDictionary{{"title", "x"}}}}, {"more_info", singersMap}}, ""},
+      {PlistDictionary{{"list", PlistArray{PlistDictionary(), featuredSong}}, {"more_info", singersMap}},
+       "S"},
+      {PlistDictionary{{"list", PlistArray{"x"}}, {"more_info", singersMap}}, "S"},
+      {PlistDictionary{{"list", "x"}}, ""},
+      {"song", ""},
+      {PlistValue(), ""},
+  };
+  for (const Case& c : cases) {
+    const std::string expected = c.artists;
+    EXPECT_EQ(getBestArtist(&c.song, false), expected);
+    EXPECT_EQ(getBestArtist(&c.song, true), expected.empty() ? "" : " \xE2\x80\x93 " + expected);
+  }
+  EXPECT_EQ(getBestArtist(nullptr, true), "");
+}
+
+TEST(BestArtist, DescendsAsDeepAsThePhoneLikes) {
+  PlistValue album = songWith({{"primary_artists", PlistArray{artist("deep")}}});
+  for (int depth = 0; depth < 2'000; ++depth) album = PlistDictionary{{"list", PlistArray{album}}};
+  EXPECT_EQ(getBestArtist(&album, false), "deep");
+}
+
+TEST(Artists, OneLongNameManyTimesOverStaysShort) {
+  const PlistDictionary singer = artist(std::string(10'000, 'n').c_str(), "singer");
+  PlistArray many;
+  for (int i = 0; i < 100'000; ++i) many.append(singer);
+  const PlistValue song = songWith({{"primary_artists", many}, {"artists", many}});
+  EXPECT_LT(getPrimaryArtistNamesForSong(&song).size(), 30'000U);
+  EXPECT_LT(getSingersForSong(&song).size(), 30'000U);
+}
+
+TEST(Artists, SurviveEveryKindAtEveryDepth) {
+  for (const PlistValue& odd : testing::oneOfEachKind()) {
+    const PlistArray list{odd, PlistDictionary{{"id", odd}, {"name", odd}, {"role", odd}}};
+    const PlistValue songs[] = {
+        odd, PlistDictionary{{"more_info", odd}, {"list", odd}},
+        PlistDictionary{{"more_info", PlistDictionary{{"artistMap", odd}}}, {"list", PlistArray{odd}}},
+        songWith({{"artists", odd}, {"primary_artists", odd}, {"featured_artists", odd}}),
+        songWith({{"artists", list}, {"primary_artists", list}, {"featured_artists", list}})};
+    const std::string said = odd == PlistValue("text") ? "text" : "";
+    for (const PlistValue& song : songs) {
+      EXPECT_EQ(getSingersForSong(&song) + getActorsForSong(&song) + getMusicDirectorsForSong(&song), "");
+      const std::string best = getBestArtist(&song, false);
+      EXPECT_TRUE(best.empty() || best == said || best == "\n") << best;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tunevale

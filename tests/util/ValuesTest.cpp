@@ -1,0 +1,124 @@
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "util/ArtworkPath.h"
+#include "util/HexColor.h"
+#include "util/StationFields.h"
+#include "util/ValueChecks.h"
+
+namespace tunevale {
+namespace {
+
+using namespace WatchUtil;
+
+TEST(ValueChecks, EachAcceptsItsOwnKindOnly) {
+  struct Case {
+    PlistValue value;
+    const char* accepted;  // s string, a array, d dictionary, b bytes
+  };
+  const Case cases[] = {
+      {PlistValue(), ""},
+      {false, ""},
+      {12, ""},
+      {1.5, ""},
+      {"", ""},
+      {" ", "s"},
+      {PlistArray(), ""},
+      {PlistArray{PlistValue()}, "a"},
+      {PlistDictionary(), ""},
+      {PlistDictionary{{"", PlistValue()}}, "d"},
+      {PlistValue(Bytes()), "b"},
+      {PlistValue(Bytes{std::byte{1}}), "b"},
+  };
+  for (const Case& c : cases) {
+    std::string accepted;
+    if (isNonEmptyString(&c.value)) accepted += 's';
+    if (isNonEmptyArray(&c.value)) accepted += 'a';
+    if (isNonEmptyDictionary(&c.value)) accepted += 'd';
+    if (isNonEmptyData(&c.value)) accepted += 'b';
+    EXPECT_EQ(accepted, c.accepted) << "kind " << static_cast<int>(c.value.kind());
+  }
+  EXPECT_FALSE(isNonEmptyString(nullptr) || isNonEmptyArray(nullptr) || isNonEmptyDictionary(nullptr) ||
+               isNonEmptyData(nullptr));
+  EXPECT_TRUE(isNonEmptyImage(std::make_shared<const Image>()));
+  EXPECT_FALSE(isNonEmptyImage(nullptr));
+}
+
+TEST(HexColor, ReadsSixDigitsHoweverTheyAreDressed) {
+  const Color orange = Color::colorWithRed(1.0F, 128.0F / 255.0F, 0.0F, 1.0F);
+  const Color grey = Color::colorWithRed(0.24313726F, 0.24313726F, 0.24313726F, 1.0F);
+  struct Case {
+    const char* text;
+    Color color;
+  };
+  const Case cases[] = {
+      {"#FF8000", orange},
+      {"  0xff8000 ", orange},
+      {"ff#80#00", orange},
+      {"\n0XFF8000\u00A0", orange},
+      {"#0xfF8000", orange},
+      {"0#xFF8000", orange},  // the signs go before the prefix is looked for
+      {"#FFF", grey},
+      {"#FF800", grey},
+      {"#FF800080", grey},
+      {"0xFF80", grey},  // six characters of which the prefix is two
+      {"FF80 00", grey},
+      {"     ", grey},
+      {"######", grey},
+      {"ZZZZZZ", Color::blackColor()},
+      {"0GG0FG", Color::ofBytes(0, 0, 15)},
+      {"1Z-1+1", Color::ofBytes(1, 0, 0)},
+      {"\u00E9FFFFF", Color::ofBytes(0, 255, 255)},     // one UTF-16 unit
+      {"\U0001F3B5FFFF", Color::ofBytes(0, 255, 255)},  // two
+      {"\U0001F3B5FFFFF", grey},                        // seven units, though six letters
+      {"", Color::blackColor()},
+  };
+  for (const Case& c : cases) {
+    const PlistValue text(c.text);
+    EXPECT_EQ(getColorFromHex(&text), c.color) << '"' << c.text << '"';
+  }
+}
+
+TEST(HexColor, GivesTheAlphaToGoodColoursOnly) {
+  const PlistValue good("#2BAB48");
+  const PlistValue bad("ZZZ");
+  const PlistValue number(12);
+  EXPECT_EQ(getColorFromHex(&good, 0.5F), Color::ofBytes(0x2B, 0xAB, 0x48, 0.5F));
+  EXPECT_EQ(getColorFromHex(&bad, 0.5F), Color::ofBytes(62, 62, 62, 1.0F));
+  EXPECT_EQ(getColorFromHex(&number, 0.5F), Color::blackColor());
+  EXPECT_EQ(getColorFromHex(nullptr, 0.5F), Color::blackColor());
+}
+
+TEST(StationFields, HandOutWhatIsThere) {
+  const PlistValue station(
+      PlistDictionary{{"title", 5},
+                      {"image", ""},
+                      {"more_info", PlistDictionary{{"color", "#FFF"}, {"language", PlistValue()}}}});
+  EXPECT_EQ(*getTitleForRadioStation(&station), PlistValue(5));
+  EXPECT_EQ(*getImageUrlForRadioStation(&station), PlistValue(""));
+  EXPECT_EQ(*getColorForRadioStation(&station), PlistValue("#FFF"));
+  EXPECT_TRUE(getLanguageForRadioStation(&station)->isNull());
+
+  const PlistValue bare(PlistDictionary{{"more_info", "none"}});
+  for (const PlistValue* record :
+       {&bare, getTitleForRadioStation(&station), static_cast<const PlistValue*>(nullptr)}) {
+    EXPECT_EQ(getTitleForRadioStation(record), nullptr);
+    EXPECT_EQ(getImageUrlForRadioStation(record), nullptr);
+    EXPECT_EQ(getColorForRadioStation(record), nullptr);
+    EXPECT_EQ(getLanguageForRadioStation(record), nullptr);
+  }
+}
+
+TEST(ArtworkPath, LeadsNowhereElse) {
+  EXPECT_EQ(artworkDirectory("/home/w"), "/home/w/Documents/ImageCache");
+  EXPECT_EQ(artworkPath("/home/w", "Top_Hits_image.png"), "/home/w/Documents/ImageCache/Top_Hits_image.png");
+  EXPECT_TRUE(artworkPath("/h", "..png") && artworkPath("/h", "...") && artworkPath("/h", "\\"));
+  EXPECT_TRUE(artworkPath("/h", std::string(255, 'a')));
+  const std::string bad[] = {
+      "", ".", "..", "/", "a/b.png", "../x.png", "x.png/..", std::string("a\0b", 3), std::string(256, 'a')};
+  for (const std::string& name : bad) EXPECT_FALSE(artworkPath("/h", name)) << name;
+}
+
+}  // namespace
+}  // namespace tunevale
