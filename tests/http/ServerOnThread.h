@@ -1,0 +1,50 @@
+#pragma once
+
+#include <future>
+#include <optional>
+#include <thread>
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+
+#include "http/HttpServer.h"
+
+namespace tunevale::http {
+
+/// A server whose loop runs on a thread of its own, so that tests may wait for answers.
+class ServerOnThread {
+ public:
+  ServerOnThread() : server_(std::in_place, loop_, Address{}), thread_([this] { loop_.run(); }) {}
+  ~ServerOnThread() {
+    onLoop([this] {
+      server_.reset();
+      work_.reset();
+    });
+    // Returns by itself once every connection has ended.
+    thread_.join();
+  }
+  HttpServer& operator*() { return *server_; }
+  HttpServer* operator->() { return &*server_; }
+  std::uint16_t port() const { return server_->port(); }
+  boost::asio::io_context& loop() { return loop_; }
+
+  /// Runs work on the loop's thread and waits for it.
+  template <class Work>
+  void onLoop(Work work) {
+    std::promise<void> done;
+    boost::asio::post(loop_, [&] {
+      work();
+      done.set_value();
+    });
+    done.get_future().wait();
+  }
+
+ private:
+  boost::asio::io_context loop_;
+  boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work_{loop_.get_executor()};
+  std::optional<HttpServer> server_;
+  std::thread thread_;
+};
+
+}  // namespace tunevale::http
