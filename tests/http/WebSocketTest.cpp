@@ -67,7 +67,7 @@ TEST_F(WebSocketTest, GivesASlowReaderTheStateInsteadOfWhatItMissed) {
   for (int i = 0; i < 400; ++i) broadcast(large);
   server_.onLoop([this] { state_ = 2; });
   std::size_t texts = 0;
-  for (std::string text; (text = slow.read()) != "state 2";) texts += text == large ? 1 : 0;
+  for (std::string text; (text = slow.read()) != "state 2";) texts += static_cast<std::size_t>(text == large);
   EXPECT_LT(texts, 400U);
   broadcast("after");
   EXPECT_TRUE(slow.read() == "after");
