@@ -15,5 +15,7 @@ std::string description(const PlistValue& value);
 std::string description(const PlistDictionary& value);
 /// A text from outside, made safe for one log line in the same way.
 std::string description(std::string_view text);
+std::string description(const std::string& text);
+std::string description(const char* text);
 
 }  // namespace tunevale

@@ -35,6 +35,7 @@ class PlistArray {
   friend bool operator==(const PlistArray& left, const PlistArray& right) noexcept;
 
  private:
+  friend struct StorageAccess;
   struct Rep;
   Rep& edit();
   Rep* rep_ = nullptr;

@@ -42,8 +42,9 @@ class PlistDictionary {
   friend bool operator==(const PlistDictionary& left, const PlistDictionary& right) noexcept;
 
  private:
+  friend struct StorageAccess;
   struct Rep;
-  Rep& edit();
+  Rep& edit(std::size_t capacity);
   Rep* rep_ = nullptr;
 };
 

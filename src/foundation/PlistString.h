@@ -32,6 +32,7 @@ class PlistString {
   }
 
  private:
+  friend struct StorageAccess;
   struct Rep;
   explicit PlistString(Rep* rep) noexcept : rep_(rep) {}
   Rep* rep_ = nullptr;

@@ -65,8 +65,8 @@ class PlistValue {
   friend bool operator==(const PlistValue& left, const PlistValue& right) noexcept;
 
  private:
-  friend class PlistString;
-  void swap(PlistValue& other) noexcept;
+  friend struct StorageAccess;
+  void clear() noexcept;
 
   Kind kind_;
   union {
