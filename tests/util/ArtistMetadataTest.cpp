@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "WrongKinds.h"
 #include "util/ArtistMetadata.h"
+#include "util/WrongKinds.h"
 
 namespace tunevale {
 namespace {
@@ -111,7 +111,7 @@ TEST(Artists, OneLongNameManyTimesOverStaysShort) {
 }
 
 TEST(Artists, SurviveEveryKindAtEveryDepth) {
-  for (const PlistValue& odd : testing::oneOfEachKind()) {
+  for (const PlistValue& odd : test::oneOfEachKind()) {
     const PlistArray list{odd, PlistDictionary{{"id", odd}, {"name", odd}, {"role", odd}}};
     const PlistValue songs[] = {
         odd, PlistDictionary{{"more_info", odd}, {"list", odd}},

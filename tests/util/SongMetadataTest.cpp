@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "WrongKinds.h"
 #include "util/SongMetadata.h"
+#include "util/WrongKinds.h"
 
 namespace tunevale {
 namespace {
@@ -30,7 +30,7 @@ TEST(SongMetadata, ReadsWhereTheFieldsAre) {
 }
 
 TEST(SongMetadata, SurvivesEveryKindAtEveryDepth) {
-  for (const PlistValue& odd : testing::oneOfEachKind()) {
+  for (const PlistValue& odd : test::oneOfEachKind()) {
     const PlistValue records[] = {
         odd, withInfo(odd),
         PlistDictionary{{"title", odd},

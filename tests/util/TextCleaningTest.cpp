@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "WrongKinds.h"
 #include "util/TextCleaning.h"
+#include "util/WrongKinds.h"
 
 namespace tunevale {
 namespace {
@@ -69,7 +69,7 @@ TEST(RadioFileName, ChangesSpacesOnly) {
 }
 
 TEST(Cleaning, HasNothingForOtherKinds) {
-  for (const PlistValue& value : testing::oneOfEachKind()) {
+  for (const PlistValue& value : test::oneOfEachKind()) {
     if (value.string()) continue;
     EXPECT_EQ(trimWhitespace(&value) + convertHTMLEntities(&value) + getValidFileNameForRadio(&value), "");
   }

@@ -4,7 +4,7 @@
 
 #include "foundation/PlistValue.h"
 
-namespace tunevale::testing {
+namespace tunevale::test {
 
 /// One value of each kind, empty ones too, that has no business where a record, a list or a text is expected.
 inline std::vector<PlistValue> oneOfEachKind() {
@@ -25,4 +25,4 @@ inline std::vector<PlistValue> oneOfEachKind() {
           PlistDictionary{{"title", 3}}};
 }
 
-}  // namespace tunevale::testing
+}  // namespace tunevale::test

@@ -1,0 +1,332 @@
+#include "core/CoreTest.h"
+#include "support/Pictures.h"
+
+namespace tunevale::test {
+namespace {
+
+using IncomingData = CoreTest;
+
+PlistDictionary song(const char* title) {
+  return {{"title", title}, {"id", "1"}};
+}
+
+PlistArray marked(PlistArray songs) {
+  for (std::size_t i = 0; i < songs.size(); ++i) {
+    PlistDictionary copy = *songs.at(i)->dictionary();
+    copy.set("source_view", "apple_watch");
+    songs.set(i, copy);
+  }
+  return songs;
+}
+
+const PlistArray kSongs{song("a"), song("b")};
+const PlistDictionary kChart{{"list", kSongs}, {"language", "Hindi"}, {"extra", 1}};
+const PlistDictionary kChartReceived{{"request", "weekly_top_15"}, {"received", "success"}};
+const PlistDictionary kStationsReceived{{"request", "radio_stations"}, {"received", "success"}};
+const PlistDictionary kStations{{"featured", PlistArray{song("station")}}};
+constexpr const char* kChartPosted = "post tunevaleWatch.playlist.weeklytop15.data";
+constexpr const char* kPlayerPosted = "post tunevaleWatch.player.nowplayingchange";
+constexpr const char* kVolumePosted = "post tunevaleWatch.device.volume";
+
+TEST_F(IncomingData, MessagesAreAnsweredOnce) {
+  struct Case {
+    PlistDictionary message;
+    const char* answer;
+  };
+  const Case cases[] = {
+      {{{"request", "volume"}, {"value", 0.5}}, "success"},
+      {{{"request", "volume"}}, "success"},
+      {{{"request", "queue_empty"}}, "failed"},  // though it is handled
+      {{{"request", "Volume"}}, "failed"},
+      {{{"request", ""}}, "failed"},
+      {{{"request", 3}}, "failed"},
+      {{{"appPlaying", song("a")}}, "failed"},
+      {{}, "failed"},
+  };
+  for (const Case& c : cases) {
+    const auto answer = phone.deliverMessage(c.message);
+    EXPECT_EQ(answer->count, 1);
+    EXPECT_EQ(answer->reply, (PlistDictionary{{"request", c.answer}}));
+  }
+  EXPECT_FALSE(delegate.isPlayingMedia());
+  delegate.sessionDidReceiveMessage(phone, {}, nullptr);  // nobody to answer
+}
+
+TEST_F(IncomingData, AVolumeIsStoredBeforeItIsAnsweredAndAnnouncedAfter) {
+  for (const PlistValue& volume : {PlistValue(0.25), PlistValue("loud")}) {
+    delegate.sessionDidReceiveMessage(phone, {{"request", "volume"}, {"value", volume}},
+                                      [this](const PlistDictionary&) { trace.push_back("answer"); });
+    const auto announced = settle();
+    EXPECT_EQ(takeTrace(), (Trace{"store volume", "synchronize", "answer", kVolumePosted}));
+    EXPECT_EQ(stored("volume"), volume);
+    ASSERT_EQ(announced.size(), 1U);
+    EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"volume", volume}}));
+  }
+  phone.deliverMessage({{"request", "volume"}});
+  phone.deliverMessage({{"request", "volume"}, {"value", PlistValue()}});
+  EXPECT_TRUE(settle().empty());
+  EXPECT_EQ(stored("volume"), PlistValue("loud"));
+}
+
+TEST_F(IncomingData, AnEmptyQueueKeepsTheSong) {
+  deliverData(PlistDictionary{{"appPlaying", song("a")}});
+  settle();
+  phone.deliverMessage({{"request", "queue_empty"}});
+  EXPECT_FALSE(delegate.isPlayingMedia());
+  EXPECT_EQ(delegate.nowPlayingSong(), song("a"));
+  const auto announced = settle();
+  ASSERT_EQ(announced.size(), 1U);
+  EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"status", "empty"}}));
+}
+
+TEST_F(IncomingData, AChartIsStoredAcknowledgedAndAnnounced) {
+  for (const bool asUserInfo : {false, true}) {
+    defaults.setObject(std::nullopt, kUserLanguage);
+    takeTrace();
+    if (asUserInfo) {
+      phone.deliverUserInfo({{"weekly_top_15", kChart}, {"radio_stations", "x"}});
+    } else {
+      EXPECT_EQ(deliverData(PlistDictionary{{"weekly_top_15", kChart}, {"radio_stations", kStations}})->count,
+                0);
+    }
+    EXPECT_TRUE(posted.empty());
+    const auto announced = settle();
+    EXPECT_EQ(takeTrace(), (Trace{"store kUserLanguage", "store weekly_top_15", "store weekly_top_15_data",
+                                  "send weekly_top_15", kChartPosted}));
+    EXPECT_EQ(stored("kUserLanguage"), PlistValue("hindi"));
+    EXPECT_EQ(stored("weekly_top_15"), PlistValue(marked(kSongs)));
+    EXPECT_EQ(stored("weekly_top_15_data"), PlistValue(kChart));
+    EXPECT_EQ(phone.takeMessages(), std::vector{kChartReceived});
+    ASSERT_EQ(announced.size(), 1U);
+    EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"dataSource", marked(kSongs)}}));
+  }
+  EXPECT_TRUE(radio().getFeaturedStations().empty());
+}
+
+TEST_F(IncomingData, AContextStoresTheSongsAsAnArchive) {
+  const PlistDictionary context{{"weekly_top_15", archivedDataWithRootObject(kChart)},
+                                {"cachedSongList", true},
+                                {"pids", PlistArray{"1"}}};
+  phone.deliverApplicationContext(context);
+  const auto announced = settle();
+  EXPECT_EQ(takeTrace(),
+            (Trace{"store kUserLanguage", "store weekly_top_15_data", "send weekly_top_15", kChartPosted}));
+  const PlistValue data = stored("weekly_top_15_data");
+  EXPECT_EQ(unarchiveObjectWithData(&data), PlistValue(marked(kSongs)));
+  EXPECT_TRUE(stored("weekly_top_15").isNull());
+  EXPECT_TRUE(stored("cached_list_pids").isNull());
+  ASSERT_EQ(announced.size(), 1U);
+  EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"dataSource", marked(kSongs)}}));
+  ASSERT_EQ(world.log.lines().size(), 1U);
+  EXPECT_TRUE(world.log.lines()[0].starts_with("applicationContext:{")) << world.log.lines()[0];
+}
+
+TEST_F(IncomingData, AContextThatCannotBeStoredIsStillAnnounced) {
+  defaults.failingKey = kReceiveWeeklyTop15Data;
+  phone.deliverApplicationContext({{"weekly_top_15", archivedDataWithRootObject(kChart)}});
+  EXPECT_EQ(settle().size(), 1U);
+  EXPECT_EQ(takeTrace(), (Trace{"store kUserLanguage", "send weekly_top_15", kChartPosted}));
+  EXPECT_EQ(world.log.lines().back(), "didReceiveApplicationContent desc:no room");
+}
+
+TEST_F(IncomingData, AContextBringsTheCachedSongs) {
+  for (const PlistValue& pids : {PlistValue(PlistArray{"1", 2}), PlistValue("odd")}) {
+    phone.deliverApplicationContext({{"cachedSongList", PlistValue()}, {"pids", pids}});
+    EXPECT_EQ(stored("cached_list_pids"), pids);
+  }
+  phone.deliverApplicationContext({{"pids", PlistArray()}});
+  phone.deliverApplicationContext({{"cachedSongList", 1}, {"weekly_top_15", "unusable"}});
+  EXPECT_EQ(stored("cached_list_pids"), PlistValue("odd"));
+  phone.deliverApplicationContext({{"cachedSongList", 1}});
+  EXPECT_TRUE(stored("cached_list_pids").isNull());
+  phone.deliverApplicationContext({{"radio_stations", kStations}, {"appPlaying", song("a")}, {"volume", 1}});
+  EXPECT_TRUE(phone.sentMessages().empty());
+  EXPECT_TRUE(settle().empty());
+  EXPECT_FALSE(delegate.isPlayingMedia());
+}
+
+TEST_F(IncomingData, TheChartsLanguageIsFollowed) {
+  const PlistDictionary tamilSong{{"title", "t"}, {"language", "TAMIL"}};
+  struct Case {
+    PlistValue before;
+    PlistDictionary chart;
+    PlistValue after;
+    bool purges;
+  };
+  const Case cases[] = {
+      {"english", {{"list", kSongs}, {"language", "Hindi"}}, "hindi", true},
+      {"hindi", {{"list", kSongs}, {"language", "Hindi"}}, "hindi", false},
+      {"Hindi",
+       {{"list", kSongs}, {"language", "Hindi"}},
+       "hindi",
+       true},  // the stored one is taken as it stands
+      {PlistValue(), {{"list", kSongs}, {"language", "Hindi"}}, "hindi", false},
+      {"", {{"list", kSongs}, {"language", "Hindi"}}, "hindi", false},
+      {7, {{"list", kSongs}, {"language", "Hindi"}}, "hindi", false},
+      {"hindi", {{"list", PlistArray{tamilSong}}}, "tamil", true},
+      {"hindi", {{"list", PlistArray{tamilSong}}, {"language", ""}}, "tamil", true},
+      {"hindi", {{"list", PlistArray{song("a"), tamilSong}}, {"language", 4}}, "hindi", false},
+      {"hindi", {{"list", PlistArray{tamilSong}}, {"language", "Marathi"}}, "marathi", true},
+      {"hindi", {{"list", kSongs}, {"language", "\u00C9T\u00C9"}}, "\u00E9t\u00E9", true},
+  };
+  for (const Case& c : cases) {
+    platform.fileManager.createDirectoryAtPath(directory());
+    radio().addImageToCache(picture(1, 1), "x.png");
+    defaults.setObject(c.before, kUserLanguage);
+    settle();
+    phone.takeMessages();
+    deliverData(PlistDictionary{{"weekly_top_15", c.chart}});
+    settle();
+    EXPECT_EQ(stored("kUserLanguage"), c.after);
+    EXPECT_EQ(platform.fileManager.fileExistsAtPath(directory()), !c.purges);
+    EXPECT_EQ(radio().getTotalCacheCount() == 0, c.purges);
+    std::vector<PlistDictionary> expected{kChartReceived};
+    if (c.purges) expected.insert(expected.begin(), PlistDictionary{{"request", "watch_purged_cache"}});
+    EXPECT_EQ(phone.takeMessages(), expected);
+  }
+  EXPECT_TRUE(world.log.lines().empty());
+}
+
+TEST_F(IncomingData, TheLanguageIsStoredBeforeThePurge) {
+  defaults.setObject(PlistValue("english"), kUserLanguage);
+  takeTrace();
+  deliverData(PlistDictionary{{"weekly_top_15", kChart}});
+  settle();
+  EXPECT_EQ(takeTrace(), (Trace{"store kUserLanguage", "send watch_purged_cache", "store weekly_top_15",
+                                "store weekly_top_15_data", "send weekly_top_15", kChartPosted}));
+}
+
+TEST_F(IncomingData, UnusableChartsAreNotTaken) {
+  PlistDictionary failed = kChart;
+  failed.set("error", PlistValue());
+  const PlistDictionary unusable[] = {failed,
+                                      {{"language", "Tamil"}},
+                                      {{"list", PlistArray()}},
+                                      {{"list", "x"}, {"language", "Tamil"}},
+                                      {{"list", PlistArray{1, "x"}}}};
+  for (const PlistDictionary& chart : unusable) {
+    deliverData(PlistDictionary{{"weekly_top_15", chart}, {"radio_stations", kStations}});
+    phone.deliverUserInfo({{"weekly_top_15", chart}, {"radio_stations", "x"}});
+    phone.deliverApplicationContext(
+        {{"weekly_top_15", archivedDataWithRootObject(chart)}, {"cachedSongList", 1}, {"pids", "x"}});
+    EXPECT_TRUE(settle().empty());
+    EXPECT_EQ(takeTrace(), Trace{});
+  }
+  EXPECT_TRUE(radio().getFeaturedStations().empty());
+}
+
+TEST_F(IncomingData, AListIsTakenWithoutWhatIsNoSong) {
+  deliverData(PlistDictionary{
+      {"weekly_top_15", PlistDictionary{{"list", PlistArray{"x", song("a"), PlistValue()}}}}});
+  EXPECT_EQ(stored("weekly_top_15"), PlistValue(marked(PlistArray{song("a")})));
+}
+
+TEST_F(IncomingData, StationsByDataReachTheStore) {
+  deliverData(PlistDictionary{{"radio_stations", kStations}, {"appPlaying", song("a")}});
+  EXPECT_EQ(radio().getFeaturedStations(), PlistArray{song("station")});
+  EXPECT_EQ(phone.takeMessages(), std::vector{kStationsReceived});
+  EXPECT_FALSE(delegate.isPlayingMedia());
+  deliverData(
+      PlistDictionary{{"radio_stations", archivedDataWithRootObject(kStations)}, {"appPlaying", song("a")}});
+  deliverData(PlistDictionary{{"radio_stations", PlistDictionary()}});
+  EXPECT_TRUE(phone.takeMessages().empty());
+  EXPECT_FALSE(delegate.isPlayingMedia());
+}
+
+TEST_F(IncomingData, StationsByUserInfoAreAcknowledgedAndNeverKept) {
+  const PlistDictionary infos[] = {
+      {{"radio_stations", archivedDataWithRootObject(kStations)}},
+      {{"radio_stations", kStations}},
+      {{"weekly_top_15", "unusable"}},
+      {{"weekly_top_15", PlistDictionary()}, {"appPlaying", song("a")}, {"volume", 1}}};
+  for (const PlistDictionary& info : infos) {
+    phone.deliverUserInfo(info);
+    EXPECT_EQ(phone.takeMessages(), std::vector{kStationsReceived});
+    EXPECT_TRUE(settle().empty());
+  }
+  phone.deliverUserInfo({});
+  EXPECT_TRUE(phone.takeMessages().empty());
+  EXPECT_TRUE(radio().getFeaturedStations().empty());
+  EXPECT_TRUE(stored("radio_stations").isNull());
+  EXPECT_TRUE(stored("volume").isNull());
+  EXPECT_FALSE(delegate.isPlayingMedia());
+}
+
+TEST_F(IncomingData, OnlyChangesOfThePlayStateAreAnnounced) {
+  struct Case {
+    const char* key;
+    PlistValue song;
+    const char* announced;
+  };
+  PlistDictionary sameName = song("a");
+  sameName.set("id", "2");
+  const Case cases[] = {
+      {"appPaused", PlistDictionary{{"id", "9"}}, ""},  // as nameless and as quiet as the start
+      {"appPlaying", song("a"), "playing"},
+      {"appPlaying", sameName, ""},
+      {"appPaused", song("a"), "paused"},
+      {"appPaused", song("a"), ""},
+      {"appPaused", song("b"), "paused"},
+      {"appPlaying", song("c"), "playing"},
+      {"appPlaying", "no record", "playing"},
+      {"appPlaying", PlistValue(), ""},
+  };
+  for (const Case& c : cases) {
+    const auto before = delegate.nowPlayingSong();
+    EXPECT_EQ(deliverData(PlistDictionary{{c.key, c.song}})->count, 0);
+    const auto announced = settle();
+    const PlistDictionary taken = WatchUtil::dictionaryOrEmpty(&c.song);
+    if (*c.announced == '\0') {
+      EXPECT_TRUE(announced.empty());
+      EXPECT_EQ(delegate.nowPlayingSong(), before);
+      continue;
+    }
+    ASSERT_EQ(announced.size(), 1U);
+    EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"status", c.announced}, {"data", taken}}));
+    EXPECT_EQ(delegate.nowPlayingSong(), taken);
+    EXPECT_EQ(delegate.isPlayingMedia(), std::string_view(c.announced) == "playing");
+  }
+}
+
+TEST_F(IncomingData, AVolumeComesOnlyWithSomethingNewThatPlays) {
+  deliverData(PlistDictionary{{"appPlaying", song("a")}, {"volume", 0.5}});
+  settle();
+  EXPECT_EQ(takeTrace(), (Trace{"store volume", "synchronize", kPlayerPosted, kVolumePosted}));
+  deliverData(PlistDictionary{{"appPlaying", song("a")}, {"volume", 0.6}});
+  deliverData(PlistDictionary{{"appPaused", song("a")}, {"volume", 0.7}});
+  deliverData(PlistDictionary{{"appPlaying", song("b")}, {"volume", "0.8"}});
+  settle();
+  EXPECT_EQ(takeTrace(), (Trace{kPlayerPosted, kPlayerPosted}));
+  EXPECT_EQ(stored("volume"), PlistValue(0.5));
+  deliverData(PlistDictionary{{"appPaused", song("a")}, {"appPlaying", song("c")}, {"volume", 1}});
+  settle();
+  EXPECT_EQ(stored("volume"), PlistValue(1));
+}
+
+TEST_F(IncomingData, AnAnnouncementTellsTheSongOfItsMoment) {
+  deliverData(PlistDictionary{{"appPlaying", song("a")}});
+  deliverData(PlistDictionary{{"appPaused", song("b")}});
+  auto announced = settle();
+  ASSERT_EQ(announced.size(), 2U);
+  EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"status", "playing"}, {"data", song("b")}}));
+  EXPECT_EQ(announced[1].userInfo, (PlistDictionary{{"status", "paused"}, {"data", song("b")}}));
+  // A screen clears the song of an emptied queue; a report that waited behind that is not lost.
+  deliverData(PlistDictionary{{"appPlaying", song("c")}});
+  delegate.setNowPlayingSong(std::nullopt);
+  announced = settle();
+  ASSERT_EQ(announced.size(), 1U);
+  EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"status", "playing"}, {"data", song("c")}}));
+}
+
+TEST_F(IncomingData, WhatIsLeftOnTheMainQueueDoesNotNeedTheDelegate) {
+  auto brief = std::make_unique<ExtensionDelegate>(platform);
+  brief->sessionActivationDidCompleteWithState(phone, ActivationState::activated, std::nullopt);
+  brief->sessionDidReceiveMessageData(
+      phone, archivedDataWithRootObject(PlistDictionary{{"appPlaying", song("a")}, {"volume", 1}}), nullptr);
+  brief.reset();
+  phone.reply(0, {});
+  EXPECT_EQ(settle().size(), 2U);
+}
+
+}  // namespace
+}  // namespace tunevale::test

@@ -1,0 +1,111 @@
+#include <cstdlib>
+#include <stdexcept>
+
+#include "core/CoreTest.h"
+#include "core/WKExtensionMain.h"
+
+namespace tunevale::test {
+namespace {
+
+using Lifecycle = CoreTest;
+
+TEST_F(Lifecycle, LaunchActivatesTheSessionAndLoadsTheStations) {
+  const PlistArray stations{PlistDictionary{{"title", "F"}}};
+  ASSERT_FALSE(platform.fileManager.createDirectoryAtPath(directory()));
+  const Bytes copy = archivedDataWithRootObject(PlistDictionary{{"featured", stations}});
+  for (const bool supported : {true, false}) {
+    radio().removeRadioData();
+    defaults.setObject(PlistValue(copy), kReceiveRadioStations);
+    phone.setSupported(supported);
+    phone.setDelegate(nullptr);
+    delegate.applicationDidFinishLaunching();
+    delegate.applicationDidBecomeActive();
+    delegate.applicationWillResignActive();
+    EXPECT_EQ(radio().getFeaturedStations(), stations);
+    EXPECT_EQ(phone.activations(), 1);  // the first time only
+    if (supported) {
+      EXPECT_EQ(&phone.delegate(), &delegate);
+    } else {
+      EXPECT_THROW(phone.delegate(), std::logic_error);
+    }
+  }
+  EXPECT_TRUE(phone.sentMessages().empty());
+}
+
+TEST_F(Lifecycle, EveryChangeOfGroundIsTold) {
+  phone.setReachable(false);
+  delegate.applicationWillEnterForeground();
+  delegate.applicationWillEnterForeground();
+  delegate.applicationDidEnterBackground();
+  EXPECT_EQ(phone.sentMessages(), (std::vector<PlistDictionary>{{{"request", "app:foreground"}},
+                                                                {{"request", "app:foreground"}},
+                                                                {{"request", "app:background"}}}));
+  phone.fail(0, {7004, "not activated"});
+  settle();
+  EXPECT_TRUE(world.log.lines().empty());
+}
+
+TEST_F(Lifecycle, EveryBackgroundTaskIsCompleted) {
+  class OtherTask : public WKRefreshBackgroundTask {};
+  const auto snapshot = std::make_shared<WKSnapshotRefreshBackgroundTask>();
+  const std::vector<std::shared_ptr<WKRefreshBackgroundTask>> tasks{
+      std::make_shared<WKApplicationRefreshBackgroundTask>(), snapshot,
+      std::make_shared<WKWatchConnectivityRefreshBackgroundTask>(),
+      std::make_shared<WKURLSessionRefreshBackgroundTask>(), std::make_shared<OtherTask>()};
+  delegate.handleBackgroundTasks(tasks);
+  for (const auto& task : tasks) EXPECT_TRUE(task->isCompleted());
+  ASSERT_TRUE(snapshot->completion());
+  EXPECT_TRUE(snapshot->completion()->defaultStateRestored);
+  EXPECT_EQ(snapshot->completion()->estimatedSnapshotExpiration, kDistantFuture);
+  EXPECT_FALSE(snapshot->completion()->userInfo);
+}
+
+TEST_F(Lifecycle, GreetsThePhoneOnceActivated) {
+  phone.completeActivation(ActivationState::inactive);
+  phone.completeActivation(ActivationState::notActivated, SessionError{7005, "not paired"});
+  phone.delegate().sessionDidBecomeInactive(phone);
+  phone.delegate().sessionDidDeactivate(phone);
+  EXPECT_TRUE(phone.sentMessages().empty());
+  EXPECT_EQ(phone.activations(), 0);
+
+  phone.completeActivation();
+  phone.completeActivation();
+  phone.completeActivation(ActivationState::activated, SessionError{7001, "late\nstart"});
+  ASSERT_EQ(phone.sentMessages(), std::vector<PlistDictionary>(3, {{"request", "Hello"}}));
+  phone.reply(0, {{"ok", 1}});
+  phone.fail(1, {7007, "the phone is not there"});
+  phone.fail(2, {7007, "the phone is not there"});
+  settle();
+  const auto lines = world.log.lines();
+  ASSERT_EQ(lines.size(), 3U);
+  EXPECT_TRUE(lines[0].starts_with("Launching app launch successful{")) << lines[0];
+  EXPECT_NE(lines[0].find("ok = 1"), std::string::npos);
+  // how the activation went, not why the greeting failed
+  EXPECT_EQ(lines[1], "Unable to launch or wake up phone app: (null)");
+  EXPECT_TRUE(lines[2].starts_with("Unable to launch or wake up phone app: late")) << lines[2];
+}
+
+TEST_F(Lifecycle, NothingPlaysAtFirst) {
+  EXPECT_FALSE(delegate.isPlayingMedia());
+  EXPECT_EQ(delegate.nowPlayingSong(), std::nullopt);
+  EXPECT_EQ(delegate.currentMediaImage(), nullptr);
+}
+
+TEST_F(Lifecycle, SharedIsTheDelegateOfTheExtension) {
+  EXPECT_EQ(&ExtensionDelegate::shared(platform), &delegate);
+  platform.sharedExtension.setDelegate(nullptr);
+  EXPECT_THROW(ExtensionDelegate::shared(platform), std::logic_error);
+}
+
+TEST(WKExtensionMain, HandsOverToTheFramework) {
+  char name[] = "watch";
+  char* arguments[] = {name, nullptr};
+  EXPECT_EQ(
+      WKExtensionMain(1, arguments,
+                      [&](int count, char** given) { return count == 1 && given == arguments ? 42 : 0; }),
+      42);
+  EXPECT_EQ(WKExtensionMain(1, arguments, nullptr), EXIT_FAILURE);
+}
+
+}  // namespace
+}  // namespace tunevale::test

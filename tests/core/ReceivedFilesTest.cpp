@@ -1,0 +1,217 @@
+#include "core/CoreTest.h"
+#include "support/Pictures.h"
+#include "util/CachedImages.h"
+#include "util/ProbeScreen.h"
+
+namespace tunevale::test {
+namespace {
+
+struct ReceivedFiles : CoreTest {
+  /// A file as the session hands it over.
+  std::string arrived(ByteView contents) {
+    const std::string path = world.folder->path("arrived");
+    EXPECT_FALSE(platform.fileManager.writeAtomically(contents, path));
+    return path;
+  }
+  void deliver(ByteView contents, const PlistDictionary& metadata) {
+    phone.deliverFile(arrived(contents), metadata);
+  }
+  std::string cached(const std::string& name) const { return directory() + "/" + name; }
+  Bytes contents(const std::string& name) {
+    return platform.fileManager.contentsAtPath(cached(name)).value_or(Bytes());
+  }
+  void playSomething() { delegate.setNowPlayingSong(PlistDictionary{{"title", "a"}}); }
+  /// The lines but those that every file leaves.
+  Trace lines() {
+    Trace kept;
+    for (const std::string& line : world.log.lines()) {
+      if (!line.starts_with("Receiving File:")) kept.push_back(line);
+    }
+    world.log.clear();
+    return kept;
+  }
+};
+
+const PlistDictionary kTopHits{{"radio_image", "1"}, {"radio_title", "Top Hits"}};
+const PlistDictionary kTop{{"playlist_image", "1"}, {"image_name", "top"}, {"more", 2}};
+constexpr const char* kRadioPosted = "post tunevaleWatch.radio.fetchedImage";
+constexpr const char* kPlaylistPosted = "post tunevaleWatch.playlist.fetchedImage";
+constexpr const char* kImagePosted = "post tunevaleWatch.player.nowplayingchange.image";
+
+TEST_F(ReceivedFiles, StationArtworkIsCachedAsPng) {
+  const Bytes jpeg = jpegPicture(8, 4, 3);
+  deliver(jpeg, kTopHits);
+  settle();
+  EXPECT_EQ(takeTrace(), Trace{kRadioPosted});
+  EXPECT_TRUE(asText(contents("Top_Hits_image.png")).starts_with("\x89PNG"));
+  const ImagePtr sent = platform.imageCodec.imageWithData(jpeg);
+  EXPECT_EQ(WatchUtil::getImageForKey(platform, "Top_Hits_image.png")->pixels, sent->pixels);
+  EXPECT_EQ(radio().getCachedImageForRadioName("Top_Hits_image.png")->pixels, sent->pixels);
+  ASSERT_EQ(world.log.lines().size(), 1U);
+  EXPECT_EQ(world.log.lines()[0], "Receiving File:file://" + world.folder->path("arrived"));
+}
+
+TEST_F(ReceivedFiles, TheFirstImageOfANameStays) {
+  deliver(pngPicture(4, 4, 1), kTopHits);
+  deliver(pngPicture(4, 4, 1), kTop);
+  settle();
+  takeTrace();
+  const Bytes first = contents("Top_Hits_image.png");
+  deliver(pngPicture(4, 4, 2), kTopHits);
+  deliver(asBytes("not even an image"), kTop);
+  const auto announced = settle();
+  EXPECT_EQ(takeTrace(), Trace{kPlaylistPosted});
+  EXPECT_EQ(announced[0].userInfo, kTop);
+  EXPECT_EQ(contents("Top_Hits_image.png"), first);
+  EXPECT_EQ(radio().getTotalCacheCount(), 2);
+  EXPECT_EQ(lines(), Trace{});
+}
+
+TEST_F(ReceivedFiles, ChartArtworkIsAnnouncedWithItsMetadata) {
+  deliver(pngPicture(4, 4, 5), kTop);
+  const auto announced = settle();
+  EXPECT_EQ(takeTrace(), (Trace{kPlaylistPosted, kRadioPosted}));
+  EXPECT_EQ(announced[0].userInfo, kTop);
+  EXPECT_FALSE(contents("top.png").empty());
+  EXPECT_NE(radio().getCachedImageForRadioName("top.png"), nullptr);
+}
+
+TEST_F(ReceivedFiles, MarkedFilesWithoutANameAreDropped) {
+  playSomething();
+  const PlistDictionary dropped[] = {
+      {{"radio_image", "1"}},
+      {{"radio_image", "1"}, {"radio_title", ""}, {"playlist_image", "1"}, {"image_name", "n"}},
+      {{"radio_image", "1"}, {"radio_title", 5}},
+      {{"playlist_image", "1"}},
+      {{"playlist_image", "1"}, {"image_name", PlistArray{"n"}}, {"radio_title", "t"}}};
+  for (const PlistDictionary& metadata : dropped) {
+    deliver(pngPicture(2, 2), metadata);
+    EXPECT_TRUE(settle().empty());
+    EXPECT_EQ(delegate.currentMediaImage(), nullptr);
+  }
+  EXPECT_FALSE(platform.fileManager.fileExistsAtPath(directory()));
+}
+
+TEST_F(ReceivedFiles, UnmarkedFilesAreTheNowPlayingArtwork) {
+  const PlistDictionary unmarked[] = {
+      {}, {{"radio_title", "t"}, {"image_name", "n"}}, {{"radio_image", ""}, {"playlist_image", 1}}};
+  for (const PlistDictionary& metadata : unmarked) {
+    delegate.setNowPlayingSong(std::nullopt);
+    delegate.setCurrentMediaImage(nullptr);
+    deliver(pngPicture(2, 2, 6), metadata);
+    EXPECT_TRUE(settle().empty());
+    EXPECT_EQ(delegate.currentMediaImage(), nullptr);
+    EXPECT_EQ(lines(), Trace{"This should not happen"});
+
+    playSomething();
+    deliver(pngPicture(2, 2, 6), metadata);
+    const auto announced = settle();
+    EXPECT_EQ(takeTrace(), Trace{kImagePosted});
+    EXPECT_FALSE(announced[0].userInfo);
+    ASSERT_NE(delegate.currentMediaImage(), nullptr);
+    EXPECT_EQ(delegate.currentMediaImage()->pixels, picture(2, 2, 6)->pixels);
+  }
+  const ImagePtr last = delegate.currentMediaImage();
+  deliver(asBytes("damaged"), {});
+  settle();
+  EXPECT_EQ(takeTrace(), Trace{kImagePosted});
+  EXPECT_EQ(delegate.currentMediaImage(), last);
+  EXPECT_EQ(lines(), Trace{});
+}
+
+TEST_F(ReceivedFiles, AFileThatIsNotThereIsLogged) {
+  playSomething();
+  phone.deliverFile(world.folder->path("nothing\nhere"), kTopHits);
+  EXPECT_TRUE(settle().empty());
+  const auto all = world.log.lines();
+  ASSERT_EQ(all.size(), 2U);
+  EXPECT_TRUE(all[0].starts_with("Receiving File:file:///"));
+  EXPECT_TRUE(all[1].starts_with(" image not available at Error: ")) << all[1];
+  for (const std::string& line : all) EXPECT_EQ(line.find('\n'), std::string::npos);
+}
+
+TEST_F(ReceivedFiles, WhatCannotBeWrittenIsLoggedAndStillAnnounced) {
+  deliver(asBytes("no image"), kTop);
+  EXPECT_EQ(lines(), Trace{"Error writing File: (null)"});
+  ASSERT_FALSE(platform.fileManager.removeItemAtPath(directory()));
+  ASSERT_FALSE(platform.fileManager.writeAtomically(asBytes("in the way"), directory()));
+  deliver(pngPicture(2, 2), kTop);
+  const Trace failed = lines();
+  ASSERT_EQ(failed.size(), 1U);
+  EXPECT_TRUE(failed[0].starts_with("Error writing File: ")) << failed[0];
+  EXPECT_EQ(settle().size(), 2U);
+  EXPECT_EQ(takeTrace(), (Trace{kPlaylistPosted, kPlaylistPosted}));
+  EXPECT_EQ(radio().getTotalCacheCount(), 0);
+}
+
+TEST_F(ReceivedFiles, NoNameLeadsOutOfTheCache) {
+  const std::string names[] = {"../escaped", "/etc/escaped", "a/b", std::string(300, 'n'),
+                               std::string("a\0b", 3)};
+  for (const std::string& name : names) {
+    deliver(pngPicture(2, 2), {{"playlist_image", "1"}, {"image_name", name}});
+    deliver(pngPicture(2, 2), {{"radio_image", "1"}, {"radio_title", name}});
+    const Trace failed = lines();
+    ASSERT_EQ(failed.size(), 2U);
+    for (const std::string& line : failed) EXPECT_TRUE(line.starts_with("Error writing File: ")) << line;
+  }
+  settle();
+  EXPECT_EQ(radio().getTotalCacheCount(), 0);
+  EXPECT_FALSE(platform.fileManager.fileExistsAtPath(directory() + "/../escaped.png"));
+}
+
+TEST_F(ReceivedFiles, APurgeEmptiesTheCacheAndTellsThePhone) {
+  deliver(pngPicture(2, 2, 1), kTop);
+  settle();
+  delegate.purgeCache();
+  EXPECT_EQ(lines(), Trace{});
+  EXPECT_FALSE(platform.fileManager.fileExistsAtPath(directory()));
+  EXPECT_EQ(radio().getTotalCacheCount(), 0);
+  delegate.purgeCache();
+  const Trace failed = lines();
+  ASSERT_EQ(failed.size(), 1U);
+  EXPECT_TRUE(failed[0].starts_with("Unable to purge image cache : ")) << failed[0];
+  EXPECT_EQ(phone.sentMessages(), std::vector<PlistDictionary>(2, {{"request", "watch_purged_cache"}}));
+
+  deliver(pngPicture(2, 2, 2), kTop);
+  EXPECT_EQ(WatchUtil::getImageForKey(platform, "top.png")->pixels, picture(2, 2, 2)->pixels);
+}
+
+TEST_F(ReceivedFiles, ADownloadIsAskedForAndItsAnswerShown) {
+  AlertBook book;
+  auto screen = ProbeScreen::shownBy(book, platform);
+  const PlistDictionary song{{"id", "7"}};
+  delegate.downloadSong({}, *screen);
+  phone.setSupported(false);
+  delegate.downloadSong(song, *screen);
+  EXPECT_TRUE(phone.sentMessages().empty());
+  phone.setSupported(true);
+
+  const PlistDictionary replies[] = {
+      {{"downloadSong", "Downloading"}}, {}, {{"downloadSong", 4}}, {{"other", 1}}};
+  for (const PlistDictionary& reply : replies) {
+    delegate.downloadSong(song, *screen);
+    phone.reply(phone.lastMessage(), reply);
+  }
+  EXPECT_EQ(phone.sentMessages().front(), (PlistDictionary{{"request", "downloadSong"}, {"data", song}}));
+  const std::weak_ptr<ProbeScreen> left = std::exchange(screen, nullptr);
+  EXPECT_FALSE(left.expired());
+  settle();
+  EXPECT_TRUE(left.expired());
+  EXPECT_EQ(book.takeMessages(), (std::vector<std::string>{"Downloading", "", ""}));
+
+  screen = ProbeScreen::shownBy(book, platform);
+  delegate.downloadSong(song, *screen);
+  phone.fail(phone.lastMessage(), {7007, "not there"});
+  settle();
+  EXPECT_EQ(lines(), Trace{"Error handling message: not there"});
+  EXPECT_TRUE(book.alerts.empty());
+}
+
+TEST_F(ReceivedFiles, OnlyFailedTransfersAreLogged) {
+  phone.finishUserInfoTransfer({}, std::nullopt);
+  phone.finishUserInfoTransfer({}, SessionError{7014, "cut"});
+  EXPECT_EQ(lines(), Trace{"Error:cut"});
+}
+
+}  // namespace
+}  // namespace tunevale::test

@@ -1,0 +1,202 @@
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "foundation/KeyedArchive.h"
+#include "radio/RadioManager.h"
+#include "support/Pictures.h"
+#include "support/World.h"
+#include "util/ArtworkPath.h"
+#include "util/WrongKinds.h"
+#include "vocabulary/PhoneVocabulary.h"
+
+namespace tunevale::test {
+namespace {
+
+PlistArray stations(const char* title) {
+  return PlistArray{PlistDictionary{{"title", title}}};
+}
+
+struct RadioManagerTest : ::testing::Test {
+  void restart(World::Queues kind = World::Queues::manual) {
+    const auto folder = world->folder;
+    world.reset();
+    world = std::make_unique<World>(folder, kind);
+  }
+  RadioManager& radio() { return RadioManager::sharedManager(world->platform); }
+  UserDefaults& defaults() { return world->platform.standardUserDefaults; }
+  std::string directory() { return artworkDirectory(world->platform.homeDirectory); }
+  void update(const PlistValue& value) { radio().updateRadioInfo(&value); }
+  PlistValue stored() {
+    const auto bytes = defaults().objectForKey(kReceiveRadioStations);
+    return unarchiveObjectWithData(valueOrNull(bytes)).value_or(PlistValue());
+  }
+
+  std::unique_ptr<World> world = std::make_unique<World>();
+};
+
+TEST_F(RadioManagerTest, StoredListsComeBackWhileTheArtworkIsThere) {
+  const PlistDictionary all{{"featured", stations("F")}, {"artist", stations("A")}, {"other", 1}};
+  ASSERT_FALSE(world->platform.fileManager.createDirectoryAtPath(directory()));
+  update(all);
+  world->settle();
+  EXPECT_EQ(stored(), PlistValue(all));
+
+  restart();
+  EXPECT_TRUE(radio().getFeaturedStations().empty());
+  radio().loadRadioData();
+  EXPECT_EQ(radio().getFeaturedStations(), stations("F"));
+  EXPECT_EQ(radio().getArtistStations(), stations("A"));
+
+  ASSERT_FALSE(world->platform.fileManager.removeItemAtPath(directory()));
+  restart();
+  radio().loadRadioData();
+  EXPECT_TRUE(radio().getFeaturedStations().empty());
+  EXPECT_TRUE(radio().getArtistStations().empty());
+  EXPECT_EQ(stored(), PlistValue(all));
+}
+
+TEST_F(RadioManagerTest, AnEmptyListIsStoredButDoesNotReplaceTheOneInMemory) {
+  ASSERT_FALSE(world->platform.fileManager.createDirectoryAtPath(directory()));
+  update(PlistDictionary{{"featured", stations("F")}, {"artist", stations("A")}});
+  const PlistArray handedOut = radio().getArtistStations();
+  EXPECT_EQ(handedOut.identity(), radio().getArtistStations().identity());
+  const PlistDictionary next{{"featured", PlistArray()}, {"artist", stations("B")}};
+  update(next);
+  EXPECT_EQ(radio().getFeaturedStations(), stations("F"));
+  EXPECT_EQ(radio().getArtistStations(), stations("B"));
+  EXPECT_EQ(handedOut, stations("A"));
+  EXPECT_EQ(stored(), PlistValue(next));
+
+  update(PlistDictionary{{"neither", 1}});
+  EXPECT_EQ(radio().getArtistStations(), stations("B"));
+  restart();
+  radio().loadRadioData();
+  EXPECT_TRUE(radio().getFeaturedStations().empty());
+  EXPECT_TRUE(radio().getArtistStations().empty());
+}
+
+TEST_F(RadioManagerTest, WhatIsNoDictionaryChangesNothing) {
+  const PlistDictionary good{{"featured", stations("F")}};
+  update(good);
+  radio().updateRadioInfo(nullptr);
+  update(PlistValue(archivedDataWithRootObject(PlistDictionary{{"featured", stations("X")}})));
+  for (const PlistValue& odd : oneOfEachKind()) {
+    if (odd.dictionary() == nullptr || odd.dictionary()->empty()) update(odd);
+  }
+  world->settle();
+  EXPECT_EQ(stored(), PlistValue(good));
+  EXPECT_EQ(radio().getFeaturedStations(), stations("F"));
+
+  for (const PlistValue& odd : oneOfEachKind()) update(PlistDictionary{{"featured", odd}, {"artist", odd}});
+  EXPECT_FALSE(radio().getFeaturedStations().empty());
+}
+
+TEST_F(RadioManagerTest, ADamagedCopyCountsAsNone) {
+  ASSERT_FALSE(world->platform.fileManager.createDirectoryAtPath(directory()));
+  for (const PlistValue& odd : oneOfEachKind()) {
+    for (const PlistValue& copy : {odd, PlistValue(archivedDataWithRootObject(odd))}) {
+      defaults().setObject(copy, kReceiveRadioStations);
+      radio().loadRadioData();
+      EXPECT_TRUE(radio().getFeaturedStations().empty());
+      EXPECT_TRUE(radio().getArtistStations().empty());
+    }
+  }
+}
+
+TEST_F(RadioManagerTest, AnImageIsThereWhenItIsAnnounced) {
+  const auto observer = std::make_shared<int>();
+  const ImagePtr first = picture(2, 2, 1);
+  const ImagePtr second = picture(2, 2, 2);
+  std::vector<ImagePtr> seen;
+  world->platform.defaultCenter.addObserver(
+      observer, kNotificationFetchedRadioImage, [&](const Notification& notification) {
+        EXPECT_FALSE(notification.userInfo);
+        seen.push_back(radio().getCachedImageForRadioName("hits_IMAGE.PNG.png"));
+      });
+  radio().addImageToCache(nullptr, "x.png");
+  radio().addImageToCache(first, "HITS_image.png.png");
+  EXPECT_TRUE(seen.empty());
+  world->settle();
+  EXPECT_EQ(seen.size(), 1U);
+
+  radio().addImageToCache(first, "HITS.png");
+  radio().addImageToCache(second, "hits.png");
+  EXPECT_EQ(radio().getCachedImageForRadioName("Hits.PNG"), second);
+  EXPECT_EQ(radio().getCachedImageForRadioName("hits_image.png"), second);
+  EXPECT_EQ(radio().getTotalCacheCount(), 3);  // a replacement counts again
+  world->settle();
+  EXPECT_EQ(seen.size(), 3U);
+}
+
+TEST_F(RadioManagerTest, ImageKeys) {
+  struct Case {
+    const char* name;
+    const char* key;
+  };
+  const Case cases[] = {
+      {"FEATURED_image.png", "Featured"},
+      {"hits.png", "Hits"},
+      {"HITS.png", "Hits"},
+      {"cover.jpeg", "Cover."},
+      {"a_image.png.png", "A_ima"},
+      {"Top_Hits_2_image.png", "Top_hits_2"},
+      {"top hits.png", "Top Hits"},
+      {"png", ""},
+      {"", ""},
+      {"_image.png", ""},
+      {"a\U0001F3B5\U0001F3B5\U0001F3B5", "A\U0001F3B5"},  // four UTF-16 units go
+      {"\u00C9T\u00C9.png", "\u00C9t\u00E9"},
+  };
+  for (const Case& c : cases) EXPECT_EQ(radio().getImageKey(c.name), c.key) << c.name;
+}
+
+TEST_F(RadioManagerTest, APurgeEmptiesMemoryAndLeavesTheStoredCopy) {
+  const PlistDictionary all{{"featured", stations("F")}, {"artist", stations("A")}};
+  update(all);
+  radio().addImageToCache(picture(2, 2), "a_image.png");
+  const auto before = radio().getCachedImages();
+  EXPECT_EQ(before, radio().getCachedImages());
+  radio().removeRadioData();
+  EXPECT_NE(before, radio().getCachedImages());
+  EXPECT_TRUE(radio().getFeaturedStations().empty());
+  EXPECT_TRUE(radio().getArtistStations().empty());
+  EXPECT_EQ(radio().getCachedImageForRadioName("a_image.png"), nullptr);
+  EXPECT_EQ(radio().getTotalCacheCount(), 0);
+  EXPECT_EQ(stored(), PlistValue(all));
+  update(PlistDictionary{{"artist", stations("B")}});
+  EXPECT_EQ(radio().getArtistStations(), stations("B"));
+}
+
+TEST_F(RadioManagerTest, ReadsSeeTheChangesOfEveryThread) {
+  restart(World::Queues::threads);
+  std::vector<RadioManager*> managers(4);
+  std::vector<std::thread> threads;
+  for (std::size_t t = 0; t < managers.size(); ++t) {
+    threads.emplace_back([this, &manager = managers[t], t] {
+      manager = &radio();
+      const PlistValue own(PlistDictionary{{"featured", stations(std::to_string(t).c_str())}});
+      for (int i = 1; i <= 50; ++i) {
+        manager->addImageToCache(picture(1, 1, 7), "i.png");
+        manager->updateRadioInfo(&own);
+        if (manager->getFeaturedStations().empty() || manager->getTotalCacheCount() < i) return;
+      }
+      manager = manager == &radio() ? manager : nullptr;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (RadioManager* manager : managers) EXPECT_EQ(manager, &radio());
+  EXPECT_EQ(radio().getTotalCacheCount(), 200);
+}
+
+TEST_F(RadioManagerTest, WhatIsQueuedAtTheEndIsStillDone) {
+  restart(World::Queues::threads);
+  const PlistDictionary last{{"artist", stations("last")}};
+  for (int i = 0; i < 50; ++i) update(PlistDictionary{{"artist", stations("earlier")}});
+  update(last);
+  restart();
+  EXPECT_EQ(stored(), PlistValue(last));
+}
+
+}  // namespace
+}  // namespace tunevale::test
