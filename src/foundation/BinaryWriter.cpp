@@ -1,9 +1,8 @@
 #include "foundation/BinaryWriter.h"
 
+#include <algorithm>
 #include <bit>
-#include <cmath>
 #include <cstring>
-#include <limits>
 #include <stdexcept>
 
 #include "foundation/BinaryOutput.h"
@@ -61,38 +60,47 @@ BinaryWriter::Index BinaryWriter::real(double value) {
 
 BinaryWriter::Index BinaryWriter::text(std::string_view utf8) {
   const Type type = asciiPrefix(utf8) == utf8.size() ? Type::ascii : Type::utf16;
-  return unique({type, checkedCount(utf8.size()), 0, utf8.data()}, hashOf(4, utf8.data(), utf8.size()));
+  return unique({type, checkedCount(utf8.size()), 0, utf8.data()},
+                hashOf(static_cast<std::uint64_t>(type), utf8.data(), utf8.size()));
 }
 
 BinaryWriter::Index BinaryWriter::data(std::string_view bytes) {
   return unique({Type::data, checkedCount(bytes.size()), 0, bytes.data()},
-                hashOf(5, bytes.data(), bytes.size()));
+                hashOf(static_cast<std::uint64_t>(Type::data), bytes.data(), bytes.size()));
 }
 
 BinaryWriter::Index BinaryWriter::uid(std::uint32_t value) {
   return add({Type::uid, 0, value});
 }
 
-BinaryWriter::Index BinaryWriter::list(std::span<const Index> elements) {
-  const std::size_t start = references_.size();
+BinaryWriter::Index BinaryWriter::array(std::span<const Index> elements) {
+  const std::size_t first = references_.size();
   references_.insert(references_.end(), elements.begin(), elements.end());
+  return container(Type::array, elements.size(), first);
+}
+
+BinaryWriter::Index BinaryWriter::dictionary(std::span<const Index> keys, std::span<const Index> values) {
+  const std::size_t first = references_.size();
+  references_.insert(references_.end(), keys.begin(), keys.end());
+  references_.insert(references_.end(), values.begin(), values.end());
+  return container(Type::dictionary, keys.size(), first);
+}
+
+/// A container with the references from the given one on; they are dropped when an equal container is known.
+BinaryWriter::Index BinaryWriter::container(Type type, std::size_t count, std::size_t firstReference) {
+  const Item item{type, checkedCount(count), firstReference};
   const std::size_t before = items_.size();
-  const Index index = unique({Type::array, checkedCount(elements.size()), start},
-                             hashOf(6, elements.data(), elements.size_bytes()));
-  if (items_.size() == before) references_.resize(start);
+  const auto elements = references(item);
+  const Index index =
+      unique(item, hashOf(static_cast<std::uint64_t>(type), elements.data(), elements.size_bytes()));
+  if (items_.size() == before) references_.resize(firstReference);
   return index;
 }
 
-BinaryWriter::Index BinaryWriter::container(Type type, std::size_t count, std::size_t references) {
-  const std::size_t start = references_.size();
-  references_.resize(start + references);
-  return add({type, checkedCount(count), start});
-}
-
-std::span<BinaryWriter::Index> BinaryWriter::elements(Index container) {
-  const Item& item = items_[container];
-  const std::size_t count = item.type == Type::dictionary ? 2 * std::size_t{item.count} : item.count;
-  return std::span(references_).subspan(item.bits, count);
+std::span<const BinaryWriter::Index> BinaryWriter::references(const Item& container) const {
+  const std::size_t count =
+      container.type == Type::dictionary ? 2 * std::size_t{container.count} : container.count;
+  return std::span(references_).subspan(container.bits, count);
 }
 
 BinaryWriter::Index BinaryWriter::add(const Item& item) {
@@ -102,10 +110,7 @@ BinaryWriter::Index BinaryWriter::add(const Item& item) {
 
 bool BinaryWriter::same(const Item& left, const Item& right) const {
   if (left.type != right.type || left.count != right.count) return false;
-  if (left.type == Type::array) {
-    const std::size_t size = left.count * sizeof(Index);
-    return size == 0 || std::memcmp(&references_[left.bits], &references_[right.bits], size) == 0;
-  }
+  if (isContainer(left.type)) return std::ranges::equal(references(left), references(right));
   if (left.bits != right.bits) return false;
   return left.count == 0 || left.bytes == right.bytes ||
          std::memcmp(left.bytes, right.bytes, left.count) == 0;
@@ -182,11 +187,11 @@ Bytes BinaryWriter::finish(Index root) const {
         break;
       case Type::array:
         out.head(0xA0, item.count);
-        out.references(std::span(references_).subspan(item.bits, item.count));
+        out.references(references(item));
         break;
       case Type::dictionary:
         out.head(0xD0, item.count);
-        out.references(std::span(references_).subspan(item.bits, 2 * std::size_t{item.count}));
+        out.references(references(item));
         break;
     }
   }

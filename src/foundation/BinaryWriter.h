@@ -11,7 +11,7 @@
 
 namespace tunevale {
 
-/// Collects the objects of a binary property list, equal leaves once, and lays them out. Texts and bytes are
+/// Collects the objects of a binary property list, equal ones once, and lays them out. Texts and bytes are
 /// borrowed until finish().
 class BinaryWriter {
  public:
@@ -24,19 +24,16 @@ class BinaryWriter {
   Index text(std::string_view utf8);
   Index data(std::string_view bytes);
   Index uid(std::uint32_t value);
-  /// A list of objects, the same list once.
-  Index list(std::span<const Index> elements);
-
-  /// A container of `count` elements (pairs), to be filled in: elements() (all keys, then all values).
-  Index array(std::size_t count) { return container(Type::array, count, count); }
-  Index dictionary(std::size_t count) { return container(Type::dictionary, count, 2 * count); }
-  /// Valid until the next object is made.
-  std::span<Index> elements(Index container);
+  Index array(std::span<const Index> elements);
+  /// All keys, then all values.
+  Index dictionary(std::span<const Index> keys, std::span<const Index> values);
 
   Bytes finish(Index root) const;
 
  private:
+  // Containers after everything else; see isContainer().
   enum class Type : std::uint8_t { null, boolean, integer, real, ascii, utf16, data, uid, array, dictionary };
+  static bool isContainer(Type type) { return type >= Type::array; }
   struct Item {
     Type type;
     std::uint32_t count = 0;  // bytes of a text or of data; elements or pairs of a container
@@ -48,8 +45,9 @@ class BinaryWriter {
     std::uint32_t item = 0;  // 1 + index
   };
 
-  Index container(Type type, std::size_t count, std::size_t references);
+  Index container(Type type, std::size_t count, std::size_t firstReference);
   Index unique(const Item& item, std::uint64_t hash);
+  std::span<const Index> references(const Item& container) const;
   bool same(const Item& left, const Item& right) const;
   void grow();
   Index add(const Item& item);

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <span>
 #include <unordered_map>
+#include <vector>
 
 #include "foundation/BinaryWriter.h"
 #include "foundation/PropertyListLimits.h"
@@ -11,47 +13,42 @@
 
 namespace tunevale {
 
-/// Walks a value and hands it to a Sink, shared containers once, without recursion. What is nested deeper
-/// than kMostNesting could not be read back and goes out as null. The Sink makes the objects:
+/// Walks a value and hands it to a Sink, children before parents and without recursion. What is nested deeper
+/// than kMostNesting could not be read back and goes out as null. The Sink makes the objects and returns
+/// references to them:
 ///
-///   Index leaf(const PlistValue&)         a reference to the object for a value that is no container
-///   Index open(const PlistArray&, Index& container), open(const PlistDictionary&, Index& container)
-///                                         a reference to a new object, its keys filled in, and the container
-///                                         whose last elements are its values
+///   Index leaf(const PlistValue&)                                      a value that is no container
+///   Index array(std::span<const Index> elements)                       by the references of its elements
+///   Index dictionary(const PlistDictionary&, std::span<const Index>)   by those of its values
 template <typename Sink>
 class GraphEncoder {
  public:
   using Index = BinaryWriter::Index;
 
-  GraphEncoder(BinaryWriter& writer, Sink& sink) : writer_(writer), sink_(sink) {}
+  explicit GraphEncoder(Sink& sink) : sink_(sink) {}
 
+  /// The reference of the root.
   Index encode(const PlistValue& root) {
-    Index reference = visit(root);
-    const Index first = reference;
+    visit(root);
     while (depth_ > 0) {
       Frame& frame = stack_[depth_ - 1];
       if (frame.next == frame.count) {
-        finish(frame);
-        continue;
+        finish();
+      } else {
+        const std::size_t i = frame.next++;
+        visit(frame.dictionary != nullptr ? frame.dictionary->begin()[i].value : frame.items[i]);
       }
-      const PlistValue& value =
-          frame.items != nullptr ? frame.items[frame.next] : frame.entries[frame.next].value;
-      const std::size_t place = frame.next++;
-      reference = visit(value);
-      writer_.elements(frame.container).last(frame.count)[place] = reference;
     }
-    return first;
+    return references_.back();
   }
 
  private:
   struct Frame {
-    const void* identity = nullptr;  // of a container that others may share
+    const void* identity = nullptr;  // of a container that has other holders
+    const PlistDictionary* dictionary = nullptr;
     const PlistValue* items = nullptr;
-    const PlistDictionary::Entry* entries = nullptr;
     std::size_t next = 0;
     std::size_t count = 0;
-    Index container = 0;
-    Index reference = 0;
     std::uint32_t height = 1;
     bool cut = false;  // something in it was too deep
   };
@@ -60,13 +57,18 @@ class GraphEncoder {
     std::uint32_t height;
   };
 
-  Index visit(const PlistValue& value) {
+  /// Leaves one reference, at once or when the container that it enters is finished.
+  void visit(const PlistValue& value) {
     const PlistArray* array = value.array();
     const PlistDictionary* dictionary = value.dictionary();
-    if (array == nullptr && dictionary == nullptr) return sink_.leaf(value);
+    if (array == nullptr && dictionary == nullptr) {
+      references_.push_back(sink_.leaf(value));
+      return;
+    }
     if (depth_ == kMostNesting) {
+      references_.push_back(sink_.leaf(PlistValue()));
       stack_[depth_ - 1].cut = true;
-      return sink_.leaf(PlistValue());
+      return;
     }
     const ContainerRep* rep = array != nullptr ? static_cast<ContainerRep*>(StorageAccess::rep(*array))
                                                : static_cast<ContainerRep*>(StorageAccess::rep(*dictionary));
@@ -74,38 +76,41 @@ class GraphEncoder {
     if (shared) {
       const auto known = done_.find(rep);
       if (known != done_.end() && depth_ + known->second.height <= kMostNesting) {
-        if (depth_ > 0) raise(stack_[depth_ - 1], known->second.height + 1);
-        return known->second.reference;
+        references_.push_back(known->second.reference);
+        raise(known->second.height);
+        return;
       }
     }
-    Frame frame;
+    Frame& frame = stack_[depth_++];
+    frame = Frame();
     frame.identity = shared ? rep : nullptr;
+    frame.dictionary = dictionary;
+    frame.items = array != nullptr ? array->begin() : nullptr;
     frame.count = rep == nullptr ? 0 : rep->size;
-    if (array != nullptr) {
-      frame.items = array->begin();
-      frame.reference = sink_.open(*array, frame.container);
-    } else {
-      frame.entries = dictionary->begin();
-      frame.reference = sink_.open(*dictionary, frame.container);
-    }
-    stack_[depth_++] = frame;
-    return frame.reference;
   }
 
-  static void raise(Frame& frame, std::uint32_t height) { frame.height = std::max(frame.height, height); }
+  /// Tells the innermost container how deep a child of it goes.
+  void raise(std::uint32_t height) {
+    if (depth_ > 0) stack_[depth_ - 1].height = std::max(stack_[depth_ - 1].height, height + 1);
+  }
 
-  void finish(const Frame& frame) {
-    if (frame.identity != nullptr && !frame.cut) done_[frame.identity] = {frame.reference, frame.height};
+  void finish() {
+    const Frame& frame = stack_[depth_ - 1];
+    const auto children = std::span<const Index>(references_).last(frame.count);
+    const Index reference =
+        frame.dictionary != nullptr ? sink_.dictionary(*frame.dictionary, children) : sink_.array(children);
+    references_.resize(references_.size() - frame.count);
+    references_.push_back(reference);
+    if (frame.identity != nullptr && !frame.cut) done_[frame.identity] = {reference, frame.height};
     --depth_;
-    if (depth_ == 0) return;
-    raise(stack_[depth_ - 1], frame.height + 1);
-    stack_[depth_ - 1].cut |= frame.cut;
+    raise(frame.height);
+    if (depth_ > 0) stack_[depth_ - 1].cut |= frame.cut;
   }
 
-  BinaryWriter& writer_;
   Sink& sink_;
   std::uint32_t depth_ = 0;
   std::array<Frame, kMostNesting> stack_;
+  std::vector<Index> references_;  // of finished children whose containers are not
   std::unordered_map<const void*, Done> done_;
 };
 

@@ -1,6 +1,6 @@
 #include <algorithm>
 #include <array>
-#include <initializer_list>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -22,89 +22,74 @@ class ArchiveSink {
   }
 
   Index leaf(const PlistValue& value) {
-    if (value.isNull()) return null();
+    if (value.isNull()) return record<1>({{{ArchiveKey::recordClass, classRecord("NSNull")}}});
     const Index item = writeLeaf(writer_, value);
-    if (value.kind() == PlistValue::Kind::bytes) return wrapped(item, "NSData", ArchiveKey::data);
-    // Bare, this text would read as nothing at all.
-    if (value.string() == kNullName) return wrapped(item, "NSString", ArchiveKey::string);
-    return entryFor(item);
+    if (value.kind() == PlistValue::Kind::string) return text(item, *value.string());
+    if (value.kind() != PlistValue::Kind::bytes) return entry(item);
+    return record<2>({{{ArchiveKey::recordClass, classRecord("NSData")}, {ArchiveKey::data, item}}});
   }
 
-  Index open(const PlistArray& array, Index& container) {
-    const Index record = writer_.dictionary(2);
-    const Index reference = addEntry(record);
-    container = writer_.array(array.size());
-    fill(record, {{ArchiveKey::recordClass, classRecord("NSArray")}, {ArchiveKey::values, container}});
-    return reference;
+  Index array(std::span<const Index> elements) {
+    const Index values = writer_.array(elements);
+    return record<2>({{{ArchiveKey::recordClass, classRecord("NSArray")}, {ArchiveKey::values, values}}});
   }
 
-  Index open(const PlistDictionary& dictionary, Index& container) {
-    const Index record = writer_.dictionary(3);
-    const Index reference = addEntry(record);
+  Index dictionary(const PlistDictionary& dictionary, std::span<const Index> elements) {
     keys_.clear();
-    for (const PlistDictionary::Entry& entry : dictionary) keys_.push_back(key(entry.key));
-    const Index keys = writer_.list(keys_);
-    container = writer_.array(dictionary.size());
-    fill(record, {{ArchiveKey::recordClass, classRecord("NSDictionary")},
-                  {ArchiveKey::keys, keys},
-                  {ArchiveKey::values, container}});
-    return reference;
+    for (const PlistDictionary::Entry& entry : dictionary) {
+      keys_.push_back(text(writer_.text(entry.key.view()), entry.key.view()));
+    }
+    const Index keys = writer_.array(keys_);
+    const Index values = writer_.array(elements);
+    return record<3>({{{ArchiveKey::recordClass, classRecord("NSDictionary")},
+                       {ArchiveKey::keys, keys},
+                       {ArchiveKey::values, values}}});
   }
 
   /// The archive around all entries; returns its object.
   Index finish(Index root) {
-    const Index table = writer_.array(objects_.size());
-    std::copy(objects_.begin(), objects_.end(), writer_.elements(table).begin());
-    const Index top = writer_.dictionary(1);
-    fill(top, {{ArchiveKey::root, root}});
-    const Index archive = writer_.dictionary(4);
-    fill(archive, {{ArchiveKey::version, writer_.integer(kArchiveVersion)},
-                   {ArchiveKey::archiver, writer_.text(kArchiver)},
-                   {ArchiveKey::top, top},
-                   {ArchiveKey::objects, table}});
-    return archive;
+    const Index table = writer_.array(objects_);
+    return fields<4>({{{ArchiveKey::version, writer_.integer(kArchiveVersion)},
+                       {ArchiveKey::archiver, writer_.text(kArchiver)},
+                       {ArchiveKey::top, fields<1>({{{ArchiveKey::root, root}}})},
+                       {ArchiveKey::objects, table}}});
   }
 
  private:
-  using Field = std::pair<ArchiveKey, Index>;
+  template <std::size_t n>
+  using Fields = std::array<std::pair<ArchiveKey, Index>, n>;
 
-  /// Makes an object an entry of `$objects`; returns the reference to it.
-  Index addEntry(Index item) {
-    const Index reference = writer_.uid(static_cast<Index>(objects_.size()));
-    objects_.push_back(item);
-    return reference;
-  }
-
-  /// The same, once for each object.
-  Index entryFor(Index item) {
+  /// Makes an object an entry of `$objects`, once; returns the reference to the entry.
+  Index entry(Index item) {
     if (item >= references_.size())
       references_.resize(std::max<std::size_t>(item + 1, 2 * references_.size()));
-    if (references_[item] == 0) references_[item] = addEntry(item) + 1;
-    return references_[item] - 1;
-  }
-
-  Index key(const PlistString& key) {
-    const Index item = writer_.text(key.view());
-    return key.view() == kNullName ? wrapped(item, "NSString", ArchiveKey::string) : entryFor(item);
-  }
-
-  Index null() {
-    if (null_ == 0) {
-      const Index record = writer_.dictionary(1);
-      fill(record, {{ArchiveKey::recordClass, classRecord("NSNull")}});
-      null_ = addEntry(record) + 1;
-    }
-    return null_ - 1;
-  }
-
-  Index wrapped(Index item, std::string_view className, ArchiveKey key) {
-    if (item >= references_.size()) references_.resize(item + 1);
     if (references_[item] == 0) {
-      const Index record = writer_.dictionary(2);
-      fill(record, {{ArchiveKey::recordClass, classRecord(className)}, {key, item}});
-      references_[item] = addEntry(record) + 1;
+      references_[item] = writer_.uid(static_cast<Index>(objects_.size())) + 1;
+      objects_.push_back(item);
     }
     return references_[item] - 1;
+  }
+
+  template <std::size_t n>
+  Index fields(const Fields<n>& fields) {
+    std::array<Index, n> names;
+    std::array<Index, n> values;
+    for (std::size_t i = 0; i < n; ++i) {
+      names[i] = writer_.text(kArchiveKeys[static_cast<std::size_t>(fields[i].first)]);
+      values[i] = fields[i].second;
+    }
+    return writer_.dictionary(names, values);
+  }
+
+  template <std::size_t n>
+  Index record(const Fields<n>& content) {
+    return entry(fields<n>(content));
+  }
+
+  Index text(Index item, std::string_view text) {
+    if (text != kNullName) return entry(item);
+    // Bare, this text would read as nothing at all.
+    return record<2>({{{ArchiveKey::recordClass, classRecord("NSString")}, {ArchiveKey::string, item}}});
   }
 
   /// A reference to the record of a class whose parent is the root class.
@@ -114,21 +99,10 @@ class ArchiveSink {
     }
     const Index className = writer_.text(name);
     const std::array<Index, 2> chain = {className, writer_.text("NSObject")};
-    const Index record = writer_.dictionary(2);
-    fill(record, {{ArchiveKey::className, className}, {ArchiveKey::classes, writer_.list(chain)}});
-    classes_.emplace_back(name, addEntry(record));
+    const Index classes = writer_.array(chain);
+    classes_.emplace_back(name,
+                          record<2>({{{ArchiveKey::className, className}, {ArchiveKey::classes, classes}}}));
     return classes_.back().second;
-  }
-
-  void fill(Index dictionary, std::initializer_list<Field> fields) {
-    std::size_t place = 0;
-    for (const auto& [key, value] : fields) {
-      const Index name = writer_.text(kArchiveKeys[static_cast<std::size_t>(key)]);
-      const auto elements = writer_.elements(dictionary);
-      elements[place] = name;
-      elements[place + fields.size()] = value;
-      ++place;
-    }
   }
 
   BinaryWriter& writer_;
@@ -136,7 +110,6 @@ class ArchiveSink {
   std::vector<Index> references_;  // object to 1 + reference, 0 for no entry yet
   std::vector<Index> keys_;
   std::vector<std::pair<std::string_view, Index>> classes_;
-  Index null_ = 0;
 };
 
 }  // namespace
@@ -144,7 +117,7 @@ class ArchiveSink {
 Bytes archivedDataWithRootObject(const PlistValue& root) {
   BinaryWriter writer;
   ArchiveSink sink(writer);
-  const BinaryWriter::Index reference = GraphEncoder(writer, sink).encode(root);
+  const BinaryWriter::Index reference = GraphEncoder(sink).encode(root);
   return writer.finish(sink.finish(reference));
 }
 

@@ -13,20 +13,17 @@ class PlainSink {
 
   Index leaf(const PlistValue& value) { return writeLeaf(writer_, value); }
 
-  Index open(const PlistArray& array, Index& container) { return container = writer_.array(array.size()); }
+  Index array(std::span<const Index> elements) { return writer_.array(elements); }
 
-  Index open(const PlistDictionary& dictionary, Index& container) {
-    container = writer_.dictionary(dictionary.size());
-    std::size_t place = 0;
-    for (const PlistDictionary::Entry& entry : dictionary) {
-      const Index key = writer_.text(entry.key.view());
-      writer_.elements(container)[place++] = key;
-    }
-    return container;
+  Index dictionary(const PlistDictionary& dictionary, std::span<const Index> values) {
+    keys_.clear();
+    for (const PlistDictionary::Entry& entry : dictionary) keys_.push_back(writer_.text(entry.key.view()));
+    return writer_.dictionary(keys_, values);
   }
 
  private:
   BinaryWriter& writer_;
+  std::vector<Index> keys_;
 };
 
 }  // namespace
@@ -34,7 +31,7 @@ class PlainSink {
 Bytes writePropertyList(const PlistValue& value) {
   BinaryWriter writer;
   PlainSink sink(writer);
-  const BinaryWriter::Index root = GraphEncoder(writer, sink).encode(value);
+  const BinaryWriter::Index root = GraphEncoder(sink).encode(value);
   return writer.finish(root);
 }
 
