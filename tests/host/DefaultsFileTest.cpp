@@ -1,0 +1,165 @@
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "foundation/PropertyList.h"
+#include "host/DefaultsFile.h"
+#include "host/PosixFiles.h"
+#include "support/CollectingLog.h"
+#include "support/TemporaryFolder.h"
+
+namespace tunevale::host {
+namespace {
+
+class DefaultsFileTest : public testing::Test {
+ protected:
+  DefaultsFile open() { return DefaultsFile(path, log); }
+  test::TemporaryFolder folder;
+  std::string path = folder.path("defaults.plist");
+  test::CollectingLog log;
+};
+
+TEST_F(DefaultsFileTest, KeepsValuesOfEveryKind) {
+  const PlistDictionary chart{{"songs", PlistArray{PlistDictionary{{"title", "तेरे नाम"}}, PlistValue()}}};
+  {
+    DefaultsFile defaults = open();
+    defaults.setObject(chart, "weekly_top_15");
+    defaults.setObject(PlistValue(asBytes("archive")), "radio_stations");
+    defaults.setObject(PlistValue(0.5), "volume");
+    defaults.setObject(PlistValue(true), "kUserFetchDataAlert");
+    defaults.setObject(PlistValue("Hindi"), "kUserLanguage");
+    EXPECT_EQ(defaults.objectForKey("volume"), PlistValue(0.5));
+    defaults.setObject(std::nullopt, "volume");
+    defaults.setObject(PlistValue(), "kUserFetchDataAlert");
+  }
+  DefaultsFile again = open();
+  EXPECT_EQ(again.objectForKey("weekly_top_15"), PlistValue(chart));
+  EXPECT_EQ(again.objectForKey("radio_stations"), PlistValue(asBytes("archive")));
+  EXPECT_EQ(again.objectForKey("kUserLanguage"), PlistValue("Hindi"));
+  EXPECT_FALSE(again.objectForKey("volume"));
+  EXPECT_FALSE(again.objectForKey("kUserFetchDataAlert"));
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(DefaultsFileTest, IsOnTheDiskAfterSynchronizeAndAloneThere) {
+  DefaultsFile defaults = open();
+  defaults.setObject(PlistValue(7), "volume");
+  defaults.synchronize();
+  EXPECT_EQ(readPropertyList(readFile(path, 1000).value()), PlistValue(PlistDictionary{{"volume", 7}}));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
+}
+
+// A write follows each change without a call, but not a write per change.
+TEST_F(DefaultsFileTest, WritesManyChangesTogether) {
+  std::filesystem::file_time_type seen;
+  int writes = 0;
+  DefaultsFile defaults = open();
+  for (int i = 0; i < 20'000; ++i) {
+    defaults.setObject(PlistValue(i), "volume");
+    std::error_code missing;
+    const auto now = std::filesystem::last_write_time(path, missing);
+    if (!missing && now != seen) ++writes;
+    seen = now;
+  }
+  defaults.synchronize();
+  EXPECT_GT(writes, 0);
+  EXPECT_LT(writes, 10'000);
+}
+
+TEST_F(DefaultsFileTest, PutsADamagedFileAsideAndStartsEmpty) {
+  const Bytes whole = writePropertyList(PlistValue(PlistDictionary{{"volume", 7}}));
+  const std::string damaged[] = {"", "<?xml version=\"1.0\"?>", std::string(asText(whole).substr(0, 20)),
+                                 std::string(asText(writePropertyList(PlistValue(PlistArray{}))))};
+  int n = 0;
+  for (const std::string& contents : damaged) {
+    std::ofstream(path, std::ios::binary) << contents;
+    const std::string aside = path + ".damaged-" + std::to_string(++n);
+    {
+      DefaultsFile defaults = open();
+      EXPECT_FALSE(defaults.objectForKey("volume"));
+      EXPECT_EQ(asText(readFile(aside, 1000).value()), contents);
+      defaults.setObject(PlistValue(8), "volume");
+    }
+    EXPECT_EQ(log.lines(),
+              std::vector{"User defaults are damaged and start empty; the file is kept as " + aside});
+    EXPECT_EQ(open().objectForKey("volume"), PlistValue(8));
+    log.clear();
+  }
+}
+
+// Files past a size cannot be written while this lives, as on a full disk.
+class FullDisk {
+ public:
+  FullDisk() {
+    ::getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit tiny{16, before_.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &tiny);
+  }
+  ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &before_); }
+
+ private:
+  rlimit before_{};
+};
+
+TEST_F(DefaultsFileTest, KeepsInMemoryWhatCannotBeWrittenAndTriesAgain) {
+  {
+    DefaultsFile defaults = open();
+    defaults.setObject(PlistValue(1), "old");
+    defaults.synchronize();
+    {
+      const FullDisk full;
+      for (const char* key : {"a", "b"}) {
+        defaults.setObject(PlistValue(2), key);
+        defaults.synchronize();
+      }
+      EXPECT_EQ(open().objectForKey("old"), PlistValue(1));
+      EXPECT_EQ(defaults.objectForKey("a"), PlistValue(2));
+    }
+    EXPECT_EQ(log.lines(),
+              std::vector{"User defaults stay in memory: cannot write " + path + ": File too large"});
+    defaults.setObject(PlistValue(3), "c");
+  }
+  for (const char* key : {"old", "a", "b", "c"}) EXPECT_TRUE(open().objectForKey(key)) << key;
+  EXPECT_EQ(log.lines().size(), 1U);
+}
+
+TEST_F(DefaultsFileTest, DoesNotWriteWhatItCouldNotReadBack) {
+  PlistValue huge;
+  for (int i = 0; i < 40; ++i)
+    huge = PlistValue(PlistArray{huge, huge});  // shared: a trillion values in 1 KiB
+  {
+    DefaultsFile defaults = open();
+    defaults.setObject(PlistValue(1), "old");
+    defaults.synchronize();
+    defaults.setObject(huge, "huge");
+  }
+  EXPECT_EQ(log.lines(), std::vector<std::string>{
+                             "User defaults stay in memory: user defaults are too large to be stored"});
+  EXPECT_EQ(open().objectForKey("old"), PlistValue(1));
+}
+
+TEST_F(DefaultsFileTest, ServesManyThreads) {
+  {
+    DefaultsFile defaults = open();
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+      threads.emplace_back([&defaults, key = "key" + std::to_string(t)] {
+        for (int i = 0; i < 200; ++i) {
+          defaults.setObject(PlistValue(i), key);
+          EXPECT_EQ(defaults.objectForKey(key), PlistValue(i));
+          if (i % 100 == 0) defaults.synchronize();
+        }
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+  }
+  for (int t = 0; t < 4; ++t) EXPECT_EQ(open().objectForKey("key" + std::to_string(t)), PlistValue(199));
+}
+
+}  // namespace
+}  // namespace tunevale::host

@@ -1,0 +1,171 @@
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "host/AtomicFile.h"
+#include "host/HomeFolder.h"
+#include "host/PosixFiles.h"
+#include "support/TemporaryFolder.h"
+
+namespace tunevale::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+class PosixFilesTest : public testing::Test {
+ protected:
+  std::string at(const std::string& name) const { return folder.path(name); }
+  std::string text(const std::string& name) {
+    const auto contents = files.contentsAtPath(at(name));
+    return contents ? std::string(asText(*contents)) : "(nothing)";
+  }
+  test::TemporaryFolder folder;
+  PosixFiles files;
+};
+
+TEST_F(PosixFilesTest, WritesReadsReplacesAndRemoves) {
+  EXPECT_EQ(text("top.png"), "(nothing)");
+  EXPECT_FALSE(files.writeAtomically(asBytes("one"), at("top.png")));
+  EXPECT_FALSE(files.writeAtomically(asBytes("second"), at("top.png")));
+  EXPECT_EQ(text("top.png"), "second");
+  EXPECT_FALSE(files.writeAtomically({}, at("empty")));
+  EXPECT_EQ(text("empty"), "");
+  EXPECT_FALSE(files.checkResourceIsReachable(at("top.png")));
+  EXPECT_FALSE(files.removeItemAtPath(at("top.png")));
+  EXPECT_FALSE(files.fileExistsAtPath(at("top.png")));
+  EXPECT_TRUE(files.removeItemAtPath(at("top.png")));
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1);  // only "empty"
+}
+
+TEST_F(PosixFilesTest, SaysWhyNot) {
+  EXPECT_EQ(files.checkResourceIsReachable(at("none"))->description,
+            "cannot read " + at("none") + ": No such file or directory");
+  EXPECT_TRUE(files.createDirectoryAtPath(at("no/parent")));
+  EXPECT_FALSE(files.createDirectoryAtPath(at("folder/")));
+  EXPECT_TRUE(files.createDirectoryAtPath(at("folder")));
+  EXPECT_TRUE(files.checkResourceIsReachable(at("folder")));
+  EXPECT_TRUE(files.writeAtomically(asBytes("x"), at("folder")));  // a folder is not replaced
+  EXPECT_TRUE(files.writeAtomically(asBytes("x"), at("none/x.png")));
+  EXPECT_EQ(std::distance(fs::recursive_directory_iterator(folder.path()), {}), 1);
+}
+
+TEST_F(PosixFilesTest, RefusesPathsNotBuiltOnPurpose) {
+  EXPECT_FALSE(files.createDirectoryAtPath(at("cache")));
+  EXPECT_FALSE(files.writeAtomically(asBytes("x"), at("x")));
+  using namespace std::string_literals;
+  for (const std::string& path :
+       {"relative"s, ""s, at("cache/../x"), at("./x"), at("x\0.png"s), at("cache/..")}) {
+    EXPECT_FALSE(files.fileExistsAtPath(path)) << path;
+    EXPECT_FALSE(files.contentsAtPath(path)) << path;
+    EXPECT_TRUE(files.checkResourceIsReachable(path)) << path;
+    EXPECT_TRUE(files.writeAtomically(asBytes("y"), path)) << path;
+    EXPECT_TRUE(files.createDirectoryAtPath(path)) << path;
+    EXPECT_TRUE(files.removeItemAtPath(path)) << path;
+  }
+  EXPECT_EQ(text("x"), "x");
+}
+
+TEST_F(PosixFilesTest, NeverGoesThroughALinkAtTheEnd) {
+  fs::create_directory(at("outside"));
+  ASSERT_FALSE(files.writeAtomically(asBytes("mine"), at("outside/file")));
+  fs::create_symlink(at("outside/file"), at("link.png"));
+  EXPECT_TRUE(files.fileExistsAtPath(at("link.png")));
+  EXPECT_EQ(text("link.png"), "(nothing)");
+  EXPECT_TRUE(files.checkResourceIsReachable(at("link.png")));
+  EXPECT_FALSE(files.writeAtomically(asBytes("new"), at("link.png")));
+  EXPECT_EQ(text("link.png"), "new");
+  EXPECT_EQ(text("outside/file"), "mine");
+}
+
+TEST_F(PosixFilesTest, RemovesATreeWithoutFollowingLinks) {
+  fs::create_directories(at("cache/a/b/c"));
+  fs::create_directory(at("outside"));
+  ASSERT_FALSE(files.writeAtomically(asBytes("mine"), at("outside/file")));
+  fs::create_directory_symlink(at("outside"), at("cache/a/link"));
+  fs::create_directory_symlink(at("outside"), at("link"));
+  EXPECT_FALSE(files.removeItemAtPath(at("cache/")));
+  EXPECT_FALSE(files.removeItemAtPath(at("link/")));
+  EXPECT_FALSE(files.fileExistsAtPath(at("cache")));
+  EXPECT_FALSE(files.fileExistsAtPath(at("link")));
+  EXPECT_EQ(text("outside/file"), "mine");
+}
+
+TEST_F(PosixFilesTest, ReadsNoPipeNoFolderAndNothingHuge) {
+  ASSERT_EQ(::mkfifo(at("pipe").c_str(), 0600), 0);
+  EXPECT_EQ(text("pipe"), "(nothing)");  // and does not wait for a writer
+  EXPECT_EQ(text(""), "(nothing)");
+  std::ofstream(at("huge")) << "x";
+  fs::resize_file(at("huge"), 16 << 20);
+  EXPECT_EQ(files.contentsAtPath(at("huge"))->size(), std::size_t{16} << 20);
+  fs::resize_file(at("huge"), (16 << 20) + 1);
+  EXPECT_EQ(text("huge"), "(nothing)");
+}
+
+TEST_F(PosixFilesTest, SweepsWhatUnfinishedWritesLeft) {
+  fs::create_directories(at("Documents/ImageCache"));
+  const std::string left = at("Documents/ImageCache/.tunevale-unfinished-99-0");
+  std::ofstream(left) << "half";
+  std::ofstream(at("Documents/.keep")) << "x";
+  fs::create_directory_symlink(at("Documents"), at("loop"));
+  removeUnfinishedWrites(folder.path());
+  EXPECT_FALSE(files.fileExistsAtPath(left));
+  EXPECT_TRUE(files.fileExistsAtPath(at("Documents/.keep")));
+  removeUnfinishedWrites(at("nowhere"));
+}
+
+std::string refusalOf(const std::string& path) {
+  try {
+    const HomeFolder home(path);
+    return "";
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+}
+
+TEST(HomeFolder, MakesItsFoldersForTheOwnerAlone) {
+  const test::TemporaryFolder folder;
+  const HomeFolder home(folder.path("a/b/"));
+  EXPECT_EQ(home.path(), folder.path("a/b"));
+  for (const char* made : {"a", "a/b", "a/b/Documents", "a/b/Library/Preferences"}) {
+    EXPECT_EQ(fs::status(folder.path(made)).permissions(), fs::perms::owner_all) << made;
+  }
+}
+
+TEST(HomeFolder, BelongsToOneAtATime) {
+  const test::TemporaryFolder folder;
+  {
+    const HomeFolder home(folder.path());
+    EXPECT_EQ(refusalOf(folder.path()),
+              "cannot use " + folder.path() + " as home directory: another tunevale-watch uses it");
+  }
+  EXPECT_EQ(refusalOf(folder.path()), "");
+}
+
+TEST(HomeFolder, SaysWhyItCannotBeUsed) {
+  const test::TemporaryFolder folder;
+  std::ofstream(folder.path("file")) << "x";
+  EXPECT_EQ(refusalOf(folder.path("file")),
+            "cannot use " + folder.path("file") + " as home directory: Not a directory");
+  EXPECT_NE(refusalOf(folder.path("file/below")), "");
+  EXPECT_NE(refusalOf("/proc/tunevale"), "");
+  EXPECT_NE(refusalOf(""), "");
+  EXPECT_NE(refusalOf("/"), "");
+}
+
+TEST(HomeFolder, DefaultsToTheUsersDataFolder) {
+  ::setenv("HOME", "/home/asha", 1);
+  ::setenv("XDG_DATA_HOME", "relative", 1);
+  EXPECT_EQ(HomeFolder::defaultPath(), "/home/asha/.local/share/tunevale-watch");
+  ::setenv("XDG_DATA_HOME", "/data", 1);
+  EXPECT_EQ(HomeFolder::defaultPath(), "/data/tunevale-watch");
+  ::unsetenv("XDG_DATA_HOME");
+  ::unsetenv("HOME");
+  EXPECT_EQ(HomeFolder::defaultPath(), std::nullopt);
+}
+
+}  // namespace
+}  // namespace tunevale::host

@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include "host/LocalNotificationCenter.h"
+
+namespace tunevale::host {
+namespace {
+
+struct Observer {
+  LocalNotificationCenter* center = nullptr;  // to leave as it goes
+  ~Observer() {
+    if (center != nullptr) center->removeObserver(this, "song");
+  }
+};
+
+class NotificationCenterTest : public testing::Test {
+ protected:
+  void observe(const std::shared_ptr<Observer>& observer, const std::string& what) {
+    center.addObserver(observer, "song", [this, what](const Notification&) { heard += what; });
+  }
+  LocalNotificationCenter center;
+  std::string heard;
+  std::shared_ptr<Observer> a = std::make_shared<Observer>();
+  std::shared_ptr<Observer> b = std::make_shared<Observer>();
+};
+
+TEST_F(NotificationCenterTest, TellsObserversOfTheNameInOrderAndTwiceIfAskedTwice) {
+  observe(b, "b");
+  observe(a, "a");
+  observe(b, "B");
+  std::optional<PlistDictionary> info;
+  center.addObserver(a, "volume", [&](const Notification& told) { info = told.userInfo; });
+  center.postNotificationName("song", std::nullopt);
+  EXPECT_EQ(heard, "baB");
+  EXPECT_EQ(info, std::nullopt);
+  center.postNotificationName("volume", PlistDictionary{{"level", 7}});
+  EXPECT_EQ(info, (PlistDictionary{{"level", 7}}));
+  center.removeObserver(b.get(), "song");
+  center.postNotificationName("song", std::nullopt);
+  EXPECT_EQ(heard, "baBa");
+  EXPECT_EQ(center.observerCount(), 2U);
+}
+
+TEST_F(NotificationCenterTest, SkipsWhomAnEarlierHandlerRemovedOrDropped) {
+  center.addObserver(a, "song", [this](const Notification&) {
+    center.removeObserver(a.get(), "song");
+    b.reset();
+    heard += "a";
+  });
+  observe(b, "b");
+  observe(a, "A");
+  center.postNotificationName("song", std::nullopt);
+  EXPECT_EQ(heard, "a");
+  EXPECT_EQ(center.observerCount(), 0U);
+}
+
+TEST_F(NotificationCenterTest, KeepsAnObserverAliveDuringItsHandlerOnly) {
+  b->center = &center;
+  center.addObserver(b, "song", [this, watch = std::weak_ptr(b)](const Notification&) {
+    b.reset();
+    heard += watch.expired() ? "dead" : "alive";
+  });
+  observe(a, " next");
+  center.postNotificationName("song", std::nullopt);
+  EXPECT_EQ(heard, "alive next");
+  EXPECT_EQ(center.observerCount(), 1U);
+}
+
+TEST_F(NotificationCenterTest, LeavesOutOfAPostWhoCameDuringIt) {
+  center.addObserver(a, "song", [this](const Notification&) {
+    for (int i = 0; i < 100; ++i) observe(b, "b");  // enough to move the list
+    heard += "a";
+  });
+  observe(a, "A");
+  center.postNotificationName("song", std::nullopt);
+  EXPECT_EQ(heard, "aA");
+}
+
+TEST_F(NotificationCenterTest, PostsWithinAPost) {
+  int depth = 0;
+  center.addObserver(a, "song", [&](const Notification&) {
+    if (++depth < 3) center.postNotificationName("song", std::nullopt);
+    if (depth == 3) center.removeObserver(a.get(), "song");
+  });
+  center.postNotificationName("song", std::nullopt);
+  EXPECT_EQ(depth, 3);
+}
+
+// What the handlers of dead observers hold must go, and may call back while it does.
+TEST_F(NotificationCenterTest, LetsGoOfDeadObserversAtTheNextUse) {
+  auto held = std::make_shared<Observer>();
+  held->center = &center;
+  const std::weak_ptr<Observer> watch = held;
+  center.addObserver(b, "song", [held](const Notification&) {});
+  held.reset();
+  b.reset();
+  EXPECT_EQ(center.observerCount(), 0U);
+  EXPECT_FALSE(watch.expired());
+  observe(a, "a");
+  EXPECT_TRUE(watch.expired());
+  center.postNotificationName("song", std::nullopt);
+  EXPECT_EQ(heard, "a");
+}
+
+}  // namespace
+}  // namespace tunevale::host
