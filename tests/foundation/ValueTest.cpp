@@ -1,0 +1,148 @@
+#include <cmath>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "foundation/PlistValue.h"
+
+namespace tunevale {
+namespace {
+
+TEST(PlistArray, StaysAsItWasForWhoeverHoldsIt) {
+  PlistArray list{1, "two"};
+  const PlistArray handedOut = list;
+  EXPECT_EQ(list.identity(), handedOut.identity());
+  list.append(3);
+  list.set(0, "one");
+  EXPECT_EQ(handedOut, (PlistArray{1, "two"}));
+  EXPECT_EQ(list, (PlistArray{"one", "two", 3}));
+}
+
+TEST(PlistArray, EditsInPlaceWhenNobodyElseHoldsIt) {
+  PlistArray list;
+  list.reserve(10);
+  const void* storage = list.identity();
+  for (int i = 0; i < 10; ++i) list.append(i);
+  list.set(3, "three");
+  EXPECT_EQ(list.identity(), storage);
+  { const PlistArray copy = list; }
+  list.set(4, "four");
+  EXPECT_EQ(list.identity(), storage);
+}
+
+TEST(PlistArray, MayHoldACopyOfItself) {
+  PlistArray list{1};
+  list.append(list);
+  list.append(*list.at(0));
+  EXPECT_EQ(list, (PlistArray{1, PlistArray{1}, 1}));
+  list = *list.at(1)->array();
+  EXPECT_EQ(list, (PlistArray{1}));
+}
+
+TEST(PlistArray, HasNothingPastItsEnd) {
+  EXPECT_EQ(PlistArray().at(0), nullptr);
+  EXPECT_EQ((PlistArray{1}.at(1)), nullptr);
+  EXPECT_EQ(PlistArray(), (PlistArray{}));
+}
+
+TEST(PlistDictionary, KeepsItsKeysSortedAndUnique) {
+  PlistDictionary dictionary =
+      PlistDictionary::fromEntries({{"b", 1}, {"é", 2}, {"", 3}, {"a", 4}, {"b", 5}});
+  dictionary.set("c", 6);
+  dictionary.set("a", 7);
+  std::vector<std::string> keys;
+  for (const auto& entry : dictionary) keys.emplace_back(entry.key.view());
+  EXPECT_EQ(keys, (std::vector<std::string>{"", "a", "b", "c", "é"}));
+  EXPECT_EQ(*dictionary.find("b"), PlistValue(5));
+  EXPECT_EQ(*dictionary.find("a"), PlistValue(7));
+  EXPECT_EQ(dictionary.find("d"), nullptr);
+}
+
+TEST(PlistDictionary, StaysAsItWasForWhoeverHoldsIt) {
+  PlistDictionary dictionary{{"a", 1}, {"b", 2}};
+  const PlistDictionary handedOut = dictionary;
+  dictionary.remove("a");
+  dictionary.remove("unknown");
+  dictionary.set("b", dictionary);
+  EXPECT_EQ(handedOut, (PlistDictionary{{"a", 1}, {"b", 2}}));
+  EXPECT_EQ(dictionary, (PlistDictionary{{"b", PlistDictionary{{"b", 2}}}}));
+  dictionary.remove("b");
+  EXPECT_EQ(dictionary, PlistDictionary());
+}
+
+TEST(PlistDictionary, EditsInPlaceWhenNobodyElseHoldsIt) {
+  PlistDictionary dictionary{{"a", 1}, {"b", 2}};
+  const void* storage = dictionary.identity();
+  dictionary.set("a", 3);
+  dictionary.remove("b");
+  dictionary.set("c", 4);
+  EXPECT_EQ(dictionary.identity(), storage);
+  EXPECT_EQ(dictionary, (PlistDictionary{{"a", 3}, {"c", 4}}));
+}
+
+TEST(PlistValue, AnswersOnlyToItsOwnKind) {
+  const PlistValue one = 1;
+  EXPECT_EQ(one.integer(), 1);
+  EXPECT_FALSE(one.boolean() || one.real() || one.string() || one.bytes());
+  EXPECT_EQ(one.array(), nullptr);
+  EXPECT_EQ(one.number(), 1.0);
+  EXPECT_EQ(PlistValue(true).number(), 1.0);
+  EXPECT_FALSE(PlistValue("1").number());
+  EXPECT_EQ(PlistValue(asBytes("ab")).bytes()->size(), 2U);
+}
+
+TEST(PlistValue, ComparesKindsAndContents) {
+  EXPECT_NE(PlistValue(1), PlistValue(1.0));
+  EXPECT_NE(PlistValue(1), PlistValue(true));
+  EXPECT_NE(PlistValue("ab"), PlistValue(asBytes("ab")));
+  EXPECT_NE(PlistValue(PlistArray{}), PlistValue(PlistDictionary{}));
+  EXPECT_EQ(PlistValue(0.0), PlistValue(-0.0));
+  EXPECT_EQ(PlistValue(std::nan("1")), PlistValue(std::nan("2")));
+  EXPECT_NE((PlistArray{1, 2}), (PlistArray{1}));
+  EXPECT_NE((PlistDictionary{{"a", 1}}), (PlistDictionary{{"b", 1}}));
+}
+
+TEST(PlistValue, MovesAndAssignsBetweenItsOwnParts) {
+  PlistValue value = PlistArray{PlistArray{"inner"}};
+  value = *value.array()->at(0);
+  EXPECT_EQ(value, PlistValue(PlistArray{"inner"}));
+  PlistValue moved = std::move(value);
+  EXPECT_TRUE(value.isNull());  // NOLINT: moved-from is null
+  moved = *moved.array()->at(0);
+  EXPECT_EQ(moved, PlistValue("inner"));
+}
+
+TEST(PlistString, IsAlwaysValidUtf8) {
+  EXPECT_EQ(PlistString("a\xFF").view(), "a\uFFFD");
+  EXPECT_EQ(PlistValue("\xED\xA0\x80").string(), "\uFFFD\uFFFD\uFFFD");
+  EXPECT_EQ(PlistString("").view(), "");
+}
+
+TEST(PlistValue, DiesWithoutRecursion) {
+  PlistValue value;
+  for (int i = 0; i < 1000000; ++i)
+    value = i % 2 == 0 ? PlistValue(PlistArray{value}) : PlistDictionary{{"k", value}};
+  value = PlistValue();
+}
+
+TEST(PlistValue, IsSharedBetweenThreads) {
+  const PlistArray list{"text", PlistDictionary{{"key", PlistArray{1, 2}}}, asBytes("bytes")};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([list] {
+      for (int i = 0; i < 2000; ++i) {
+        PlistArray copy = list;
+        copy.set(0, i);
+        const PlistValue inner = *copy.at(1);
+        PlistDictionary edited = *inner.dictionary();
+        edited.set("key", i);
+        ASSERT_EQ(list.at(1)->dictionary()->find("key")->array()->size(), 2U);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace
+}  // namespace tunevale

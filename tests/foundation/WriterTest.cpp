@@ -1,0 +1,111 @@
+#include <cmath>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "foundation/KeyedArchive.h"
+#include "foundation/PropertyList.h"
+
+namespace tunevale {
+namespace {
+
+void expectBothRoundTrips(const PlistValue& value) {
+  EXPECT_EQ(readPropertyList(writePropertyList(value)), value);
+  EXPECT_EQ(unarchiveObjectWithData(archivedDataWithRootObject(value)), value);
+}
+
+TEST(Writers, RoundTripEveryLeaf) {
+  using Integers = std::numeric_limits<std::int64_t>;
+  for (const std::int64_t value : {std::int64_t{0}, std::int64_t{255}, std::int64_t{256}, std::int64_t{65535},
+                                   std::int64_t{65536}, std::int64_t{4294967295}, std::int64_t{4294967296},
+                                   std::int64_t{-1}, Integers::min(), Integers::max()}) {
+    expectBothRoundTrips(value);
+  }
+  using Reals = std::numeric_limits<double>;
+  for (const double value : {0.0, 0.5, 0.1, -1e300, Reals::max(), Reals::denorm_min(), Reals::infinity(),
+                             -Reals::infinity(), Reals::quiet_NaN()}) {
+    expectBothRoundTrips(value);
+  }
+  for (const bool value : {false, true}) expectBothRoundTrips(value);
+  for (const char* value : {"", "fourteen chars", "fifteen chars !", "नमस्ते", "😀", "a\uFFFD"})
+    expectBothRoundTrips(value);
+  expectBothRoundTrips(std::string("a\0b", 3));
+  expectBothRoundTrips(std::string(300, 'x'));
+  expectBothRoundTrips(std::string(70000, 'x'));
+  expectBothRoundTrips(Bytes(1000, std::byte{0xFE}));
+  expectBothRoundTrips(PlistValue());
+}
+
+TEST(Writers, KeepTheSignOfZero) {
+  const auto value = readPropertyList(writePropertyList(-0.0));
+  ASSERT_TRUE(value && value->real());
+  EXPECT_TRUE(std::signbit(*value->real()));
+}
+
+TEST(Writers, RoundTripContainers) {
+  expectBothRoundTrips(PlistArray{});
+  expectBothRoundTrips(PlistDictionary{});
+  PlistArray many;
+  for (int i = 0; i < 70000; ++i) many.append(i);  // references of four bytes
+  expectBothRoundTrips(
+      PlistArray{many, PlistDictionary{{"", many}, {"ключ", PlistArray{PlistArray{}, "", Bytes()}}}, 1, 1.0,
+                 true, PlistValue()});
+}
+
+TEST(Writers, WriteEqualPartsOnce) {
+  const std::string longText(1000, 'x');
+  const auto once = [&] {
+    return PlistDictionary{{"text", longText}, {"list", PlistArray{longText, 1, 2, 3}}};
+  };
+  PlistArray several;
+  for (int i = 0; i < 20; ++i) several.append(once());
+  EXPECT_LT(writePropertyList(several).size(), 1200U);
+  EXPECT_LT(archivedDataWithRootObject(several).size(), 1600U);
+}
+
+TEST(Writers, GiveEqualBytesForEqualValues) {
+  const PlistDictionary part{{"a", 1}, {"b", PlistArray{1.5}}};
+  PlistDictionary other;
+  other.set("b", PlistArray{1.5});
+  other.set("a", 1);
+  const PlistArray shared{part, part};
+  const PlistArray apart{part, other};
+  EXPECT_EQ(writePropertyList(shared), writePropertyList(apart));
+  EXPECT_EQ(archivedDataWithRootObject(shared), archivedDataWithRootObject(apart));
+}
+
+TEST(Writers, UseTheSmallestForms) {
+  const auto sizeOf = [](const PlistValue& value) { return writePropertyList(value).size() - 8 - 1 - 32; };
+  EXPECT_EQ(sizeOf(255), 2U);
+  EXPECT_EQ(sizeOf(65535), 3U);
+  EXPECT_EQ(sizeOf(65536), 5U);
+  EXPECT_EQ(sizeOf(-1), 9U);
+  EXPECT_EQ(sizeOf(0.5), 5U);
+  EXPECT_EQ(sizeOf(0.1), 9U);
+  EXPECT_EQ(sizeOf("abc"), 4U);
+  EXPECT_EQ(sizeOf("é"), 3U);
+  EXPECT_EQ(sizeOf(PlistValue()), 1U);
+}
+
+TEST(Writers, CutWhatIsNestedTooDeep) {
+  const auto nested = [](int levels, PlistValue core) {
+    for (int i = 0; i < levels; ++i) core = PlistArray{core};
+    return core;
+  };
+  expectBothRoundTrips(nested(64, 7));
+  EXPECT_EQ(readPropertyList(writePropertyList(nested(64, PlistArray{7}))), nested(64, PlistValue()));
+  EXPECT_EQ(unarchiveObjectWithData(archivedDataWithRootObject(nested(64, PlistArray{7}))),
+            nested(64, PlistValue()));
+
+  // A part that is shared keeps its depth where there is room for it.
+  const PlistValue part = nested(10, 7);
+  const PlistValue both = PlistArray{nested(60, part), part};
+  const PlistValue cut = PlistArray{nested(60, nested(3, PlistValue())), part};
+  EXPECT_EQ(readPropertyList(writePropertyList(both)), cut);
+  EXPECT_EQ(unarchiveObjectWithData(archivedDataWithRootObject(both)), cut);
+
+  EXPECT_TRUE(readPropertyList(writePropertyList(nested(500000, 7))));
+}
+
+}  // namespace
+}  // namespace tunevale
