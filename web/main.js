@@ -1,0 +1,66 @@
+// Wires the page: the server's screen goes to the parts that draw it, and what a person does goes back.
+import { alerts } from './alert.js';
+import { clock } from './clock.js';
+import { follow, liveAddress } from './connection.js';
+import { consoleBeside } from './console-frame.js';
+import { crown } from './crown.js';
+import { flash } from './dom.js';
+import { keys } from './keys.js';
+import { pages } from './pages.js';
+import { phoneMark } from './phone-mark.js';
+import { fitFace } from './scale.js';
+import { focusedPicker } from './screen.js';
+import { stage } from './stage.js';
+import { titleLine } from './title-line.js';
+import { watchFace } from './watch-face.js';
+
+const byId = (id) => document.getElementById(id);
+let current = null;
+let lastTouched = null;
+
+const connection = follow(liveAddress('/api/live'), {
+  member: 'screen',
+  onState: show,
+  onStatus: (status) => phone.connection(status),
+  onMessage({ refused }) {
+    if (refused && lastTouched?.isConnected) flash(lastTouched, 'refused');
+  },
+});
+
+/** Sends an input; `element` is what was touched for it, and shows when the watch refuses. */
+function send(input, element = null) {
+  lastTouched = element;
+  return connection.send(input);
+}
+
+const turning = crown(byId('crown'), {
+  picker: () => current && focusedPicker(current.tree),
+  turn: (steps) => send({ crown: steps }),
+  scroll: (distance) => screens.scroll(distance),
+  press: () => current && send({ foreground: !current.foreground }),
+  wheelOver: byId('face'),
+});
+const screens = stage(byId('screens'), { send, turn: turning.turnBy, onScroll: turning.roll });
+const layer = byId('layer');
+const app = byId('app');
+const parts = [
+  screens,
+  titleLine({ back: byId('back'), name: byId('name'), title: byId('title') }, () => send({ back: true })),
+  pages(byId('dots'), byId('face'), (index) => send({ page: index })),
+  watchFace(layer, () => send({ foreground: true }), () => screens.focus()),
+  alerts(layer, (index, element) => send({ alert: index }, element), () => screens.focus()),
+];
+const phone = phoneMark({ mark: byId('phone-mark'), notice: byId('notice'), face: byId('face') });
+
+function show(screen) {
+  current = screen;
+  // Under an alert or the watch face the app is there, but not to be reached.
+  app.inert = Boolean(screen.alert) || screen.foreground === false;
+  for (const part of parts) part.show(screen);
+  phone.show(screen.phone);
+}
+
+keys({ screen: () => current, send, turn: turning.key });
+clock(byId('time'));
+fitFace(document.querySelector('.bench'), byId('watch'), byId('face'));
+consoleBeside(document.body);
