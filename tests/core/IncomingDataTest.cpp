@@ -29,27 +29,29 @@ constexpr const char* kPlayerPosted = "post tunevaleWatch.player.nowplayingchang
 constexpr const char* kVolumePosted = "post tunevaleWatch.device.volume";
 
 TEST_F(IncomingData, MessagesAreAnsweredOnce) {
-  struct Case {
-    PlistDictionary message;
-    const char* answer;
-  };
-  const Case cases[] = {
+  deliverData(PlistDictionary{{"appPlaying", song("a")}});
+  settle();
+  const std::pair<PlistDictionary, const char*> cases[] = {
       {{{"request", "volume"}, {"value", 0.5}}, "success"},
       {{{"request", "volume"}}, "success"},
       {{{"request", "queue_empty"}}, "failed"},  // though it is handled
       {{{"request", "Volume"}}, "failed"},
       {{{"request", ""}}, "failed"},
       {{{"request", 3}}, "failed"},
-      {{{"appPlaying", song("a")}}, "failed"},
+      {{{"appPlaying", song("b")}}, "failed"},
       {{}, "failed"},
   };
-  for (const Case& c : cases) {
-    const auto answer = phone.deliverMessage(c.message);
+  for (const auto& [message, expected] : cases) {
+    const auto answer = phone.deliverMessage(message);
     EXPECT_EQ(answer->count, 1);
-    EXPECT_EQ(answer->reply, (PlistDictionary{{"request", c.answer}}));
+    EXPECT_EQ(answer->reply, (PlistDictionary{{"request", expected}}));
   }
-  EXPECT_FALSE(delegate.isPlayingMedia());
   delegate.sessionDidReceiveMessage(phone, {}, nullptr);  // nobody to answer
+  EXPECT_FALSE(delegate.isPlayingMedia());
+  EXPECT_EQ(delegate.nowPlayingSong(), song("a"));
+  const auto announced = settle();
+  ASSERT_EQ(announced.size(), 2U);
+  EXPECT_EQ(announced[1].userInfo, (PlistDictionary{{"status", "empty"}}));
 }
 
 TEST_F(IncomingData, AVolumeIsStoredBeforeItIsAnsweredAndAnnouncedAfter) {
@@ -66,17 +68,6 @@ TEST_F(IncomingData, AVolumeIsStoredBeforeItIsAnsweredAndAnnouncedAfter) {
   phone.deliverMessage({{"request", "volume"}, {"value", PlistValue()}});
   EXPECT_TRUE(settle().empty());
   EXPECT_EQ(stored("volume"), PlistValue("loud"));
-}
-
-TEST_F(IncomingData, AnEmptyQueueKeepsTheSong) {
-  deliverData(PlistDictionary{{"appPlaying", song("a")}});
-  settle();
-  phone.deliverMessage({{"request", "queue_empty"}});
-  EXPECT_FALSE(delegate.isPlayingMedia());
-  EXPECT_EQ(delegate.nowPlayingSong(), song("a"));
-  const auto announced = settle();
-  ASSERT_EQ(announced.size(), 1U);
-  EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"status", "empty"}}));
 }
 
 TEST_F(IncomingData, AChartIsStoredAcknowledgedAndAnnounced) {
@@ -174,29 +165,21 @@ TEST_F(IncomingData, TheChartsLanguageIsFollowed) {
     radio().addImageToCache(picture(1, 1), "x.png");
     defaults.setObject(c.before, kUserLanguage);
     settle();
-    phone.takeMessages();
+    takeTrace();
     deliverData(PlistDictionary{{"weekly_top_15", c.chart}});
     settle();
+    Trace expected{"store weekly_top_15", "store weekly_top_15_data", "send weekly_top_15", kChartPosted};
+    if (c.purges) expected.insert(expected.begin(), "send watch_purged_cache");
+    if (c.before != c.after) expected.insert(expected.begin(), "store kUserLanguage");
+    EXPECT_EQ(takeTrace(), expected);
     EXPECT_EQ(stored("kUserLanguage"), c.after);
     EXPECT_EQ(platform.fileManager.fileExistsAtPath(directory()), !c.purges);
     EXPECT_EQ(radio().getTotalCacheCount() == 0, c.purges);
-    std::vector<PlistDictionary> expected{kChartReceived};
-    if (c.purges) expected.insert(expected.begin(), PlistDictionary{{"request", "watch_purged_cache"}});
-    EXPECT_EQ(phone.takeMessages(), expected);
   }
   EXPECT_TRUE(world.log.lines().empty());
 }
 
-TEST_F(IncomingData, TheLanguageIsStoredBeforeThePurge) {
-  defaults.setObject(PlistValue("english"), kUserLanguage);
-  takeTrace();
-  deliverData(PlistDictionary{{"weekly_top_15", kChart}});
-  settle();
-  EXPECT_EQ(takeTrace(), (Trace{"store kUserLanguage", "send watch_purged_cache", "store weekly_top_15",
-                                "store weekly_top_15_data", "send weekly_top_15", kChartPosted}));
-}
-
-TEST_F(IncomingData, UnusableChartsAreNotTaken) {
+TEST_F(IncomingData, UnusableChartsAreNotTakenNorIsWhatIsNoSong) {
   PlistDictionary failed = kChart;
   failed.set("error", PlistValue());
   const PlistDictionary unusable[] = {failed,
@@ -213,9 +196,6 @@ TEST_F(IncomingData, UnusableChartsAreNotTaken) {
     EXPECT_EQ(takeTrace(), Trace{});
   }
   EXPECT_TRUE(radio().getFeaturedStations().empty());
-}
-
-TEST_F(IncomingData, AListIsTakenWithoutWhatIsNoSong) {
   deliverData(PlistDictionary{
       {"weekly_top_15", PlistDictionary{{"list", PlistArray{"x", song("a"), PlistValue()}}}}});
   EXPECT_EQ(stored("weekly_top_15"), PlistValue(marked(PlistArray{song("a")})));

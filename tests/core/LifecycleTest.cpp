@@ -85,18 +85,6 @@ TEST_F(Lifecycle, GreetsThePhoneOnceActivated) {
   EXPECT_TRUE(lines[2].starts_with("Unable to launch or wake up phone app: late")) << lines[2];
 }
 
-TEST_F(Lifecycle, NothingPlaysAtFirst) {
-  EXPECT_FALSE(delegate.isPlayingMedia());
-  EXPECT_EQ(delegate.nowPlayingSong(), std::nullopt);
-  EXPECT_EQ(delegate.currentMediaImage(), nullptr);
-}
-
-TEST_F(Lifecycle, SharedIsTheDelegateOfTheExtension) {
-  EXPECT_EQ(&ExtensionDelegate::shared(platform), &delegate);
-  platform.sharedExtension.setDelegate(nullptr);
-  EXPECT_THROW(ExtensionDelegate::shared(platform), std::logic_error);
-}
-
 TEST(WKExtensionMain, HandsOverToTheFramework) {
   char name[] = "watch";
   char* arguments[] = {name, nullptr};

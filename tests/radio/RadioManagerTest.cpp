@@ -78,6 +78,16 @@ TEST_F(RadioManagerTest, AnEmptyListIsStoredButDoesNotReplaceTheOneInMemory) {
 
 TEST_F(RadioManagerTest, WhatIsNoDictionaryChangesNothing) {
   const PlistDictionary good{{"featured", stations("F")}};
+  ASSERT_FALSE(world->platform.fileManager.createDirectoryAtPath(directory()));
+  for (const PlistValue& odd : oneOfEachKind()) {
+    for (const PlistValue& copy : {odd, PlistValue(archivedDataWithRootObject(odd))}) {
+      defaults().setObject(copy, kReceiveRadioStations);
+      radio().loadRadioData();
+    }
+  }
+  EXPECT_TRUE(radio().getFeaturedStations().empty());
+  EXPECT_TRUE(radio().getArtistStations().empty());
+
   update(good);
   radio().updateRadioInfo(nullptr);
   update(PlistValue(archivedDataWithRootObject(PlistDictionary{{"featured", stations("X")}})));
@@ -90,18 +100,6 @@ TEST_F(RadioManagerTest, WhatIsNoDictionaryChangesNothing) {
 
   for (const PlistValue& odd : oneOfEachKind()) update(PlistDictionary{{"featured", odd}, {"artist", odd}});
   EXPECT_FALSE(radio().getFeaturedStations().empty());
-}
-
-TEST_F(RadioManagerTest, ADamagedCopyCountsAsNone) {
-  ASSERT_FALSE(world->platform.fileManager.createDirectoryAtPath(directory()));
-  for (const PlistValue& odd : oneOfEachKind()) {
-    for (const PlistValue& copy : {odd, PlistValue(archivedDataWithRootObject(odd))}) {
-      defaults().setObject(copy, kReceiveRadioStations);
-      radio().loadRadioData();
-      EXPECT_TRUE(radio().getFeaturedStations().empty());
-      EXPECT_TRUE(radio().getArtistStations().empty());
-    }
-  }
 }
 
 TEST_F(RadioManagerTest, AnImageIsThereWhenItIsAnnounced) {
@@ -130,11 +128,7 @@ TEST_F(RadioManagerTest, AnImageIsThereWhenItIsAnnounced) {
 }
 
 TEST_F(RadioManagerTest, ImageKeys) {
-  struct Case {
-    const char* name;
-    const char* key;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"FEATURED_image.png", "Featured"},
       {"hits.png", "Hits"},
       {"HITS.png", "Hits"},
@@ -148,7 +142,7 @@ TEST_F(RadioManagerTest, ImageKeys) {
       {"a\U0001F3B5\U0001F3B5\U0001F3B5", "A\U0001F3B5"},  // four UTF-16 units go
       {"\u00C9T\u00C9.png", "\u00C9t\u00E9"},
   };
-  for (const Case& c : cases) EXPECT_EQ(radio().getImageKey(c.name), c.key) << c.name;
+  for (const auto& [name, key] : cases) EXPECT_EQ(radio().getImageKey(name), key) << name;
 }
 
 TEST_F(RadioManagerTest, APurgeEmptiesMemoryAndLeavesTheStoredCopy) {

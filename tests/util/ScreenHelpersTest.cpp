@@ -36,16 +36,12 @@ TEST_F(ScreenHelpers, TheAlertHasOneForm) {
   if (alert.actions[0].handler) alert.actions[0].handler();
 }
 
-TEST_F(ScreenHelpers, NothingIsFetchedBeforeActivation) {
+TEST_F(ScreenHelpers, FetchesOnceAndKeepsTheScreenUntilTheAnswer) {
   for (const auto state : {ActivationState::notActivated, ActivationState::inactive}) {
     world.phone.setActivationState(state);
     WatchUtil::fetchAppDataFromPage(*screen);
   }
   EXPECT_TRUE(book.alerts.empty());
-  EXPECT_TRUE(world.phone.sentMessageData().empty());
-}
-
-TEST_F(ScreenHelpers, FetchesOnceAndKeepsTheScreenUntilTheAnswer) {
   world.phone.setActivationState(ActivationState::activated);
   WatchUtil::fetchAppDataFromPage(*screen);
   EXPECT_EQ(book.takeMessages(), Texts{kFetching});
@@ -63,6 +59,7 @@ TEST_F(ScreenHelpers, FetchesOnceAndKeepsTheScreenUntilTheAnswer) {
   EXPECT_EQ(world.log.lines(), Texts{"DV:>>> Reply received"});
 
   screen = ProbeScreen::shownBy(book, world.platform);
+  defaults.setObject(PlistValue(""), kUserFetchDataAlert);  // a flag of any kind counts
   WatchUtil::fetchAppDataFromPage(*screen);
   EXPECT_EQ(book.takeMessages(), (Texts{kFetching, kDataError}));
   EXPECT_EQ(world.phone.sentMessageData().size(), 1U);
@@ -80,14 +77,6 @@ TEST_F(ScreenHelpers, AFailedFetchIsToldAndTriedAgain) {
   EXPECT_EQ(defaults.objectForKey(kUserFetchDataAlert), std::nullopt);
   WatchUtil::fetchAppDataFromPage(*screen);
   EXPECT_EQ(world.phone.sentMessageData().size(), 2U);
-}
-
-TEST_F(ScreenHelpers, AFlagOfAnyKindStopsFetching) {
-  world.phone.setActivationState(ActivationState::activated);
-  defaults.setObject(PlistValue(""), kUserFetchDataAlert);
-  WatchUtil::fetchAppDataFromPage(*screen);
-  EXPECT_EQ(book.takeMessages(), (Texts{kFetching, kDataError}));
-  EXPECT_TRUE(world.phone.sentMessageData().empty());
 }
 
 TEST_F(ScreenHelpers, CachedImagesAreReadByTheirWholeName) {

@@ -9,11 +9,7 @@ namespace {
 using namespace WatchUtil;
 
 TEST(TrimWhitespace, TakesLineBreaksThenBlanksOnceEach) {
-  struct Case {
-    const char* text;
-    const char* trimmed;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"  Song\n", "Song"},
       {" \n x", "\n x"},  // the blank at the front shields the line break
       {"x \n\t", "x \n"},
@@ -25,18 +21,14 @@ TEST(TrimWhitespace, TakesLineBreaksThenBlanksOnceEach) {
       {"", ""},
       {" \u0BA4\u0BAE\u0BBF\u0BB4\u0BCD ", "\u0BA4\u0BAE\u0BBF\u0BB4\u0BCD"},
   };
-  for (const Case& c : cases) {
-    const PlistValue value(c.text);
-    EXPECT_EQ(trimWhitespace(&value), c.trimmed) << '"' << c.text << '"';
+  for (const auto& [text, trimmed] : cases) {
+    const PlistValue value(text);
+    EXPECT_EQ(trimWhitespace(&value), trimmed) << '"' << text << '"';
   }
 }
 
 TEST(ConvertHTMLEntities, ReplacesInItsOwnOrder) {
-  struct Case {
-    const char* text;
-    const char* converted;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"Tom &amp;amp; Jerry", "Tom & Jerry"},
       {"Rock &Amp; Roll", "Rock & Roll"},
       {"a&#38;b&#038;c", "a&b&c"},
@@ -58,7 +50,7 @@ TEST(ConvertHTMLEntities, ReplacesInItsOwnOrder) {
       {"\u0926\u093F\u0932 &amp; \u0BAE\u0BA9\u0BAE\u0BCD", "\u0926\u093F\u0932 & \u0BAE\u0BA9\u0BAE\u0BCD"},
       {"", ""},
   };
-  for (const Case& c : cases) EXPECT_EQ(convertHTMLEntities(c.text), c.converted) << c.text;
+  for (const auto& [text, converted] : cases) EXPECT_EQ(convertHTMLEntities(text), converted) << text;
 }
 
 TEST(RadioFileName, ChangesSpacesOnly) {

@@ -13,11 +13,7 @@ namespace {
 using namespace WatchUtil;
 
 TEST(ValueChecks, EachAcceptsItsOwnKindOnly) {
-  struct Case {
-    PlistValue value;
-    const char* accepted;  // s string, a array, d dictionary, b bytes
-  };
-  const Case cases[] = {
+  const std::pair<PlistValue, const char*> cases[] = {
       {PlistValue(), ""},
       {false, ""},
       {12, ""},
@@ -31,13 +27,13 @@ TEST(ValueChecks, EachAcceptsItsOwnKindOnly) {
       {PlistValue(Bytes()), "b"},
       {PlistValue(Bytes{std::byte{1}}), "b"},
   };
-  for (const Case& c : cases) {
+  for (const auto& [value, expected] : cases) {
     std::string accepted;
-    if (isNonEmptyString(&c.value)) accepted += 's';
-    if (isNonEmptyArray(&c.value)) accepted += 'a';
-    if (isNonEmptyDictionary(&c.value)) accepted += 'd';
-    if (isNonEmptyData(&c.value)) accepted += 'b';
-    EXPECT_EQ(accepted, c.accepted) << "kind " << static_cast<int>(c.value.kind());
+    if (isNonEmptyString(&value)) accepted += 's';
+    if (isNonEmptyArray(&value)) accepted += 'a';
+    if (isNonEmptyDictionary(&value)) accepted += 'd';
+    if (isNonEmptyData(&value)) accepted += 'b';
+    EXPECT_EQ(accepted, expected) << "kind " << static_cast<int>(value.kind());
   }
   EXPECT_FALSE(isNonEmptyString(nullptr) || isNonEmptyArray(nullptr) || isNonEmptyDictionary(nullptr) ||
                isNonEmptyData(nullptr));
@@ -48,11 +44,7 @@ TEST(ValueChecks, EachAcceptsItsOwnKindOnly) {
 TEST(HexColor, ReadsSixDigitsHoweverTheyAreDressed) {
   const Color orange = Color::colorWithRed(1.0F, 128.0F / 255.0F, 0.0F, 1.0F);
   const Color grey = Color::colorWithRed(0.24313726F, 0.24313726F, 0.24313726F, 1.0F);
-  struct Case {
-    const char* text;
-    Color color;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, Color> cases[] = {
       {"#FF8000", orange},
       {"  0xff8000 ", orange},
       {"ff#80#00", orange},
@@ -74,9 +66,9 @@ TEST(HexColor, ReadsSixDigitsHoweverTheyAreDressed) {
       {"\U0001F3B5FFFFF", grey},                        // seven units, though six letters
       {"", Color::blackColor()},
   };
-  for (const Case& c : cases) {
-    const PlistValue text(c.text);
-    EXPECT_EQ(getColorFromHex(&text), c.color) << '"' << c.text << '"';
+  for (const auto& [text, color] : cases) {
+    const PlistValue value(text);
+    EXPECT_EQ(getColorFromHex(&value), color) << '"' << text << '"';
   }
 }
 
