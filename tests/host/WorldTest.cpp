@@ -44,18 +44,5 @@ TEST(World, KeepsItsHomeAcrossARestart) {
   EXPECT_TRUE(again.platform.fileManager.fileExistsAtPath(again.platform.homeDirectory + "/Documents"));
 }
 
-TEST(World, AnswersAMessageOnceOnTheMainQueue) {
-  World world;
-  std::string answer;
-  world.platform.defaultSession.sendMessage(
-      {{"request", "Hello"}}, [&](const PlistDictionary&) { answer += "reply"; },
-      [&](const SessionError& error) { answer += std::to_string(error.code); });
-  world.phone.fail(world.phone.lastMessage(), {7007, "unreachable"});
-  EXPECT_EQ(answer, "");
-  world.settle();
-  EXPECT_EQ(answer, "7007");
-  EXPECT_THROW(world.phone.reply(0, {}), std::logic_error);
-}
-
 }  // namespace
 }  // namespace tunevale::test

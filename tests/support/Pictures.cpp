@@ -31,6 +31,18 @@ Bytes pngPicture(std::uint32_t width, std::uint32_t height, std::uint32_t seed, 
 Bytes jpegPicture(std::uint32_t width, std::uint32_t height, std::uint32_t seed, int quality,
                   bool progressive) {
   const ImagePtr image = picture(width, height, seed);
+  std::vector<std::uint8_t> samples;
+  for (std::size_t i = 0; i < image->pixels.size(); ++i) {
+    if (i % 4 != 3) samples.push_back(image->pixels[i]);
+  }
+  return encodeJpeg(width, height, 3, std::move(samples), [&](jpeg_compress_struct& encoder) {
+    jpeg_set_quality(&encoder, quality, TRUE);
+    if (progressive) jpeg_simple_progression(&encoder);
+  });
+}
+
+Bytes encodeJpeg(std::uint32_t width, std::uint32_t height, int components, std::vector<std::uint8_t> samples,
+                 const std::function<void(jpeg_compress_struct&)>& configure) {
   jpeg_compress_struct encoder{};
   jpeg_error_mgr errors{};  // the default one ends the program, which is right for a test's own mistake
   encoder.err = jpeg_std_error(&errors);
@@ -40,18 +52,15 @@ Bytes jpegPicture(std::uint32_t width, std::uint32_t height, std::uint32_t seed,
   jpeg_mem_dest(&encoder, &data, &size);
   encoder.image_width = width;
   encoder.image_height = height;
-  encoder.input_components = 4;
-  encoder.in_color_space = JCS_EXT_RGBX;
+  encoder.input_components = components;
+  encoder.in_color_space = components == 1 ? JCS_GRAYSCALE : components == 3 ? JCS_RGB : JCS_CMYK;
   jpeg_set_defaults(&encoder);
-  jpeg_set_quality(&encoder, quality, TRUE);
-  if (progressive) jpeg_simple_progression(&encoder);
+  configure(encoder);
   jpeg_start_compress(&encoder, TRUE);
   while (encoder.next_scanline < height) {
-    std::vector<std::uint8_t> row(
-        image->pixels.begin() + std::ptrdiff_t{encoder.next_scanline} * width * 4,
-        image->pixels.begin() + std::ptrdiff_t{encoder.next_scanline + 1} * width * 4);
-    JSAMPROW rows = row.data();
-    jpeg_write_scanlines(&encoder, &rows, 1);
+    JSAMPROW row =
+        samples.data() + std::size_t{encoder.next_scanline} * width * static_cast<unsigned>(components);
+    jpeg_write_scanlines(&encoder, &row, 1);
   }
   jpeg_finish_compress(&encoder);
   const auto* begin = reinterpret_cast<const std::byte*>(data);
