@@ -1,4 +1,4 @@
-import { animate, element, flash } from './dom.js';
+import { animate, element, flash } from './common/dom.js';
 import { actionTitle } from './screen.js';
 
 /** Alerts as dialogs over the app: they take the focus, keep it, and give it back. */

@@ -1,10 +1,10 @@
 // Wires the page: the server's screen goes to the parts that draw it, and what a person does goes back.
 import { alerts } from './alert.js';
 import { clock } from './clock.js';
-import { follow, liveAddress } from './connection.js';
+import { follow, liveAddress } from './common/connection.js';
 import { consoleBeside } from './console-frame.js';
 import { crown } from './crown.js';
-import { flash } from './dom.js';
+import { flash } from './common/dom.js';
 import { keys } from './keys.js';
 import { pages } from './pages.js';
 import { phoneMark } from './phone-mark.js';

@@ -1,4 +1,4 @@
-import { lessMotion } from './dom.js';
+import { lessMotion } from './common/dom.js';
 
 const POINTS_PER_SECOND = 34;
 const PAUSE = 1000;

@@ -1,4 +1,4 @@
-import { animate, element } from './dom.js';
+import { animate, element } from './common/dom.js';
 
 /** Where the server keeps an image of the layout or a decoded picture. */
 export function imageAddress(id) {

@@ -1,4 +1,4 @@
-import { element, lessMotion } from './dom.js';
+import { element, lessMotion } from './common/dom.js';
 import { imageAddress } from './pictures.js';
 
 // What a sequence without its own pace gets.

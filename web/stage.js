@@ -1,4 +1,4 @@
-import { animate, element } from './dom.js';
+import { animate, element } from './common/dom.js';
 import { view } from './elements/index.js';
 import { screenKey } from './screen.js';
 import { Trail } from './trail.js';
@@ -21,10 +21,7 @@ export function stage(host, { send, turn, onScroll }) {
   function enter(screen, key) {
     const leaving = place;
     const hadFocus = leaving?.contains(document.activeElement);
-    if (leaving) {
-      trail.at.scrollTop = leaving.scrollTop;
-      trail.at.focus = document.activeElement?.closest('[data-id]')?.dataset.id;
-    }
+    if (leaving) trail.at.scrollTop = leaving.scrollTop;
     const move = trail.go(key, screen);
     top = view(screen.tree, context);
     place = element('section', { class: 'screen', tabindex: '-1', 'aria-labelledby': 'title',
@@ -33,7 +30,9 @@ export function stage(host, { send, turn, onScroll }) {
     host.append(place);
     if (trail.at.scrollTop) place.scrollTop = trail.at.scrollTop;
     const entered = place;
+    const here = trail.at;
     let last = place.scrollTop;
+    place.addEventListener('focusin', ({ target }) => { here.focus = target.closest('[data-id]')?.dataset.id; });
     place.addEventListener('scroll', () => {
       onScroll(entered.scrollTop - last);
       last = entered.scrollTop;

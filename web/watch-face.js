@@ -1,5 +1,5 @@
 import { calendar, clock } from './clock.js';
-import { animate, element } from './dom.js';
+import { animate, element } from './common/dom.js';
 
 /** The watch face: the time, the day, and the place of the complication, from which a tap opens the app. */
 export function watchFace(layer, onOpen, giveFocusBack) {

@@ -1,4 +1,4 @@
-import { assign, element, flash } from '../dom.js';
+import { assign, element, flash } from '../common/dom.js';
 import { picture } from '../pictures.js';
 import { reconcile } from '../reconcile.js';
 

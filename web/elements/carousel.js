@@ -1,4 +1,4 @@
-import { element } from '../dom.js';
+import { element } from '../common/dom.js';
 import { picture } from '../pictures.js';
 import { reconcile } from '../reconcile.js';
 

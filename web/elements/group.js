@@ -1,5 +1,5 @@
 import { cssColor, inkFor, scrimFor } from '../contrast.js';
-import { element } from '../dom.js';
+import { element } from '../common/dom.js';
 import { picture } from '../pictures.js';
 import { reconcile } from '../reconcile.js';
 import { spinner } from '../spinner.js';

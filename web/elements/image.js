@@ -1,4 +1,4 @@
-import { assign, element } from '../dom.js';
+import { assign, element } from '../common/dom.js';
 import { picture } from '../pictures.js';
 
 export function image(node) {

@@ -1,4 +1,4 @@
-import { assign } from '../dom.js';
+import { assign } from '../common/dom.js';
 import { button } from './button.js';
 import { group } from './group.js';
 import { image } from './image.js';

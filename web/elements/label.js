@@ -1,4 +1,4 @@
-import { assign, element } from '../dom.js';
+import { assign, element } from '../common/dom.js';
 import { marquee } from '../marquee.js';
 
 export function label(node, context) {

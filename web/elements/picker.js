@@ -1,4 +1,4 @@
-import { assign, element } from '../dom.js';
+import { assign, element } from '../common/dom.js';
 import { carousel } from './carousel.js';
 
 const isBlank = (item) => !item.title && !item.caption && !item.image;

@@ -1,4 +1,4 @@
-import { assign, element, flash } from '../dom.js';
+import { assign, element, flash } from '../common/dom.js';
 
 /** A level. Its ends turn the crown by one, for those who would rather tap. */
 export function slider(node, context) {

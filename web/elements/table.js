@@ -1,4 +1,4 @@
-import { assign, element, flash } from '../dom.js';
+import { assign, element, flash } from '../common/dom.js';
 import { reconcile } from '../reconcile.js';
 
 export function table(node, context, view) {
@@ -10,7 +10,7 @@ export function table(node, context, view) {
       const nodes = next.rows ?? [];
       assign(el, 'data-empty', nodes.length ? null : '');
       reconcile(el, rows, nodes.map((row, index) => rowNode(row, index, rows)),
-                (row) => rowView(row, node.outlet, context, view));
+                (row) => rowView(row, node, context, view));
     },
   };
 }
@@ -21,15 +21,14 @@ function rowNode(row, index, rows) {
   return known?.row === row ? known : { id: index, kind: row.type, row };
 }
 
-function rowView(node, tableName, context, view) {
-  const inputs = { ...context, quiet: true,
-                   address: (outlet) => ({ table: tableName, row: node.id, outlet }) };
+function rowView(node, { id, outlet: name }, context, view) {
+  const inputs = { ...context, quiet: true, address: (outlet) => ({ table: name, row: node.id, outlet }) };
   const content = new Map();
   const select = element('button', { type: 'button', class: 'select' });
-  const el = element('li', { class: `table-row ${node.kind}` }, select);
+  const el = element('li', { class: `table-row ${node.kind}`, 'data-id': `${id} row ${node.id}` }, select);
   select.addEventListener('click', () => {
     flash(el);
-    context.send({ select: { table: tableName, row: node.id } }, el);
+    context.send({ select: { table: name, row: node.id } }, el);
   });
   const made = {
     el,
