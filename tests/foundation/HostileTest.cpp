@@ -1,0 +1,333 @@
+// Inputs that are broken or made to hurt: each is refused quickly and within little memory.
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <functional>
+#include <new>
+#include <random>
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include "foundation/KeyedArchive.h"
+#include "foundation/PropertyList.h"
+#include "foundation/RawList.h"
+
+namespace {
+
+std::size_t inUse = 0;
+std::size_t peak = 0;
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  void* block = std::malloc(size);
+  if (block == nullptr) throw std::bad_alloc();
+  inUse += malloc_usable_size(block);
+  peak = std::max(peak, inUse);
+  return block;
+}
+
+void operator delete(void* block) noexcept {
+  inUse -= malloc_usable_size(block);
+  std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+  operator delete(block);
+}
+
+namespace tunevale {
+namespace {
+
+using namespace test;
+
+// Sanitizers, and builds without optimisation, get more time than what ships.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__clang__)
+constexpr double kSlower = 20;
+#elif defined(__OPTIMIZE__)
+constexpr double kSlower = 1;
+#else
+constexpr double kSlower = 6;
+#endif
+
+struct Cost {
+  double milliseconds;
+  std::size_t bytes;
+};
+
+/// What an action costs in processor time and in memory beyond what was in use before.
+Cost costOf(const std::function<void()>& action) {
+  const std::size_t before = inUse;
+  peak = inUse;
+  const std::clock_t start = std::clock();
+  action();
+  return {1000.0 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, peak - before};
+}
+
+constexpr std::size_t kMostBytes = std::size_t{16} << 20;
+
+void expectRefused(const std::string& name, const Bytes& input) {
+  for (const bool archive : {false, true}) {
+    bool decoded = true;
+    const Cost cost = costOf(
+        [&] { decoded = (archive ? unarchiveObjectWithData(input) : readPropertyList(input)).has_value(); });
+    // What is wrong in an archive may still be a sound list of other objects.
+    EXPECT_FALSE(decoded && (archive || !name.starts_with("archive: "))) << name;
+    EXPECT_LT(cost.milliseconds, 50 * kSlower) << name;
+    EXPECT_LT(cost.bytes, kMostBytes) << name;
+  }
+}
+
+Bytes fromText(const std::string& text) {
+  const ByteView view = asBytes(text);
+  return {view.begin(), view.end()};
+}
+
+/// A sound list with its trailer's fields replaced.
+Bytes withTrailer(std::size_t at, std::size_t size, std::uint64_t value) {
+  RawList list;
+  list.array({1, 1});
+  list.add(text("text"));
+  Bytes bytes = list.bytes();
+  const std::string raw = bigEndian(value, size);
+  std::copy_n(asBytes(raw).begin(), size, bytes.end() - 32 + static_cast<std::ptrdiff_t>(at));
+  return bytes;
+}
+
+TEST(HostileLists, WithABrokenFrameAreRefused) {
+  expectRefused("empty", {});
+  expectRefused("text", fromText("<?xml version=\"1.0\"?><plist version=\"1.0\"><string>x</string></plist>"));
+  expectRefused("header only", fromText("bplist00"));
+  expectRefused("no object", fromText("bplist00" + std::string(32, '\0')));
+  expectRefused("zeros", Bytes(1000));
+  expectRefused("ones", Bytes(1000, std::byte{0xFF}));
+  expectRefused("offset size 0", withTrailer(6, 1, 0));
+  expectRefused("offset size 9", withTrailer(6, 1, 9));
+  expectRefused("reference size 0", withTrailer(7, 1, 0));
+  expectRefused("reference size 255", withTrailer(7, 1, 255));
+  expectRefused("no objects", withTrailer(8, 8, 0));
+  expectRefused("more objects than bytes", withTrailer(8, 8, 1000));
+  expectRefused("2^64-1 objects", withTrailer(8, 8, UINT64_MAX));
+  expectRefused("2^61 objects", withTrailer(8, 8, std::uint64_t{1} << 61));
+  expectRefused("root past the end", withTrailer(16, 8, 2));
+  expectRefused("root 2^64-1", withTrailer(16, 8, UINT64_MAX));
+  expectRefused("table before the objects", withTrailer(24, 8, 8));
+  expectRefused("table at 0", withTrailer(24, 8, 0));
+  expectRefused("table past the end", withTrailer(24, 8, 10000));
+  expectRefused("table at 2^64-1", withTrailer(24, 8, UINT64_MAX));
+}
+
+TEST(HostileLists, CutShortAnywhereAreRefused) {
+  PlistDictionary value{{"list", PlistArray{1, 2.5, "text", "नमस्ते", Bytes(20)}},
+                        {"more", PlistDictionary{{"a", true}}}};
+  for (const Bytes& whole : {writePropertyList(value), archivedDataWithRootObject(value)}) {
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+      expectRefused("cut at " + std::to_string(size),
+                    Bytes(whole.begin(), whole.begin() + static_cast<int>(size)));
+    }
+  }
+}
+
+TEST(HostileLists, WithBrokenObjectsAreRefused) {
+  const auto refuse = [](const std::string& name, const std::string& raw) {
+    RawList list;
+    list.array({1});
+    list.add(raw);
+    expectRefused(name, list.bytes());
+  };
+  refuse("integer of 32 bytes", "\x15" + std::string(32, '\0'));
+  refuse("integer past the end", "\x13");
+  refuse("real of 2 bytes", std::string("\x21\0\0", 3));
+  refuse("unknown simple object", "\x0F");
+  refuse("unknown marker", "\x70");
+  refuse("unknown marker f", "\xF3");
+  refuse("reference of 16 bytes", "\x8F" + std::string(16, '\0'));
+  refuse("text longer than the list", head(0x50, 1000));
+  refuse("text of 2^64-1", "\x5F\x13" + bigEndian(UINT64_MAX, 8));
+  refuse("UTF-16 of 2^63", "\x6F\x13" + bigEndian(std::uint64_t{1} << 63, 8));
+  refuse("count that is no integer", "\x5F\x50");
+  refuse("count of 16 bytes", "\x5F\x14" + std::string(16, '\0'));
+  refuse("data of 2^32-1", head(0x40, UINT32_MAX));
+  refuse("array of 2^32-1", head(0xA0, UINT32_MAX));
+  refuse("array of 2^62", "\xAF\x13" + bigEndian(std::uint64_t{1} << 62, 8));
+  refuse("dictionary of 2^63", "\xDF\x13" + bigEndian(std::uint64_t{1} << 63, 8));
+  refuse("set of 2^61", "\xCF\x13" + bigEndian(std::uint64_t{1} << 61, 8));
+  refuse("element past the objects", "\xA1\x09");
+  refuse("key past the objects", std::string("\xD1\x09\0", 3));
+  refuse("itself", "\xA1\x01");
+  refuse("its parent", std::string("\xA1\0", 2));
+
+  RawList offsets;
+  offsets.array({1});
+  offsets.offsetSize = 1;
+  offsets.add(std::string(300, 'x'));
+  expectRefused("object before the first", offsets.bytes());
+}
+
+TEST(HostileLists, WithCyclesAreRefused) {
+  RawList mutual;
+  mutual.dictionary({1}, {2});
+  mutual.add(text("a"));
+  mutual.array({3});
+  mutual.dictionary({1}, {0});
+  expectRefused("through a dictionary", mutual.bytes());
+
+  RawArchive self;
+  self.root = self.arrayRecord({2}, "NSArray");
+  expectRefused("archive: array in itself", self.bytes());
+
+  RawArchive around;
+  const auto key = around.entry(text("k"));
+  const auto inner = around.dictionaryRecord({key}, {6}, "NSDictionary");
+  around.root = around.arrayRecord({inner});
+  EXPECT_EQ(around.root, 5U);
+  around.entry(around.list.objects[around.entries[around.root]]);
+  around.root = 6;
+  expectRefused("archive: around two corners", around.bytes());
+}
+
+TEST(HostileLists, ThatDoubleAtEachLevelAreRefused) {
+  RawList bomb;
+  for (std::size_t i = 1; i <= 40; ++i) bomb.array({i, i});
+  bomb.add(text("ha"));
+  EXPECT_LT(bomb.bytes().size(), 262U);
+  expectRefused("bomb", bomb.bytes());
+
+  RawList wide;  // ten levels, each eighty times the one below
+  for (std::size_t i = 1; i <= 10; ++i) wide.add(wide.arrayObject(std::vector<std::size_t>(80, i)));
+  wide.add("\x09");
+  expectRefused("wide bomb", wide.bytes());
+
+  RawArchive archive;
+  auto level = archive.entry(text("ha"));
+  for (int i = 0; i < 40; ++i) level = archive.arrayRecord({level, level});
+  archive.root = level;
+  expectRefused("archive: bomb", archive.bytes());
+  expectRefused("archive: bomb of our own", [] {
+    PlistArray nested{1};
+    for (int i = 0; i < 50; ++i) nested = PlistArray{nested, nested};
+    return archivedDataWithRootObject(nested);
+  }());
+}
+
+TEST(HostileLists, NestedTooDeepAreRefused) {
+  RawList deep;
+  deep.refSize = 4;
+  deep.offsetSize = 4;
+  for (std::size_t i = 1; i <= 60000; ++i) deep.array({i});
+  deep.add("\x09");
+  expectRefused("60,000 levels", deep.bytes());
+
+  RawArchive archive;
+  auto level = archive.entry(text("x"));
+  for (int i = 0; i < 65; ++i) level = archive.dictionaryRecord({1}, {level});
+  archive.root = level;
+  expectRefused("archive: 65 levels", archive.bytes());
+}
+
+TEST(HostileArchives, WithBrokenRecordsAreRefused) {
+  const auto refuse = [](const std::string& name, const std::function<std::uint64_t(RawArchive&)>& build) {
+    RawArchive archive;
+    archive.entry(text("x"));
+    archive.root = build(archive);
+    expectRefused("archive: " + name, archive.bytes());
+  };
+  refuse("root past the entries", [](RawArchive&) { return 1000; });
+  refuse("element past the entries", [](RawArchive& a) { return a.arrayRecord({1000}); });
+  refuse("key past the entries", [](RawArchive& a) { return a.dictionaryRecord({1000}, {1}); });
+  refuse("more keys", [](RawArchive& a) { return a.dictionaryRecord({1, 1}, {1}); });
+  refuse("more values", [](RawArchive& a) { return a.dictionaryRecord({1}, {1, 1}); });
+  refuse("no keys", [](RawArchive& a) { return a.record("NSDictionary", {{"NS.objects", a.uids({1})}}); });
+  refuse("no elements", [](RawArchive& a) { return a.record("NSArray", {}); });
+  refuse("elements no array", [](RawArchive& a) {
+    return a.record("NSArray", {{"NS.objects", a.list.add(text("x"))}});
+  });
+  refuse("text no text", [](RawArchive& a) {
+    return a.record("NSString", {{"NS.string", a.list.add(number(1))}});
+  });
+  refuse("data no data", [](RawArchive& a) {
+    return a.record("NSData", {{"NS.data", a.list.add(text("x"))}});
+  });
+  refuse("no data", [](RawArchive& a) { return a.record("NSMutableData", {}); });
+  refuse("class past the entries", [](RawArchive& a) {
+    return a.entry(a.list.dictionaryObject({a.list.add(text("$class"))}, {a.list.add(uid(1000))}));
+  });
+  refuse("class null", [](RawArchive& a) {
+    return a.entry(a.list.dictionaryObject({a.list.add(text("$class"))}, {a.list.add(uid(0))}));
+  });
+  refuse("class without a name", [](RawArchive& a) {
+    const auto nameless = a.entry(a.list.dictionaryObject({}, {}));
+    return a.entry(a.list.dictionaryObject({a.list.add(text("$class"))}, {a.list.add(uid(nameless))}));
+  });
+  refuse("class no record", [](RawArchive& a) {
+    return a.entry(a.list.dictionaryObject({a.list.add(text("$class"))}, {a.list.add(uid(1))}));
+  });
+}
+
+/// Many objects whose contents are one and the same stretch of bytes: work must follow the input's size, not
+/// the product.
+TEST(HostileLists, WhoseObjectsOverlapCostNoMoreThanTheirSize) {
+  const auto overlapping = [](const std::string& marker, std::size_t count, const std::string& rest) {
+    std::string objects;
+    for (std::size_t i = 0; i < count; ++i) objects += marker;
+    std::string out = "bplist00";
+    std::string table;
+    const std::size_t refs = std::min<std::size_t>(count, 30000);
+    const std::size_t rootOffset = out.size();
+    out += head(0xA0, refs);
+    for (std::size_t i = 0; i < refs; ++i) out += bigEndian(i + 1, 2);
+    table += bigEndian(rootOffset, 4);
+    for (std::size_t i = 0; i < refs; ++i) table += bigEndian(out.size() + i * marker.size(), 4);
+    out += objects + rest;
+    const std::size_t tableOffset = out.size();
+    out += table + std::string(6, '\0') + "\x04\x02" + bigEndian(refs + 1, 8) + bigEndian(0, 8) +
+           bigEndian(tableOffset, 8);
+    return fromText(out);
+  };
+  const std::string rest(400000, '\0');
+  expectRefused("texts", overlapping("\x5F\x12" + bigEndian(390000, 4), 30000, rest));
+  expectRefused("UTF-16", overlapping("\x6F\x12" + bigEndian(190000, 4), 30000, rest));
+  expectRefused("data", overlapping("\x4F\x12" + bigEndian(390000, 4), 30000, rest));
+  expectRefused("arrays", overlapping("\xAF\x12" + bigEndian(190000, 4), 30000, rest));
+  expectRefused("dictionaries", overlapping("\xDF\x12" + bigEndian(90000, 4), 30000, rest));
+
+  RawArchive archive;  // 4,000 records that name the same 4,000 keys and values
+  const std::vector<std::uint64_t> many(4000, 1);
+  archive.entry(text("x"));
+  const std::size_t list = archive.uids(many);
+  const std::size_t keys = archive.list.add(text("NS.keys"));
+  const std::size_t values = archive.list.add(text("NS.objects"));
+  const std::size_t className = archive.list.add(text("$class"));
+  const std::size_t classUid = archive.list.add(uid(archive.classRecord("NSDictionary")));
+  std::vector<std::uint64_t> records;
+  for (int i = 0; i < 4000; ++i) {
+    records.push_back(
+        archive.entry(archive.list.dictionaryObject({className, keys, values}, {classUid, list, list})));
+  }
+  archive.root = archive.arrayRecord(records);
+  expectRefused("archive: one list for many records", archive.bytes());
+}
+
+/// Whatever single bytes are changed: no crash (the sanitizers watch), and what decodes is a value like any
+/// other.
+TEST(HostileLists, WithChangedBytesDecodeToNothingOrToAValue) {
+  const PlistDictionary value{{"list", PlistArray{1, 2.5, "text", "नमस्ते", Bytes(20), PlistValue(), "$null"}},
+                              {"more", PlistDictionary{{"a", true}, {"b", PlistArray{PlistArray{}, -1}}}}};
+  const Bytes whole = archivedDataWithRootObject(value);
+  std::mt19937 random(7);
+  int decoded = 0;
+  for (int round = 0; round < 20000; ++round) {
+    Bytes changed = whole;
+    for (unsigned i = 0; i <= random() % 3; ++i)
+      changed[random() % changed.size()] = static_cast<std::byte>(random());
+    readPropertyList(changed);
+    const auto result = unarchiveObjectWithData(changed);
+    if (!result) continue;
+    ++decoded;
+    ASSERT_EQ(unarchiveObjectWithData(archivedDataWithRootObject(*result)), result);
+  }
+  EXPECT_GT(decoded, 100);
+}
+
+}  // namespace
+}  // namespace tunevale
