@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "link/LinkLimits.h"
+#include "link/TcpListener.h"
+#include "platform/PhoneSession.h"
+#include "platform/Queues.h"
+
+namespace tunevale::host {
+
+/// The phone session over the paired link. The watch listens, the phone connects. The session is activated
+/// from activateSession() on, whether or not a phone is there; whether one is, isReachable() tells.
+class LinkPhoneSession : public PhoneSession {
+ public:
+  struct Options {
+    link::Endpoint listenOn;
+    /// Received files lie here while they are handled. It exists and is this session's alone.
+    std::string spoolFolder;
+    link::Timing timing{};
+  };
+  struct State {
+    bool activated = false;
+    bool reachable = false;
+    bool locked = false;
+  };
+
+  /// Takes the address at once. Throws std::runtime_error with a reason of one line when it cannot be used.
+  /// What arrives runs on `delivery`; the main queue outlives the session.
+  LinkPhoneSession(MainQueue& mainQueue, std::unique_ptr<SerialQueue> delivery, Options options);
+  /// Runs what was delivered already. Not on the delivery queue.
+  ~LinkPhoneSession() override;
+
+  /// The port listened on, also when the system chose it.
+  std::uint16_t port() const;
+  State state() const;  // any thread
+  /// Called on the main queue after the state has changed. Set it before activateSession().
+  void setChangeHandler(std::function<void()> handler);
+  /// Requests whose handler has not run yet. Any thread.
+  std::size_t pendingRequests() const;
+
+  bool isSupported() const override { return true; }
+  void setDelegate(PhoneSessionDelegate* delegate) override;
+  void activateSession() override;
+  ActivationState activationState() const override;
+  bool isReachable() const override;
+  bool iOSDeviceNeedsUnlockAfterRebootForReachability() const override;
+  void sendMessage(PlistDictionary message, ReplyHandler replyHandler, ErrorHandler errorHandler) override;
+  void sendMessageData(Bytes data, DataReplyHandler replyHandler, ErrorHandler errorHandler) override;
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace tunevale::host

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <memory>
+
+#include "link/FrameReader.h"
+#include "link/FrameWriter.h"
+#include "link/RateLimit.h"
+#include "link/Session.h"
+
+namespace tunevale::link {
+
+class Connection;
+
+/// Whoever holds connections. Strand only.
+class ConnectionOwner {
+ public:
+  virtual ~ConnectionOwner() = default;
+  virtual PlistDictionary introduction() const = 0;
+  /// Why the other end is not welcome; null when it is.
+  virtual const char* objectionTo(const PlistDictionary& introduction) const = 0;
+  virtual void connectionDidOpen(Connection& connection, const PlistDictionary& introduction) = 0;
+  virtual void connectionDidReceive(Connection& connection, const Frame& frame) = 0;
+  /// Adds the next frame to send; false when there is none.
+  virtual bool fill(FrameWriter& frames) = 0;
+  /// The connection may be destroyed once this turn is over.
+  virtual void connectionDidClose(Connection& connection, const std::string& reason) = 0;
+};
+
+/// One stream as frames: introduces the two ends, keeps watch over the other's life, limits what it takes,
+/// writes what its owner has. Strand only.
+class Connection : private StreamReceiver {
+ public:
+  Connection(Strand& strand, const Timing& timing, std::unique_ptr<Stream> stream, bool opener,
+             ConnectionOwner& owner, Session::Closed closed);
+  ~Connection() override;
+  void start();
+
+  bool isOpen() const { return phase_ == Phase::open; }
+  /// Puts a frame before everything that fill() has.
+  void sendFirst(FrameType type, const PlistDictionary& body = {});
+  /// There is something to send.
+  void wake();
+  /// Whether to stop taking frames. The other end is still told that this one lives.
+  void setPaused(bool paused);
+  /// Says why, as far as there is a way to, and closes.
+  void close(const std::string& reason);
+
+ private:
+  enum class Phase { introducing, open, closed };
+
+  void streamDidRead(ByteView bytes) override;
+  void streamDidWrite() override;
+  void streamDidEnd(const std::string& reason) override;
+  void takeFrames();
+  void take(const Frame& frame);
+  void takeIntroduction(const Frame& frame);
+  void watchSilence();
+  void end(const std::string& reason);
+
+  Strand& strand_;
+  const Timing timing_;
+  std::unique_ptr<Stream> stream_;
+  const bool opener_;
+  ConnectionOwner& owner_;
+  Session::Closed closed_;
+  Phase phase_ = Phase::introducing;
+  FrameReader reader_;
+  RateLimit rate_;
+  Bytes first_;
+  bool writing_ = false;
+  bool paused_ = false;
+  Time heard_;
+  Time pinged_;
+  Time opened_;
+  std::unique_ptr<Timer> silenceTimer_;
+  std::unique_ptr<Timer> rateTimer_;
+};
+
+}  // namespace tunevale::link

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "link/LinkLimits.h"
+#include "link/TcpListener.h"
+
+namespace tunevale::link {
+
+class Session;
+class Strand;
+
+/// Tries once to reach the other end. Calls back once, on the strand, never inside the call: with null when
+/// it did not work. Destroying what it returns gives up.
+using Dialed = std::function<void(std::unique_ptr<Stream>)>;
+class Dialing {
+ public:
+  virtual ~Dialing() = default;
+};
+using Dial = std::function<std::unique_ptr<Dialing>(Dialed)>;
+
+/// Dials a TCP address, for as long as `timing.connect` says.
+Dial tcpDial(LinkLoop& loop, const Endpoint& endpoint, const Timing& timing);
+
+/// Keeps a session connected: dials, and dials again some time after a failure or a loss, a random while that
+/// doubles with every failure. Strand only.
+class Connector {
+ public:
+  Connector(Strand& strand, Session& session, Dial dial, const Timing& timing);
+  ~Connector();
+  void start();
+  /// Stays away until start().
+  void stop();
+
+ private:
+  struct State;
+  std::shared_ptr<State> state_;
+};
+
+}  // namespace tunevale::link

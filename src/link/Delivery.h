@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+
+#include "link/Mailbox.h"
+#include "link/Session.h"
+
+namespace tunevale::link {
+
+/// The way of what arrived to the delegate, and the count of what is still under way there. Strand only.
+class Delivery {
+ public:
+  using Call = std::function<void(SessionDelegate&)>;
+  Delivery(std::shared_ptr<Mailbox> mailbox, SessionDelegate& delegate, Executor deliver, Executor answer)
+      : mailbox_(std::move(mailbox)),
+        delegate_(delegate),
+        deliver_(std::move(deliver)),
+        answer_(std::move(answer)) {}
+
+  /// Calls the delegate in turn, up to `attempts` times as long as it throws; then `handled` on the strand.
+  void deliver(std::size_t bytes, Call call, int attempts = 1, Block handled = {});
+  /// Tells the delegate something that came from this end itself.
+  void tell(Call call);
+  /// Runs a block on the answer executor.
+  void answer(Block block) { answer_(std::move(block)); }
+  void tellState(const LinkState& state);
+
+  /// Whether so much waits that reading should pause, and whether enough is handled to go on.
+  bool isFull() const { return payloads_ >= kMostUndelivered || bytes_ >= kMostUndeliveredBytes; }
+  bool isHalfFull() const { return payloads_ > kMostUndelivered / 2 || bytes_ > kMostUndeliveredBytes / 2; }
+  /// One payload of this size has been handled.
+  void handled(std::size_t bytes);
+
+ private:
+  std::shared_ptr<Mailbox> mailbox_;
+  SessionDelegate& delegate_;
+  Executor deliver_;
+  Executor answer_;
+  std::size_t payloads_ = 0;
+  std::size_t bytes_ = 0;
+};
+
+}  // namespace tunevale::link

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <optional>
+
+#include "foundation/PlistDictionary.h"
+#include "foundation/PropertyList.h"
+#include "link/Frame.h"
+
+namespace tunevale::link {
+
+/// Collects frames for one write.
+class FrameWriter {
+ public:
+  explicit FrameWriter(Bytes& out) : out_(out) {}
+  void add(FrameType type, std::uint64_t id, ByteView body = {}, std::uint8_t flags = kCriticalFrame) {
+    appendFrame(out_, {type, flags, id, body});
+  }
+  void add(FrameType type, std::uint64_t id, const PlistDictionary& body) {
+    add(type, id, writePropertyList(body));
+  }
+
+ private:
+  Bytes& out_;
+};
+
+/// The dictionary in a frame's body; an empty body is an empty dictionary, nothing is what does not decode.
+inline std::optional<PlistDictionary> readBody(ByteView body) {
+  if (body.empty()) return PlistDictionary{};
+  const std::optional<PlistValue> value = readPropertyList(body);
+  const PlistDictionary* dictionary = value ? value->dictionary() : nullptr;
+  return dictionary != nullptr ? std::optional(*dictionary) : std::nullopt;
+}
+
+/// A whole number that is not negative; 0 for everything else.
+inline std::uint64_t numberIn(const PlistDictionary& body, std::string_view key) {
+  const PlistValue* value = body.find(key);
+  const std::int64_t number = value != nullptr ? value->integer().value_or(0) : 0;
+  return number > 0 ? static_cast<std::uint64_t>(number) : 0;
+}
+
+/// Numbers of rows, versions and sizes stay far below what a property list's integers hold.
+inline PlistValue asNumber(std::uint64_t number) {
+  return static_cast<std::int64_t>(number);
+}
+
+}  // namespace tunevale::link

@@ -1,0 +1,170 @@
+#include "link/Messages.h"
+
+#include <atomic>
+
+#include "link/SessionCore.h"
+
+namespace tunevale::link {
+namespace {
+
+/// What a handler of an incoming message holds: the right to answer once. Whatever happens to it, the other
+/// end hears of it once.
+class ReplyToken {
+ public:
+  ReplyToken(std::shared_ptr<Mailbox> mailbox, std::uint64_t connection, std::uint64_t id)
+      : mailbox_(std::move(mailbox)), connection_(connection), id_(id) {}
+  ~ReplyToken() { answer(std::nullopt); }
+  ReplyToken(const ReplyToken&) = delete;
+  ReplyToken& operator=(const ReplyToken&) = delete;
+
+  void answer(std::optional<PlistDictionary> answer) {
+    if (answered_.exchange(true)) return;
+    mailbox_->post([connection = connection_, id = id_, answer = std::move(answer)](SessionCore& core) {
+      core.messages().answer(connection, id, answer);
+      core.wake();
+    });
+  }
+
+ private:
+  const std::shared_ptr<Mailbox> mailbox_;
+  const std::uint64_t connection_;
+  const std::uint64_t id_;
+  std::atomic<bool> answered_ = false;
+};
+
+}  // namespace
+
+void Messages::send(OutgoingMessage message) {
+  waiting_.emplace(next_++, Waiting{std::move(message), strand_.now() + timing_.reply});
+  if (deadlineTimer_ == nullptr) watchDeadline();
+}
+
+void Messages::fail(OutgoingMessage message, ErrorCode code) {
+  if (!message.error) return;
+  delivery_.answer([handler = std::move(message.error), code] { handler(makeError(code)); });
+}
+
+void Messages::failAll(ErrorCode code) {
+  while (!waiting_.empty()) finish(waiting_.begin(), code);
+}
+
+void Messages::finish(std::map<std::uint64_t, Waiting>::iterator waiting, ErrorCode code) {
+  OutgoingMessage message = std::move(waiting->second.message);
+  waiting_.erase(waiting);
+  fail(std::move(message), code);
+}
+
+void Messages::connectionDidClose() {
+  answers_.clear();
+  while (!waiting_.empty()) {
+    const bool written = waiting_.begin()->first < nextToWrite_;
+    finish(waiting_.begin(), written ? ErrorCode::deliveryFailed : ErrorCode::notReachable);
+  }
+}
+
+bool Messages::fill(FrameWriter& frames) {
+  if (!answers_.empty()) {
+    for (const Answer& answer : answers_) frames.add(answer.type, answer.id, answer.body);
+    answers_.clear();
+    return true;
+  }
+  const auto next = waiting_.lower_bound(nextToWrite_);
+  if (next == waiting_.end()) return false;
+  frames.add(FrameType::message, next->first, next->second.message.body);
+  next->second.message.body = {};
+  nextToWrite_ = next->first + 1;
+  return true;
+}
+
+void Messages::answer(std::uint64_t connection, std::uint64_t id,
+                      const std::optional<PlistDictionary>& answer) {
+  if (connection != connection_) return;
+  if (!answer) {
+    refuse(id, ErrorCode::replyFailed);
+    return;
+  }
+  Bytes body = writePropertyList(*answer);
+  if (body.size() > (answer->find("data") != nullptr ? kMostMessageData : kMostMessage) + kBodyKeys) {
+    refuse(id, ErrorCode::payloadTooLarge);
+  } else {
+    answers_.push_back({FrameType::reply, id, std::move(body)});
+  }
+}
+
+void Messages::refuse(std::uint64_t id, ErrorCode code) {
+  answers_.push_back(
+      {FrameType::messageError, id, writePropertyList(PlistDictionary{{"code", static_cast<int>(code)}})});
+}
+
+void Messages::didReceiveMessage(const Frame& frame) {
+  const std::optional<PlistDictionary> body = readBody(frame.body);
+  const PlistValue* message = body ? body->find("message") : nullptr;
+  const PlistValue* data = body ? body->find("data") : nullptr;
+  const PlistDictionary* dictionary = message != nullptr ? message->dictionary() : nullptr;
+  const std::optional<ByteView> bytes = data != nullptr ? data->bytes() : std::nullopt;
+  if (dictionary == nullptr && !bytes) {
+    refuse(frame.id, ErrorCode::unsupportedTypes);
+    return;
+  }
+  const std::uint64_t timeToLive = numberIn(*body, "ttl");
+  const Time expiry = timeToLive > 0 && timeToLive < 86'400'000
+                          ? strand_.now() + std::chrono::milliseconds(timeToLive)
+                          : Time::max();
+  const auto token = std::make_shared<ReplyToken>(mailbox_, connection_, frame.id);
+  delivery_.deliver(frame.body.size(), [&strand = strand_, token, expiry, dictionary, bytes,
+                                        keep = *body](SessionDelegate& delegate) {
+    if (strand.now() > expiry) return;  // the sender has given it up; a command must not run late
+    if (dictionary != nullptr) {
+      delegate.sessionDidReceiveMessage(*dictionary, [token](const PlistDictionary& reply) {
+        token->answer(PlistDictionary{{"reply", reply}});
+      });
+    } else {
+      delegate.sessionDidReceiveMessageData(*bytes, [token](ByteView reply) {
+        token->answer(PlistDictionary{{"data", reply}});
+      });
+    }
+  });
+}
+
+void Messages::didReceiveReply(const Frame& frame) {
+  const auto waiting = waiting_.find(frame.id);
+  if (waiting == waiting_.end() || frame.id >= nextToWrite_) return;  // late, or for nothing that was asked
+  const bool isData = waiting->second.message.isData;
+  const std::optional<PlistDictionary> body = readBody(frame.body);
+  const PlistValue* reply = body ? body->find(isData ? "data" : "reply") : nullptr;
+  if (reply == nullptr ||
+      reply->kind() != (isData ? PlistValue::Kind::bytes : PlistValue::Kind::dictionary)) {
+    finish(waiting, ErrorCode::replyFailed);
+    return;
+  }
+  const OutgoingMessage message = std::move(waiting->second.message);
+  waiting_.erase(waiting);
+  if (isData && message.dataReply) {
+    delivery_.answer([handler = message.dataReply, value = *reply] { handler(*value.bytes()); });
+  } else if (!isData && message.reply) {
+    delivery_.answer([handler = message.reply, value = *reply] { handler(*value.dictionary()); });
+  }
+}
+
+void Messages::didReceiveError(const Frame& frame) {
+  const auto waiting = waiting_.find(frame.id);
+  if (waiting == waiting_.end() || frame.id >= nextToWrite_) return;
+  const std::optional<PlistDictionary> body = readBody(frame.body);
+  finish(waiting, errorCodeFrom(body ? static_cast<long long>(numberIn(*body, "code")) : 0));
+}
+
+void Messages::watchDeadline() {
+  deadlineTimer_.reset();
+  if (waiting_.empty()) return;
+  const Duration wait = waiting_.begin()->second.deadline - strand_.now();
+  deadlineTimer_ = strand_.after(std::max(wait, Duration::zero()), [this] { expire(); });
+}
+
+void Messages::expire() {
+  while (!waiting_.empty() && waiting_.begin()->second.deadline <= strand_.now()) {
+    finish(waiting_.begin(), ErrorCode::replyTimedOut);
+  }
+  watchDeadline();
+}
+
+}  // namespace tunevale::link

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <map>
+#include <vector>
+
+#include "link/Delivery.h"
+#include "link/FrameWriter.h"
+
+namespace tunevale::link {
+
+/// A message on its way out, already encoded, with what to do about its end.
+struct OutgoingMessage {
+  Bytes body;
+  bool isData = false;
+  Session::ReplyHandler reply;
+  Session::DataReplyHandler dataReply;  // when it is data
+  Session::ErrorHandler error;
+};
+
+/// Messages and message data, both ways: every one ends in exactly one reply or error. Strand only.
+class Messages {
+ public:
+  Messages(Strand& strand, std::shared_ptr<Mailbox> mailbox, Delivery& delivery, const Timing& timing)
+      : strand_(strand), mailbox_(std::move(mailbox)), delivery_(delivery), timing_(timing) {}
+  /// What waits for an answer gets the error.
+  void failAll(ErrorCode code);
+
+  void send(OutgoingMessage message);
+  void fail(OutgoingMessage message, ErrorCode code);
+  /// A handler of the other end's message has answered, or failed to (nothing). The connection is the one
+  /// that brought the message.
+  void answer(std::uint64_t connection, std::uint64_t id, const std::optional<PlistDictionary>& answer);
+
+  void connectionDidOpen() { ++connection_; }
+  void connectionDidClose();
+  bool fill(FrameWriter& frames);
+  void didReceiveMessage(const Frame& frame);
+  void didReceiveReply(const Frame& frame);
+  void didReceiveError(const Frame& frame);
+
+ private:
+  struct Waiting {
+    OutgoingMessage message;
+    Time deadline;
+  };
+  struct Answer {
+    FrameType type;
+    std::uint64_t id;
+    Bytes body;
+  };
+  void finish(std::map<std::uint64_t, Waiting>::iterator waiting, ErrorCode code);
+  void refuse(std::uint64_t id, ErrorCode code);
+  void expire();
+  void watchDeadline();
+
+  Strand& strand_;
+  std::shared_ptr<Mailbox> mailbox_;
+  Delivery& delivery_;
+  const Timing timing_;
+  std::uint64_t connection_ = 0;  // answers to an earlier connection's messages go nowhere
+  std::uint64_t next_ = 1;
+  std::uint64_t nextToWrite_ = 1;
+  std::map<std::uint64_t, Waiting> waiting_;  // by number, and thereby by deadline
+  std::vector<Answer> answers_;
+  std::unique_ptr<Timer> deadlineTimer_;
+};
+
+}  // namespace tunevale::link

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <memory>
+#include <variant>
+
+#include "foundation/Bytes.h"
+#include "foundation/Mutex.h"
+#include "link/LinkLimits.h"
+#include "link/SessionDelegate.h"
+#include "link/Strand.h"
+#include "link/Stream.h"
+
+namespace tunevale::link {
+
+class LinkStore;
+class Mailbox;
+struct OutgoingMessage;
+enum class Queue;
+class SessionCore;
+
+enum class Role { watch, phone };
+
+/// Runs blocks one at a time, first in first out, never inside the call.
+using Executor = std::function<void(Block)>;
+
+struct SessionOptions {
+  Role role = Role::watch;
+  /// Received files and copies of files to send lie here; it exists and is this session's alone. What a
+  /// former session left in it is removed.
+  std::string spoolFolder;
+  Timing timing;
+};
+
+/// One end of the paired link. Operations may be called from any thread and return at once, unless they say
+/// otherwise. It is made and destroyed on the strand, or while the strand does not run; what waits for an
+/// answer then gets error 7016.
+class Session {
+ public:
+  using ReplyHandler = std::function<void(const PlistDictionary& reply)>;
+  using DataReplyHandler = std::function<void(ByteView reply)>;
+  using ErrorHandler = std::function<void(const Error& error)>;
+  /// The number of a queued transfer, or why it was not queued.
+  using Transfer = std::variant<std::uint64_t, Error>;
+
+  /// `deliver` carries what arrives to the delegate; `answer` carries replies, errors and the state. The
+  /// delegate lives as long as both may run.
+  Session(Strand& strand, LinkStore& store, SessionOptions options, SessionDelegate& delegate,
+          Executor deliver, Executor answer);
+  ~Session();
+
+  /// Begins to take connections. Its completion comes to the delegate before anything else does. Once.
+  void activate();
+  bool isActivated() const;
+  LinkState state() const;
+
+  /// Exactly one of the handlers (either may be empty) is called, once, by the answer executor. Messages and
+  /// message data arrive in the order of the calls. Never sent again by themselves.
+  void sendMessage(const PlistDictionary& message, ReplyHandler reply, ErrorHandler error);
+  void sendMessageData(ByteView data, DataReplyHandler reply, ErrorHandler error);
+  /// Arrives once, in order, however long it takes.
+  Transfer transferUserInfo(const PlistDictionary& userInfo);
+  /// The same among files; the file is copied before this returns. Errors 7008, 7009, 7013, 7015.
+  Transfer transferFile(const std::string& path, const PlistDictionary& metadata);
+  void cancelUserInfo(std::uint64_t number);
+  void cancelFile(std::uint64_t number);
+  /// The latest wins; one that is equal byte for byte changes nothing. Gives its version.
+  Transfer updateApplicationContext(const PlistDictionary& context);
+
+  /// Whether this end takes messages, and whether it waits to be unlocked. True and false at first.
+  void setActive(bool active);
+  void setLocked(bool locked);
+
+  /// Takes a connected stream; `opener`: this end made the connection and introduces itself first. The newest
+  /// one that introduces itself well replaces the one before. Strand only.
+  using Closed = std::function<void(const std::string& reason, Duration openFor)>;
+  void adopt(std::unique_ptr<Stream> stream, bool opener, Closed closed = {});
+  /// Says goodbye and closes what is open; a connector may bring another. Strand only.
+  void disconnect(const std::string& reason);
+
+ private:
+  void send(OutgoingMessage message, std::size_t most);
+  Transfer append(Queue queue, Bytes body);
+
+  Mutex contextMutex_;  // between comparing a context and keeping it
+  std::shared_ptr<Mailbox> mailbox_;
+  std::unique_ptr<SessionCore> core_;
+};
+
+}  // namespace tunevale::link

@@ -1,0 +1,312 @@
+#include "link/SessionCore.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "link/MemoryStore.h"
+
+namespace tunevale::link {
+namespace {
+
+constexpr std::int64_t kVersion = 1;
+// Numbers of rows and versions: more than anyone counts to, and free of overflow.
+constexpr std::uint64_t kMostNumber = std::uint64_t{1} << 62;
+
+const char* name(Role role) {
+  return role == Role::watch ? "watch" : "phone";
+}
+
+std::optional<ByteView> bytesIn(const PlistDictionary& body, std::string_view key) {
+  const PlistValue* value = body.find(key);
+  return value != nullptr ? value->bytes() : std::nullopt;
+}
+
+void empty(const std::string& folder) {
+  std::error_code ignored;  // what cannot be removed does no harm: no name is used twice
+  for (const auto& entry : std::filesystem::directory_iterator(folder, ignored)) {
+    std::filesystem::remove(entry.path(), ignored);
+  }
+}
+
+}  // namespace
+
+SessionCore::SessionCore(Strand& strand, LinkStore& store, SessionOptions options, SessionDelegate& delegate,
+                         Executor deliver, Executor answer, std::shared_ptr<Mailbox> mailbox)
+    : strand_(strand),
+      store_(store),
+      options_(std::move(options)),
+      delivery_(mailbox, delegate, std::move(deliver), std::move(answer)),
+      messages_(strand, mailbox, delivery_, options_.timing),
+      items_(store, delivery_),
+      contexts_(store, delivery_),
+      fileSender_(store, delivery_),
+      fileReceiver_(strand, store, delivery_, options_.spoolFolder),
+      report_(strand, delivery_, options_.timing.stateSpacing) {
+  const Epoch run = newEpoch(strand);
+  run_ = asText(run);
+  empty(options_.spoolFolder);
+}
+
+SessionCore::~SessionCore() {
+  messages_.failAll(ErrorCode::sessionInactive);
+  fileReceiver_.forget();
+}
+
+void SessionCore::activate() {
+  if (activated_.exchange(true)) return;
+  delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidActivate(); });
+}
+
+void SessionCore::send(OutgoingMessage message) {
+  if (!activated_) {
+    messages_.fail(std::move(message), ErrorCode::notActivated);
+  } else if (!state_.reachable) {
+    messages_.fail(std::move(message), ErrorCode::notReachable);
+  } else {
+    messages_.send(std::move(message));
+    wake();
+  }
+}
+
+void SessionCore::setActive(bool active) {
+  active_ = active;
+  sendState();
+}
+
+void SessionCore::setLocked(bool locked) {
+  locked_ = locked;
+  sendState();
+}
+
+void SessionCore::sendState() {
+  if (current_ != nullptr) {
+    current_->sendFirst(FrameType::state, PlistDictionary{{"active", active_}, {"locked", locked_}});
+  }
+}
+
+void SessionCore::adopt(std::unique_ptr<Stream> stream, bool opener, Session::Closed closed) {
+  if (!activated_) {
+    stream->close();
+    if (closed) closed("the session is not activated", {});
+    return;
+  }
+  const auto strangers = static_cast<std::size_t>(std::count_if(
+      connections_.begin(), connections_.end(), [](const auto& one) { return !one->isOpen(); }));
+  if (strangers >= kMostStrangers) {
+    const auto oldest = std::find_if(connections_.begin(), connections_.end(),
+                                     [](const auto& one) { return !one->isOpen(); });
+    (*oldest)->close("too many connections wait");
+  }
+  connections_.push_back(std::make_unique<Connection>(strand_, options_.timing, std::move(stream), opener,
+                                                      *this, std::move(closed)));
+  connections_.back()->start();
+}
+
+void SessionCore::disconnect(const std::string& reason) {
+  while (!connections_.empty()) connections_.front()->close(reason);
+}
+
+void SessionCore::wake() {
+  if (current_ != nullptr) current_->wake();
+}
+
+void SessionCore::payloadWasHandled(std::size_t bytes) {
+  delivery_.handled(bytes);
+  if (current_ != nullptr && !delivery_.isHalfFull()) current_->setPaused(false);
+}
+
+PlistDictionary SessionCore::introduction() const {
+  return {{"version", kVersion},
+          {"role", name(options_.role)},
+          {"run", asBytes(run_)},
+          {"epoch", ByteView(store_.epoch())}};
+}
+
+const char* SessionCore::objectionTo(const PlistDictionary& introduction) const {
+  const PlistValue* version = introduction.find("version");
+  const PlistValue* role = introduction.find("role");
+  if (version == nullptr || version->integer() != kVersion) return "another version of the link";
+  if (role == nullptr || role->string() != name(options_.role == Role::watch ? Role::phone : Role::watch)) {
+    return "not a watch and a phone";
+  }
+  const auto run = bytesIn(introduction, "run");
+  const auto epoch = bytesIn(introduction, "epoch");
+  if (!run || run->size() != sizeof(Epoch) || !epoch || epoch->size() != sizeof(Epoch))
+    return "no introduction";
+  return nullptr;
+}
+
+void SessionCore::connectionDidOpen(Connection& connection, const PlistDictionary& introduction) {
+  if (current_ != nullptr) current_->close("a newer connection has taken over");
+  current_ = &connection;
+  messages_.connectionDidOpen();
+  state_.peerRun = asText(bytesIn(introduction, "run").value_or(ByteView{}));
+  const Cursor cursor = store_.cursor();
+  connection.sendFirst(FrameType::resume,
+                       PlistDictionary{{"epoch", cursor.epoch ? ByteView(*cursor.epoch) : ByteView{}},
+                                       {"item", asNumber(cursor.nextItem)},
+                                       {"file", asNumber(cursor.nextFile)},
+                                       {"context", asNumber(cursor.context)}});
+  sendState();
+  connection.setPaused(delivery_.isFull());
+}
+
+void SessionCore::connectionDidReceive(Connection& connection, const Frame& frame) {
+  if (&connection != current_) return;
+  if (!take(frame)) {
+    connection.close("a frame that does not belong here");
+    return;
+  }
+  if (delivery_.isFull()) connection.setPaused(true);
+  connection.wake();
+}
+
+bool SessionCore::fill(FrameWriter& frames) {
+  if (!peerResumed_) return false;
+  return messages_.fill(frames) || items_.fillAcknowledgements(frames) ||
+         contexts_.fillAcknowledgements(frames) || fileReceiver_.fillAcknowledgements(frames) ||
+         contexts_.fill(frames) || items_.fill(frames) || fileSender_.fill(frames);
+}
+
+void SessionCore::connectionDidClose(Connection& connection, const std::string&) {
+  const auto place = std::find_if(connections_.begin(), connections_.end(),
+                                  [&connection](const auto& one) { return one.get() == &connection; });
+  // The connection is still at work: it goes when this turn is over.
+  strand_.post([grave = std::shared_ptr<Connection>(std::move(*place))] {});
+  connections_.erase(place);
+  if (&connection != current_) return;
+  current_ = nullptr;
+  peerResumed_ = false;
+  peerActive_ = false;
+  messages_.connectionDidClose();
+  items_.connectionDidClose();
+  contexts_.connectionDidClose();
+  fileSender_.connectionDidClose();
+  fileReceiver_.connectionDidClose();
+  report();
+}
+
+bool SessionCore::take(const Frame& frame) {
+  switch (frame.type) {
+    case FrameType::state:
+      takeState(frame);
+      return true;
+    case FrameType::resume:
+      takeResume(frame);
+      return true;
+    case FrameType::message:
+      messages_.didReceiveMessage(frame);
+      return true;
+    case FrameType::reply:
+      messages_.didReceiveReply(frame);
+      return true;
+    case FrameType::messageError:
+      messages_.didReceiveError(frame);
+      return true;
+    case FrameType::gap:
+      return takeGap(frame);
+    default:
+      return takeQueueFrame(frame);
+  }
+}
+
+bool SessionCore::takeQueueFrame(const Frame& frame) {
+  if (frame.id > kMostNumber) return false;
+  switch (frame.type) {
+    case FrameType::item:
+      return items_.didReceiveItem(frame);
+    case FrameType::ack:
+      items_.didReceiveAck(frame);
+      return true;
+    case FrameType::nak:
+      items_.didReceiveNak(frame);
+      return true;
+    case FrameType::context:
+      return contexts_.didReceiveContext(frame);
+    case FrameType::contextAck:
+      contexts_.didReceiveAck(frame);
+      return true;
+    case FrameType::fileBegin:
+      return fileReceiver_.didReceiveBegin(frame);
+    case FrameType::fileData:
+      return fileReceiver_.didReceiveData(frame);
+    case FrameType::fileCancel:
+      fileReceiver_.didReceiveCancel(frame);
+      return true;
+    case FrameType::fileHave:
+      fileSender_.didReceiveHave(frame);
+      return true;
+    case FrameType::fileDone:
+      fileSender_.didReceiveDone(frame);
+      return true;
+    case FrameType::fileError:
+      fileSender_.didReceiveError(frame);
+      return true;
+    default:
+      return (frame.flags & kCriticalFrame) == 0;
+  }
+}
+
+void SessionCore::takeState(const Frame& frame) {
+  const std::optional<PlistDictionary> body = readBody(frame.body);
+  const PlistValue* active = body ? body->find("active") : nullptr;
+  const PlistValue* locked = body ? body->find("locked") : nullptr;
+  peerActive_ = active != nullptr && active->boolean().value_or(false);
+  state_.needsUnlock = locked != nullptr && locked->boolean().value_or(false);
+  report();
+}
+
+void SessionCore::takeResume(const Frame& frame) {
+  const PlistDictionary body = readBody(frame.body).value_or(PlistDictionary{});
+  const std::optional<ByteView> epoch = bytesIn(body, "epoch");
+  const Epoch own = store_.epoch();
+  std::uint64_t item = numberIn(body, "item");
+  std::uint64_t file = numberIn(body, "file");
+  const bool known = epoch && std::equal(epoch->begin(), epoch->end(), own.begin(), own.end()) && item > 0 &&
+                     item <= store_.nextNumber(Queue::items) && file > 0 &&
+                     file <= store_.nextNumber(Queue::files) &&
+                     numberIn(body, "context") <= store_.contextVersion();
+  if (!known) {
+    const auto firstOf = [this](Queue queue) {
+      const std::optional<Row> row = store_.firstFrom(queue, 1);
+      return row ? row->number : store_.nextNumber(queue);
+    };
+    item = firstOf(Queue::items);
+    file = firstOf(Queue::files);
+    current_->sendFirst(
+        FrameType::gap,
+        PlistDictionary{{"epoch", ByteView(own)}, {"item", asNumber(item)}, {"file", asNumber(file)}});
+  }
+  items_.resume(item);
+  fileSender_.resume(file);
+  contexts_.resume(known ? numberIn(body, "context") : 0);
+  peerResumed_ = true;
+  report();
+}
+
+bool SessionCore::takeGap(const Frame& frame) {
+  const PlistDictionary body = readBody(frame.body).value_or(PlistDictionary{});
+  const std::optional<ByteView> epoch = bytesIn(body, "epoch");
+  Cursor cursor;
+  cursor.epoch.emplace();
+  cursor.nextItem = numberIn(body, "item");
+  cursor.nextFile = numberIn(body, "file");
+  if (!epoch || epoch->size() != cursor.epoch->size() || cursor.nextItem == 0 ||
+      cursor.nextItem > kMostNumber || cursor.nextFile == 0 || cursor.nextFile > kMostNumber) {
+    return false;
+  }
+  std::copy(epoch->begin(), epoch->end(), cursor.epoch->begin());
+  const bool isFirst = !store_.cursor().epoch;
+  store_.restart(cursor);
+  fileReceiver_.forget();
+  if (!isFirst) delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidResetQueues(); });
+  return true;
+}
+
+void SessionCore::report() {
+  state_.connected = current_ != nullptr && peerResumed_;
+  state_.reachable = state_.connected && peerActive_ && !state_.needsUnlock;
+  report_.set(state_);
+}
+
+}  // namespace tunevale::link

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <atomic>
+#include <list>
+
+#include "link/Connection.h"
+#include "link/Contexts.h"
+#include "link/FileReceiver.h"
+#include "link/FileSender.h"
+#include "link/Items.h"
+#include "link/Messages.h"
+#include "link/StateReport.h"
+
+namespace tunevale::link {
+
+/// What is behind a Session: holds the connections, hands each frame to whom it concerns, and decides in
+/// which order things are sent. Strand only, but for what says otherwise.
+class SessionCore : public ConnectionOwner {
+ public:
+  SessionCore(Strand& strand, LinkStore& store, SessionOptions options, SessionDelegate& delegate,
+              Executor deliver, Executor answer, std::shared_ptr<Mailbox> mailbox);
+  ~SessionCore() override;
+
+  void activate();
+  bool isActivated() const { return activated_; }             // any thread
+  LinkState state() const { return report_.current(); }       // any thread
+  LinkStore& store() { return store_; }                       // any thread
+  const SessionOptions& options() const { return options_; }  // any thread
+
+  /// How many milliseconds a message is worth something to its sender. Any thread.
+  std::uint64_t timeToLive() const { return static_cast<std::uint64_t>(options_.timing.reply.count()); }
+
+  void send(OutgoingMessage message);
+  void fail(OutgoingMessage message, ErrorCode code) { messages_.fail(std::move(message), code); }
+  Messages& messages() { return messages_; }
+  Items& items() { return items_; }
+  FileSender& files() { return fileSender_; }
+  void setActive(bool active);
+  void setLocked(bool locked);
+  void adopt(std::unique_ptr<Stream> stream, bool opener, Session::Closed closed);
+  void disconnect(const std::string& reason);
+  /// There may be something to send.
+  void wake();
+  void payloadWasHandled(std::size_t bytes);
+
+ private:
+  PlistDictionary introduction() const override;
+  const char* objectionTo(const PlistDictionary& introduction) const override;
+  void connectionDidOpen(Connection& connection, const PlistDictionary& introduction) override;
+  void connectionDidReceive(Connection& connection, const Frame& frame) override;
+  bool fill(FrameWriter& frames) override;
+  void connectionDidClose(Connection& connection, const std::string& reason) override;
+
+  bool take(const Frame& frame);
+  bool takeQueueFrame(const Frame& frame);
+  void takeState(const Frame& frame);
+  void takeResume(const Frame& frame);
+  bool takeGap(const Frame& frame);
+  void sendState();
+  void report();
+
+  Strand& strand_;
+  LinkStore& store_;
+  const SessionOptions options_;
+  Delivery delivery_;
+  Messages messages_;
+  Items items_;
+  Contexts contexts_;
+  FileSender fileSender_;
+  FileReceiver fileReceiver_;
+  StateReport report_;
+  std::string run_;
+  std::atomic<bool> activated_ = false;
+
+  bool active_ = true;
+  bool locked_ = false;
+  bool peerResumed_ = false;
+  bool peerActive_ = false;
+  LinkState state_;
+  std::list<std::unique_ptr<Connection>> connections_;  // oldest first
+  Connection* current_ = nullptr;                       // the one of them that is introduced
+};
+
+}  // namespace tunevale::link
