@@ -8,8 +8,8 @@ namespace tunevale::host {
 class ImageCodecs : public ImageCodec {
  public:
   ImagePtr imageWithData(ByteView data) override;
-  /// Favours speed over size. Also nothing for an image whose size and pixels disagree or are past the
-  /// limits.
+  /// Favours speed over size. Nothing for an image whose numbers disagree, that is past the limits, or whose
+  /// file would be: photos fit up to some 1,500 pixels a side.
   std::optional<Bytes> pngRepresentation(const Image& image) override;
 };
 

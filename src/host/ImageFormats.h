@@ -24,7 +24,8 @@ bool looksLikeJpeg(ByteView data);
 std::optional<Pixels> readPng(ByteView data);
 std::optional<Pixels> readJpeg(ByteView data);
 
-/// Takes width * height * 4 bytes; nothing when the encoder cannot.
+/// Takes width * height * 4 bytes; nothing when it comes out past the limits, so that what is written can be
+/// read again.
 std::optional<Bytes> writePng(std::uint32_t width, std::uint32_t height, const std::uint8_t* pixels);
 
 }  // namespace tunevale::host

@@ -4,24 +4,27 @@
 #include <png.h>
 
 #include "host/ImageFormats.h"
+#include "host/ImageLimits.h"
 
 namespace tunevale::host {
 
 namespace {
 
-// Of zlib's nine: artwork comes out some 10 % larger than at the default, in a quarter of the time.
+// Against libpng's own choice a picture of 600 pixels a side takes 11 ms instead of 80 to 120, and 10 to 25 %
+// more bytes.
 constexpr int kCompressionLevel = 1;
+constexpr int kRowFilter = PNG_FILTER_UP;
 
 void takeBytes(png_structp png, png_bytep bytes, std::size_t count) {
   auto* out = static_cast<Bytes*>(png_get_io_ptr(png));
   const auto* begin = reinterpret_cast<const std::byte*>(bytes);
-  bool taken = true;
+  bool taken = count <= kMostImageBytes - out->size();
   try {
-    out->insert(out->end(), begin, begin + count);
+    if (taken) out->insert(out->end(), begin, begin + count);
   } catch (const std::bad_alloc&) {
     taken = false;
   }
-  if (!taken) png_error(png, "out of memory");
+  if (!taken) png_error(png, "no room");
 }
 
 void flushNothing(png_structp) {}
@@ -38,7 +41,7 @@ bool write(png_structp png, png_infop info, Bytes* out, png_uint_32 width, png_u
   png_set_IHDR(png, info, width, height, 8, opaque ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_RGB_ALPHA,
                PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   png_set_compression_level(png, kCompressionLevel);
-  png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
+  png_set_filter(png, PNG_FILTER_TYPE_BASE, kRowFilter);
   png_write_info(png, info);
   if (opaque) png_set_filler(png, 0, PNG_FILLER_AFTER);
   for (png_uint_32 y = 0; y < height; ++y) png_write_row(png, pixels + std::size_t{y} * width * 4);

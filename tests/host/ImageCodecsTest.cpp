@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <random>
 
 #include <gtest/gtest.h>
 
@@ -33,7 +34,11 @@ TEST(Png, RoundTripsExactly) {
   }
 }
 
-TEST(Png, EncodesNoImageWhoseNumbersDisagree) {
+TEST(Png, EncodesNoImageThatItCouldNotReadAgain) {
+  Pixels noise;
+  std::minstd_rand random;
+  for (int i = 0; i < 1200 * 1000 * 4; ++i) noise.push_back(static_cast<std::uint8_t>(random() >> 8));
+  EXPECT_FALSE(codecs.pngRepresentation({1200, 1000, noise, 0}));
   EXPECT_FALSE(codecs.pngRepresentation({2, 2, Pixels(15), 0}));
   EXPECT_FALSE(codecs.pngRepresentation({0, 0, {}, 0}));
   EXPECT_FALSE(codecs.pngRepresentation({4096, 1, Pixels(4096 * 4), 0}));
