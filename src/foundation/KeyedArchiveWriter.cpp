@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 #include <span>
 #include <utility>
 #include <vector>
@@ -22,26 +23,24 @@ class ArchiveSink {
   }
 
   Index leaf(const PlistValue& value) {
-    if (value.isNull()) return record<1>({{{ArchiveKey::recordClass, classRecord("NSNull")}}});
-    const Index item = writeLeaf(writer_, value);
-    if (value.kind() == PlistValue::Kind::string) return text(item, *value.string());
-    if (value.kind() != PlistValue::Kind::bytes) return entry(item);
-    return record<2>({{{ArchiveKey::recordClass, classRecord("NSData")}, {ArchiveKey::data, item}}});
+    if (value.isNull()) return record<1>({{{ArchiveKey::recordClass, classRecord({"NSNull"})}}});
+    if (value.kind() == PlistValue::Kind::string) return text(*value.string());
+    return entry(writeLeaf(writer_, value));
   }
 
   Index array(std::span<const Index> elements) {
     const Index values = writer_.array(elements);
-    return record<2>({{{ArchiveKey::recordClass, classRecord("NSArray")}, {ArchiveKey::values, values}}});
+    return record<2>({{{ArchiveKey::recordClass, classRecord({"NSArray"})}, {ArchiveKey::values, values}}});
   }
 
   Index dictionary(const PlistDictionary& dictionary, std::span<const Index> elements) {
     keys_.clear();
     for (const PlistDictionary::Entry& entry : dictionary) {
-      keys_.push_back(text(writer_.text(entry.key.view()), entry.key.view()));
+      keys_.push_back(text(entry.key.view()));
     }
     const Index keys = writer_.array(keys_);
     const Index values = writer_.array(elements);
-    return record<3>({{{ArchiveKey::recordClass, classRecord("NSDictionary")},
+    return record<3>({{{ArchiveKey::recordClass, classRecord({"NSDictionary"})},
                        {ArchiveKey::keys, keys},
                        {ArchiveKey::values, values}}});
   }
@@ -86,23 +85,26 @@ class ArchiveSink {
     return entry(fields<n>(content));
   }
 
-  Index text(Index item, std::string_view text) {
+  Index text(std::string_view text) {
+    const Index item = writer_.text(text);
     if (text != kNullName) return entry(item);
     // Bare, this text would read as nothing at all.
-    return record<2>({{{ArchiveKey::recordClass, classRecord("NSString")}, {ArchiveKey::string, item}}});
+    return record<2>({{{ArchiveKey::recordClass, classRecord({"NSMutableString", "NSString"})},
+                       {ArchiveKey::string, item}}});
   }
 
-  /// A reference to the record of a class whose parent is the root class.
-  Index classRecord(std::string_view name) {
+  /// A reference to the record of a class, named before its parents; the root of all classes is added.
+  Index classRecord(std::initializer_list<std::string_view> chain) {
     for (const auto& [known, reference] : classes_) {
-      if (known == name) return reference;
+      if (known == *chain.begin()) return reference;
     }
-    const Index className = writer_.text(name);
-    const std::array<Index, 2> chain = {className, writer_.text("NSObject")};
-    const Index classes = writer_.array(chain);
-    classes_.emplace_back(name,
-                          record<2>({{{ArchiveKey::className, className}, {ArchiveKey::classes, classes}}}));
-    return classes_.back().second;
+    std::vector<Index> names;
+    for (const std::string_view name : chain) names.push_back(writer_.text(name));
+    names.push_back(writer_.text("NSObject"));
+    const Index classes = writer_.array(names);
+    const Index reference = record<2>({{{ArchiveKey::className, names[0]}, {ArchiveKey::classes, classes}}});
+    classes_.emplace_back(*chain.begin(), reference);
+    return reference;
   }
 
   BinaryWriter& writer_;

@@ -104,7 +104,7 @@ TEST(Writers, CutWhatIsNestedTooDeep) {
   EXPECT_EQ(readPropertyList(writePropertyList(both)), cut);
   EXPECT_EQ(unarchiveObjectWithData(archivedDataWithRootObject(both)), cut);
 
-  EXPECT_TRUE(readPropertyList(writePropertyList(nested(500000, 7))));
+  EXPECT_TRUE(readPropertyList(writePropertyList(nested(200000, 7))));
 }
 
 }  // namespace
