@@ -15,7 +15,7 @@ endif()
 find_package(Threads REQUIRED)
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
-                    -Woverloaded-virtual -Wcast-qual -Wformat=2 -fstack-protector-strong)
+                    -Woverloaded-virtual -Wcast-qual -Wformat=2 -Wno-missing-field-initializers -fstack-protector-strong)
 if(TUNEVALE_WERROR)
   add_compile_options(-Werror)
 endif()

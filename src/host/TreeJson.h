@@ -1,0 +1,23 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include <boost/json/fwd.hpp>
+
+namespace tunevale {
+class WKInterfaceObject;
+struct ImageSource;
+}  // namespace tunevale
+
+namespace tunevale::host {
+
+/// Gives the ID under which a display may ask for a picture; "" for none.
+using ImageNamer = std::function<std::string(const ImageSource&)>;
+
+/// An element with all below it as docs/display-api.md describes a node. IDs are paths of positions from the
+/// root ("0", "0.2", "0.2/3" for a row, "0.2/3.0" in it), so that equal trees give equal JSON however often
+/// they are built. Main queue.
+boost::json::object treeJson(const WKInterfaceObject& root, const ImageNamer& imageId);
+
+}  // namespace tunevale::host
