@@ -3,6 +3,7 @@
 #include <boost/json.hpp>
 #include <gtest/gtest.h>
 
+#include "foundation/Text.h"
 #include "host/JsonPatch.h"
 
 namespace json = boost::json;
@@ -29,8 +30,7 @@ void apply(json::value& document, const json::array& patch) {
       if (op == "add") list.insert(list.begin() + index, operation.at("value"));
       if (op == "replace") list.at(static_cast<std::size_t>(index)) = operation.at("value");
     } else {
-      for (std::size_t at; (at = key.find("~1")) != std::string::npos;) key.replace(at, 2, "/");
-      for (std::size_t at; (at = key.find("~0")) != std::string::npos;) key.replace(at, 2, "~");
+      key = tunevale::replacingAll(tunevale::replacingAll(key, "~1", "/"), "~0", "~");
       if (op == "remove") {
         ASSERT_EQ(parent.as_object().erase(key), 1U);
       } else {
