@@ -44,7 +44,6 @@ Color getColorFromHex(const PlistValue* hex, float withAlpha) {
   std::string units =
       codeUnits(trimmed(stringOrEmpty(hex), [](char32_t c) { return isBlank(c) || isNewline(c); }));
   std::erase(units, '#');
-  if (units.size() < 6) return kFallbackGrey;
   if (units.starts_with("0X")) units.erase(0, 2);
   if (units.size() != 6) return kFallbackGrey;
   return Color::ofBytes(component(units[0], units[1]), component(units[2], units[3]),
