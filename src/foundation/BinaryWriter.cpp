@@ -29,7 +29,7 @@ std::uint64_t hashOf(std::uint64_t seed, const void* bytes, std::size_t size) {
     hash = mix(hash, word);
   }
   word = 0;
-  std::memcpy(&word, at, size);
+  if (size > 0) std::memcpy(&word, at, size);
   return mix(hash, word);
 }
 

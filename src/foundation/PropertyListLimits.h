@@ -19,9 +19,13 @@ inline constexpr std::uint32_t kMostNodes = 1U << 20;
 /// refers to one song record a hundred times over reaches about 30.
 inline constexpr std::uint32_t kMostNodesPerByte = 64;
 
+/// So many are never too many: every walk over them takes about a millisecond. Keeps readable what our writers,
+/// which write equal parts once, make of a value that repeats itself a lot.
+inline constexpr std::uint32_t kAlwaysAllowedNodes = 1U << 16;
+
 inline constexpr std::uint32_t mostNodesIn(std::size_t inputSize) {
-  return static_cast<std::uint32_t>(
-      std::min<std::uint64_t>(kMostNodes, std::uint64_t{inputSize} * kMostNodesPerByte));
+  const std::uint64_t bySize = std::uint64_t{inputSize} * kMostNodesPerByte;
+  return static_cast<std::uint32_t>(std::clamp<std::uint64_t>(bySize, kAlwaysAllowedNodes, kMostNodes));
 }
 
 }  // namespace tunevale
