@@ -1,0 +1,52 @@
+// The phone's console: shows what the phone does, and sends it commands.
+import { follow, liveAddress } from '../common/connection.js';
+import { nowPlaying } from './now-playing.js';
+import { queueList } from './queue.js';
+import { pushes, switches, transport } from './controls.js';
+import { trafficList } from './traffic.js';
+
+const byId = (id) => document.getElementById(id);
+const linkState = byId('link-state');
+const error = byId('error');
+let status = null;
+let state = null;
+
+const connection = follow(liveAddress('/phone/live'), {
+  member: 'state',
+  onState: show,
+  onStatus(next) {
+    status = next;
+    document.body.classList.toggle('lost', next === 'lost');
+    if (next === 'lost') linkState.textContent = 'The phone does not answer. Trying again …';
+  },
+  onMessage({ event }) {
+    if (event?.event === 'error') error.textContent = event.text ?? 'The phone refused that.';
+  },
+});
+
+function send(command) {
+  error.textContent = '';
+  return connection.send(command);
+}
+
+const parts = [nowPlaying(byId('now')), queueList(byId('queue-list'), byId('queue-count')),
+               transport(byId('now'), send), pushes(byId('pushes'), send), switches(byId('switches'), send),
+               trafficList(byId('traffic-list'), byId('traffic-count'))];
+
+function show(next) {
+  state = next;
+  for (const part of parts) part.show(state);
+  const { connected, reachable } = state.link;
+  linkState.dataset.state = connected ? (reachable ? 'reachable' : 'connected') : 'apart';
+  if (status === 'live') linkState.textContent = connected ? 'Watch connected' : 'Watch not connected';
+}
+
+// An address like /phone#switches leads to its section, also by keyboard.
+function goToSection() {
+  const section = byId(location.hash.slice(1));
+  section?.focus();
+  section?.scrollIntoView({ block: 'nearest' });
+}
+addEventListener('hashchange', goToSection);
+goToSection();
+
