@@ -43,7 +43,7 @@ void paintRings(Canvas& canvas, Dice& dice, int hue) {
   const int x = dice.between(60, 240);
   const int y = dice.between(60, 240);
   const int step = dice.between(26, 40);
-  for (int radius = step; radius < 2 * kSide; radius += step) {
+  for (int radius = step; radius < kSide + step; radius += step) {
     canvas.ring(x, y, radius, step / 3, colorOf((hue + radius / 4) % 360, 80, 255), 110);
   }
   canvas.disc(x, y, step / 2, colorOf(hue, 20, 255), 230);

@@ -15,12 +15,12 @@ std::uint8_t byteOf(int value) {
   return static_cast<std::uint8_t>(std::clamp(value, 0, 255));
 }
 
-/// How much of a pixel lies inside a circle, from 0 to 255: its distance to the edge, one pixel wide.
-int coverage(int dx, int dy, int radius) {
-  if (radius <= 0) return 0;
-  const int inside =
-      (radius * radius - dx * dx - dy * dy) * 128 / radius;  // 256 for each pixel, near the edge
-  return std::clamp(inside + 128, 0, 255);
+/// How much of a pixel lies inside a circle, from 0 to 255, by the square of its distance to the centre.
+int coverage(int squared, int radius) {
+  if (radius <= 0 || squared >= (radius + 1) * (radius + 1)) return 0;
+  if (squared <= (radius - 1) * (radius - 1)) return 255;
+  // Close to the edge the difference of the squares is the distance times the diameter.
+  return std::clamp((radius * radius - squared) * 128 / radius + 128, 0, 255);
 }
 
 }  // namespace
@@ -65,20 +65,11 @@ void Canvas::gradient(Rgb from, Rgb to, int dx, int dy) {
   }
 }
 
-void Canvas::disc(int centerX, int centerY, int radius, Rgb color, int opacity) {
+void Canvas::ring(int centerX, int centerY, int radius, int width, Rgb color, int opacity) {
   for (int y = std::max(0, centerY - radius - 1); y < std::min(side_, centerY + radius + 2); ++y) {
     for (int x = std::max(0, centerX - radius - 1); x < std::min(side_, centerX + radius + 2); ++x) {
-      blend(x, y, color, opacity * coverage(x - centerX, y - centerY, radius) / 255);
-    }
-  }
-}
-
-void Canvas::ring(int centerX, int centerY, int radius, int width, Rgb color, int opacity) {
-  for (int y = 0; y < side_; ++y) {
-    for (int x = 0; x < side_; ++x) {
-      const int dx = x - centerX;
-      const int dy = y - centerY;
-      const int shown = coverage(dx, dy, radius) - coverage(dx, dy, radius - width);
+      const int squared = (x - centerX) * (x - centerX) + (y - centerY) * (y - centerY);
+      const int shown = coverage(squared, radius) - coverage(squared, radius - width);
       if (shown > 0) blend(x, y, color, opacity * shown / 255);
     }
   }

@@ -28,7 +28,7 @@ class Canvas {
   /// From one colour to the other along the direction (dx, dy), not both 0.
   void gradient(Rgb from, Rgb to, int dx, int dy);
   /// Opacity from 0 to 255. All shapes may reach beyond the square.
-  void disc(int x, int y, int radius, Rgb color, int opacity);
+  void disc(int x, int y, int radius, Rgb color, int opacity) { ring(x, y, radius, radius, color, opacity); }
   void ring(int x, int y, int radius, int width, Rgb color, int opacity);
   /// Everything below a hilltop at (x, y) that falls off to both sides, by one pixel per `gentle` at a pixel.
   void hill(int x, int y, int gentle, Rgb color, int opacity);

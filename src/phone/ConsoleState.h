@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include <boost/json/fwd.hpp>
+
+#include "phone/PhoneState.h"
+#include "phone/Traffic.h"
+
+namespace tunevale::phone {
+
+/// What the phone is doing, for "state" events and the console; docs/phone.md gives the shape.
+boost::json::object stateObject(const PhoneState& state);
+/// The same with what moves by itself ("position", "now") and the log of the link.
+std::string consoleState(const PhoneState& state, const Traffic& traffic);
+
+/// Catalogue text as a person reads it: the usual HTML entities undone, once.
+std::string plainText(std::string_view catalogueText);
+
+}  // namespace tunevale::phone

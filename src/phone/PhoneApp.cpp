@@ -1,0 +1,68 @@
+#include "phone/PhoneApp.h"
+
+#include <utility>
+
+#include "phone/ConsoleState.h"
+#include "phone/PhoneCore.h"
+
+namespace tunevale::phone {
+
+PhoneApp::PhoneApp(link::Strand& strand, WatchLink& link, PhoneObserver& observer,
+                   const PhoneOptions& options)
+    : core_(std::make_unique<PhoneCore>(strand, link, observer, options)) {}
+
+PhoneApp::~PhoneApp() = default;
+
+void PhoneApp::linkStateDidChange(const link::LinkState& state) {
+  core_->catchUp();
+  const link::LinkState before = std::exchange(core_->state.link, state);
+  core_->pushes.linkStateDidChange(before);
+  core_->settle();
+}
+
+Answer PhoneApp::didReceiveMessage(const PlistDictionary& message) {
+  core_->catchUp();
+  Answer answer = core_->requests.answer(message);
+  core_->traffic.answered(message, answer);
+  core_->settle();
+  return answer;
+}
+
+DataAnswer PhoneApp::didReceiveMessageData(ByteView data) {
+  core_->catchUp();
+  DataAnswer answer = core_->requests.answerData(data);
+  core_->traffic.answered(data, answer);
+  core_->settle();
+  return answer;
+}
+
+void PhoneApp::didReceiveUserInfo(const PlistDictionary& userInfo) {
+  core_->traffic.received("user_info", userInfo);
+  core_->settle();
+}
+
+void PhoneApp::didReceiveApplicationContext(const PlistDictionary& context) {
+  core_->traffic.received("context", context);
+  core_->settle();
+}
+
+void PhoneApp::didReceiveFile(std::size_t size, const PlistDictionary& metadata) {
+  core_->traffic.receivedFile(size, metadata);
+  core_->settle();
+}
+
+void PhoneApp::command(std::string_view line, Origin origin) {
+  core_->catchUp();
+  core_->commands.obey(line, origin);
+  core_->settle();
+}
+
+void PhoneApp::rejectCommand(std::string_view why) {
+  core_->events.error(why, {});
+}
+
+std::string PhoneApp::consoleState() const {
+  return phone::consoleState(core_->state, core_->traffic);
+}
+
+}  // namespace tunevale::phone
