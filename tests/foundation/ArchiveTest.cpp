@@ -10,7 +10,8 @@ namespace {
 using namespace test;
 
 /// The value of an archive whose root is the entry.
-std::optional<PlistValue> unarchive(RawArchive archive, std::uint64_t root) {
+std::optional<PlistValue> unarchive(const RawArchive& whole, std::uint64_t root) {
+  RawArchive archive = whole;
   archive.root = root;
   return unarchiveObjectWithData(archive.bytes());
 }

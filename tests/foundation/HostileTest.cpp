@@ -20,12 +20,23 @@ std::size_t peak = 0;
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// All forms, because a sanitizer's own would not call these.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   void* block = std::malloc(size);
-  if (block == nullptr) throw std::bad_alloc();
   inUse += malloc_usable_size(block);
   peak = std::max(peak, inUse);
   return block;
+}
+void* operator new(std::size_t size) {
+  void* block = operator new(size, std::nothrow);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return operator new(size, std::nothrow);
 }
 
 void operator delete(void* block) noexcept {
@@ -33,6 +44,12 @@ void operator delete(void* block) noexcept {
   std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept {
+  operator delete(block);
+}
+void operator delete[](void* block) noexcept {
+  operator delete(block);
+}
+void operator delete[](void* block, std::size_t) noexcept {
   operator delete(block);
 }
 

@@ -104,7 +104,7 @@ TEST(PlistValue, ComparesKindsAndContents) {
 }
 
 TEST(PlistValue, MovesAndAssignsBetweenItsOwnParts) {
-  PlistValue value = PlistArray{PlistArray{"inner"}};
+  PlistValue value = PlistArray{PlistValue(PlistArray{"inner"})};
   value = *value.array()->at(0);
   EXPECT_EQ(value, PlistValue(PlistArray{"inner"}));
   PlistValue moved = std::move(value);
