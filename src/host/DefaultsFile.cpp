@@ -60,6 +60,8 @@ std::optional<PlistValue> DefaultsFile::objectForKey(std::string_view key) {
 void DefaultsFile::setObject(std::optional<PlistValue> value, std::string_view key) {
   {
     const MutexLock lock(mutex_);
+    const PlistValue* stored = values_.find(key);
+    if (stored != nullptr && value && *stored == *value) return;
     if (value && !value->isNull()) {
       values_.set(key, std::move(*value));
     } else {
