@@ -9,7 +9,7 @@
 #include "platform/WKInterfaceLabel.h"
 #include "platform/WKInterfaceTable.h"
 #include "radio/RadioRowController.h"
-#include "radio/StationRequest.h"
+#include "radio/StationScreens.h"
 #include "util/PlayRequests.h"
 #include "util/ShownLimits.h"
 #include "util/WatchUtil.h"
@@ -70,7 +70,7 @@ void RadioHomeInterfaceController::reloadData(bool /*fetchImages*/) {
     if (type != kFeaturedStations) {
       row->radioImage->setImageNamed("quickplay_artist");
     } else {
-      row->radioBackgroundGroup->setBackgroundColor(getColorFromHex(getColorForRadioStation(station), 0.8F));
+      row->radioBackgroundGroup->setBackgroundColor(stationColor(station, 0.8F));
       row->radioBackgroundGroup->setBackgroundImage(nullptr);
     }
   }

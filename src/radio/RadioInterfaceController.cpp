@@ -9,7 +9,7 @@
 #include "platform/WKInterfaceGroup.h"
 #include "platform/WKInterfaceLabel.h"
 #include "radio/RadioManager.h"
-#include "radio/StationRequest.h"
+#include "radio/StationScreens.h"
 #include "util/PlayRequests.h"
 #include "util/ShownLimits.h"
 #include "util/WatchUtil.h"
@@ -41,7 +41,7 @@ void RadioInterfaceController::awakeWithContext(const PlistValue* context) {
   dataSource = arrayOrEmpty(stations);
   type = stationTypeOf(context);
   if (type == kFeaturedStations) {
-    backgroundGroup->setBackgroundColor(getColorFromHex(getColorForRadioStation(dataSource.at(0)), 0.5F));
+    backgroundGroup->setBackgroundColor(stationColor(dataSource.at(0), 0.5F));
     backgroundGroup->setBackgroundImage(nullptr);
   }
   const PlistValue* index = valueForKey(context, "currentIndex");
@@ -94,7 +94,7 @@ void RadioInterfaceController::pickerChanged(std::uint32_t index) {
   const PlistValue* station = dataSource.at(index);
   titleLabel->setText(capitalizedField(platform().letterCase, getTitleForRadioStation(station)));
   metaLabel->setText(capitalizedField(platform().letterCase, getLanguageForRadioStation(station)));
-  backgroundGroup->setBackgroundColor(getColorFromHex(getColorForRadioStation(station), 0.5F));
+  backgroundGroup->setBackgroundColor(stationColor(station, 0.5F));
 }
 
 void RadioInterfaceController::playRadio() {

@@ -78,7 +78,8 @@ void PlaylistInterfaceController::reloadData() {
   const auto cachedSongs = platform().standardUserDefaults.objectForKey(kUserCachedSongs);
   std::unordered_set<std::string_view> cached;
   for (const PlistValue& pid : arrayOrEmpty(valueOrNull(cachedSongs))) {
-    if (const auto text = pid.string()) cached.insert(*text);
+    // Hashing one long text a hundred thousand times would take minutes; no song is called that.
+    if (const auto text = pid.string(); text && text->size() <= kLongestRowText) cached.insert(*text);
   }
   const auto screen = std::static_pointer_cast<PlaylistInterfaceController>(shared_from_this());
   for (std::size_t i = 0; i < shownCount(songs); ++i) {
@@ -90,7 +91,7 @@ void PlaylistInterfaceController::reloadData() {
     row->songData = dictionaryOrEmpty(song);
     const PlistValue* pid = valueForKey(song, "id");
     const auto text = pid == nullptr ? std::nullopt : pid->string();
-    row->downloadButton->setHidden(text && cached.contains(*text));
+    row->downloadButton->setHidden(text && text->size() <= kLongestRowText && cached.contains(*text));
     row->parent = screen;
   }
 }

@@ -19,7 +19,7 @@ inline std::size_t shownCount(const PlistArray& list) {
 }
 
 /// Bytes of one text of a row. Nobody reads that far on a wrist; an honest title has less than 300.
-inline constexpr std::size_t kLongestRowText = 4096;
+inline constexpr std::size_t kLongestRowText = 1024;
 
 /// The string as a row shows it, without what is past the limit (never half a character); "" for what is no
 /// string. Lives as long as the value.

@@ -29,6 +29,7 @@ TEST_F(StationList, FeaturedStationsHaveTheirColours) {
   EXPECT_EQ(row(0)->radioName->text(), "Night Owls");
   EXPECT_EQ(row(0)->radioLanguage->text(), "Old Hindi");
   EXPECT_EQ(row(0)->radioBackgroundGroup->backgroundColor(), Color::ofBytes(255, 128, 0, 0.8F));
+  EXPECT_EQ(row(0)->radioBackgroundGroup->backgroundImage(), ImageSource());
   EXPECT_EQ(row(0)->radioImage->image(), ImageSource());
   EXPECT_EQ(row(1)->radioLanguage->text(), "");
   EXPECT_EQ(row(1)->radioBackgroundGroup->backgroundColor(), Color::blackColor());
@@ -42,6 +43,7 @@ TEST_F(StationList, ArtistsHaveOnePictureAndTheLayoutsBackground) {
   EXPECT_EQ(row(1)->radioName->text(), "B");
   EXPECT_EQ(row(1)->radioImage->image().name, "quickplay_artist");
   EXPECT_EQ(row(1)->radioBackgroundGroup->backgroundColor(), std::nullopt);
+  EXPECT_EQ(row(1)->radioBackgroundGroup->backgroundImage().name, "of the layout");
 }
 
 TEST_F(StationList, FallsBackToTheStoredListOfItsKind) {

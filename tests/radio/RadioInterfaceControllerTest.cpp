@@ -43,6 +43,7 @@ TEST_F(StationPicker, StartsAtTheContextsIndexWithTheFirstStationsColour) {
   EXPECT_EQ(item(1).caption(), "two WAYS");
   EXPECT_EQ(item(1).contentImage(), nullptr);
   EXPECT_EQ(picker->backgroundGroup->backgroundColor(), Color::ofBytes(255, 128, 0, 0.5F));
+  EXPECT_EQ(picker->backgroundGroup->backgroundImage(), ImageSource());
   EXPECT_EQ(picker->playButtonGroup->backgroundColor(), (Color{0.16862746F, 0.67058825F, 0.28235295F, 1.0F}));
   EXPECT_EQ(picker->titleLabel->text(), "");  // until the crown moves
   EXPECT_EQ(played(picker), *three.at(2));
@@ -65,7 +66,6 @@ TEST_F(StationPicker, OnlyATextIsAnIndex) {
 TEST_F(StationPicker, TheCrownShowsAndColoursTheStation) {
   picker.awake(stationContext(three, "artist"));
   EXPECT_EQ(picker->backgroundGroup->backgroundColor(), std::nullopt);
-  picker->backgroundGroup->setBackgroundImageNamed("of the layout");
   EXPECT_TRUE(picker->radioPicker->pick(1));
   EXPECT_EQ(picker->titleLabel->text(), "Two Ways");
   EXPECT_EQ(picker->metaLabel->text(), "Hindi");

@@ -62,8 +62,8 @@ inline std::string alert(std::string_view message) {
   return "Tunevale: " + std::string(message);
 }
 
-/// A screen with an element for each of its outlets, as no layout has them: plain, side by side. Leaves the
-/// screen at the end.
+/// A screen with an element for each of its outlets, as no layout has them: plain, side by side, groups with
+/// the background image "of the layout". Leaves the screen at the end.
 template <class Screen, class Row = void>
 class ShownScreen {
  public:
@@ -120,8 +120,11 @@ class ShownScreen {
         return std::make_unique<WKInterfaceLabel>(attributes);
       case Kind::image:
         return std::make_unique<WKInterfaceImage>(attributes);
-      case Kind::group:
-        return std::make_unique<WKInterfaceGroup>(attributes);
+      case Kind::group: {
+        auto group = std::make_unique<WKInterfaceGroup>(attributes);
+        group->setBackgroundImageNamed("of the layout");
+        return group;
+      }
       case Kind::button:
         return std::make_unique<WKInterfaceButton>(attributes);
       case Kind::slider:

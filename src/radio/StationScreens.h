@@ -5,6 +5,7 @@
 #include <string>
 
 #include "foundation/PlistValue.h"
+#include "platform/Color.h"
 
 // What the two station screens have in common. Pure, any thread.
 namespace tunevale {
@@ -22,6 +23,9 @@ const char* stationTypeName(std::int32_t type);
 
 /// A station's title or language as it is shown: capitalised; "" for what is no string.
 std::string capitalizedField(LetterCase& letterCase, const PlistValue* field);
+
+/// A station's colour; black when it has none.
+Color stationColor(const PlistValue* station, float alpha);
 
 /// The request that has the phone play a station; nothing for what is no station record. An artist station
 /// goes without the null entries of its "more_info", a featured one exactly as it came.

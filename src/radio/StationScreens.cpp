@@ -1,10 +1,12 @@
-#include "radio/StationRequest.h"
+#include "radio/StationScreens.h"
 
 #include <utility>
 #include <vector>
 
 #include "platform/LetterCase.h"
+#include "util/HexColor.h"
 #include "util/ShownLimits.h"
+#include "util/StationFields.h"
 #include "util/ValueChecks.h"
 #include "vocabulary/PhoneVocabulary.h"
 
@@ -34,6 +36,11 @@ const char* stationTypeName(std::int32_t type) {
 
 std::string capitalizedField(LetterCase& letterCase, const PlistValue* field) {
   return letterCase.capitalizedString(rowText(field));
+}
+
+Color stationColor(const PlistValue* station, float alpha) {
+  const PlistValue hex(rowText(getColorForRadioStation(station)));
+  return getColorFromHex(&hex, alpha);
 }
 
 std::optional<PlistDictionary> playRadioRequest(const PlistValue* station, std::int32_t type) {
