@@ -2,20 +2,23 @@
 
 #include <utility>
 
+#include <boost/json.hpp>
+
 #include "phone/ConsoleState.h"
 #include "phone/PhoneCore.h"
 
 namespace tunevale::phone {
 
 PhoneApp::PhoneApp(link::Strand& strand, WatchLink& link, PhoneObserver& observer,
-                   const PhoneOptions& options)
-    : core_(std::make_unique<PhoneCore>(strand, link, observer, options)) {}
+                   const PhoneSettings& settings)
+    : core_(std::make_unique<PhoneCore>(strand, link, observer, settings)) {}
 
 PhoneApp::~PhoneApp() = default;
 
 void PhoneApp::linkStateDidChange(const link::LinkState& state) {
   core_->catchUp();
   const link::LinkState before = std::exchange(core_->state.link, state);
+  core_->events.emit("link", {{"connected", state.connected}, {"reachable", state.reachable}});
   core_->pushes.linkStateDidChange(before);
   core_->settle();
 }

@@ -9,7 +9,7 @@
 #include "link/Strand.h"
 #include "phone/Answer.h"
 #include "phone/PhoneObserver.h"
-#include "phone/PhoneOptions.h"
+#include "phone/PhoneSettings.h"
 #include "phone/WatchLink.h"
 
 namespace tunevale::phone {
@@ -27,7 +27,8 @@ inline constexpr std::size_t kMostCommandLine = 1536 * 1024;
 /// observer outlive it. Sends nothing before the first linkStateDidChange() or command().
 class PhoneApp {
  public:
-  PhoneApp(link::Strand& strand, WatchLink& link, PhoneObserver& observer, const PhoneOptions& options = {});
+  PhoneApp(link::Strand& strand, WatchLink& link, PhoneObserver& observer,
+           const PhoneSettings& settings = {});
   ~PhoneApp();
 
   void linkStateDidChange(const link::LinkState& state);

@@ -18,7 +18,7 @@ constexpr std::size_t kCachedAtFirst[] = {0, 3, 7, 12};
 }  // namespace
 
 PhoneCore::PhoneCore(link::Strand& strand, WatchLink& link, PhoneObserver& observer,
-                     const PhoneOptions& options)
+                     const PhoneSettings& settings)
     : state([&strand] { return strand.now(); }),
       events(observer),
       traffic(strand, link, events, [this] { settle(); }),
@@ -27,10 +27,10 @@ PhoneCore::PhoneCore(link::Strand& strand, WatchLink& link, PhoneObserver& obser
       commands(state, pushes, traffic, events, link, observer),
       strand_(strand),
       observer_(observer) {
-  state.language = isCatalogueLanguage(options.language) ? options.language : PhoneOptions().language;
-  state.switches.pushes = options.pushes;
-  state.player.setVolume(options.volume);
-  if (options.queued) state.player.load(chartSongs(state.language), 0);
+  state.language = isCatalogueLanguage(settings.language) ? settings.language : PhoneSettings().language;
+  state.switches.pushes = settings.pushes;
+  state.player.setVolume(settings.volume);
+  if (settings.queued) state.player.load(chartSongs(state.language), 0);
   for (const std::string_view language : catalogueLanguages()) {
     const PlistArray songs = chartSongs(language);
     for (const std::size_t i : kCachedAtFirst) state.cached.emplace(textOf(*songs.at(i)->dictionary(), "id"));

@@ -16,7 +16,7 @@ namespace tunevale::phone {
 /// The phone's parts, wired up.
 class PhoneCore {
  public:
-  PhoneCore(link::Strand& strand, WatchLink& link, PhoneObserver& observer, const PhoneOptions& options);
+  PhoneCore(link::Strand& strand, WatchLink& link, PhoneObserver& observer, const PhoneSettings& settings);
 
   /// Brings the player up to the present. Before anything looks at it.
   void catchUp() { state.player.advance(); }

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "link/SessionDelegate.h"
-#include "phone/PhoneOptions.h"
+#include "phone/PhoneSettings.h"
 #include "phone/Player.h"
 
 namespace tunevale::phone {

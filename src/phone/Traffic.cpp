@@ -35,7 +35,10 @@ std::string nameOf(const PlistValue& body) {
   return std::string(request.empty() ? "?" : request.substr(0, kMostNameLength));
 }
 
-std::string resultOf(const Outcome& outcome) {
+std::string resultOf(std::string_view transport, const Outcome& outcome) {
+  // No watch answers message data: it handles them, and drops the reply.
+  const bool dropped = outcome.error && outcome.error->code == link::ErrorCode::replyFailed;
+  if (dropped && transport == "message_data") return "taken";
   if (outcome.error) {
     return "error " + std::to_string(static_cast<int>(outcome.error->code)) + " " +
            outcome.error->description;
@@ -99,7 +102,7 @@ void Traffic::finish(std::uint64_t number, const Label& label, const Outcome& ou
   events_.emit("outcome", std::move(event), label.ref);
   ++changes_;
   for (TrafficEntry& entry : log_) {
-    if (entry.number == number) entry.result = resultOf(outcome);
+    if (entry.number == number) entry.result = resultOf(entry.transport, outcome);
   }
 }
 

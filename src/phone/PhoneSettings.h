@@ -4,7 +4,8 @@
 
 namespace tunevale::phone {
 
-struct PhoneOptions {
+/// What the phone is like when it is switched on.
+struct PhoneSettings {
   std::string language = "english";  // of the chart: one of catalogueLanguages()
   int volume = 6;                    // 0 to 10
   bool queued = true;  // starts with the chart in the queue, paused; otherwise with an empty one
