@@ -49,7 +49,8 @@ void Session::sendMessage(const PlistDictionary& message, ReplyHandler reply, Er
   out.body = writePropertyList(PlistDictionary{{"message", message}, {"ttl", asNumber(core_->timeToLive())}});
   out.reply = std::move(reply);
   out.error = std::move(error);
-  send(std::move(out), kMostMessage);
+  const bool fits = out.body.size() <= kMostMessage + kBodyKeys;
+  send(std::move(out), fits);
 }
 
 void Session::sendMessageData(ByteView data, DataReplyHandler reply, ErrorHandler error) {
@@ -58,11 +59,10 @@ void Session::sendMessageData(ByteView data, DataReplyHandler reply, ErrorHandle
   out.isData = true;
   out.dataReply = std::move(reply);
   out.error = std::move(error);
-  send(std::move(out), kMostMessageData);
+  send(std::move(out), data.size() <= kMostMessageData);
 }
 
-void Session::send(OutgoingMessage message, std::size_t most) {
-  const bool fits = message.body.size() <= most + kBodyKeys;
+void Session::send(OutgoingMessage message, bool fits) {
   mailbox_->post([message = std::move(message), fits](SessionCore& core) mutable {
     if (fits) {
       core.send(std::move(message));

@@ -78,7 +78,7 @@ class Session {
   void disconnect(const std::string& reason);
 
  private:
-  void send(OutgoingMessage message, std::size_t most);
+  void send(OutgoingMessage message, bool fits);
   Transfer append(Queue queue, Bytes body);
 
   Mutex contextMutex_;  // between comparing a context and keeping it

@@ -1,0 +1,139 @@
+#include <gtest/gtest.h>
+
+#include "link/LinkWorld.h"
+
+namespace tunevale::link {
+namespace {
+
+using namespace std::chrono_literals;
+
+struct MessagesTest : testing::Test {
+  LinkWorld world;
+};
+
+TEST_F(MessagesTest, AreAnsweredInOrderAndAfterTheActivation) {
+  world.connectAndRun();
+  for (int n = 1; n <= 3; ++n) world.watch.send(n);
+  EXPECT_TRUE(world.watch.outcomes.empty()) << "never inside the call";
+  world.strand.run();
+  EXPECT_EQ(world.phone.ear.heard, (Lines{"activated", "message 1", "message 2", "message 3"}));
+  EXPECT_EQ(world.watch.outcomes, (Lines{"reply 1", "reply 2", "reply 3"}));
+}
+
+TEST_F(MessagesTest, AndMessageDataKeepOneOrder) {
+  world.connectAndRun();
+  Bytes answer;
+  world.phone.ear.onData = [](ByteView data, const auto& reply) { reply(data.first(2)); };
+  world.watch.send(1);
+  world.watch.session->sendMessageData(
+      Bytes(5, std::byte{9}), [&](ByteView reply) { answer.assign(reply.begin(), reply.end()); }, {});
+  world.watch.send(2);
+  world.strand.run();
+  EXPECT_EQ(world.phone.ear.heard, (Lines{"activated", "message 1", "data 5", "message 2"}));
+  EXPECT_EQ(answer, Bytes(2, std::byte{9}));
+}
+
+TEST_F(MessagesTest, FailAtOnceWhenTheyCannotGo) {
+  world.watch.send(1);
+  world.strand.run();
+  EXPECT_EQ(world.watch.outcomes, Lines{"7007"}) << "nobody is connected";
+  ManualStrand strand;
+  End fresh(strand, Role::watch);
+  fresh.send(1);
+  strand.run();
+  EXPECT_EQ(fresh.outcomes, Lines{"7004"});
+}
+
+TEST_F(MessagesTest, TooLargeAreRefusedAndTheLargestArrive) {
+  world.connectAndRun();
+  std::vector<int> errors;
+  const auto failed = [&](const Error& error) { errors.push_back(static_cast<int>(error.code)); };
+  world.phone.ear.onData = [](ByteView, const auto& reply) { reply({}); };
+  world.watch.session->sendMessageData(Bytes(kMostMessageData), {}, failed);
+  world.watch.session->sendMessage({{"b", Bytes(kMostMessage)}}, {}, failed);
+  world.strand.run();
+  EXPECT_EQ(errors, std::vector<int>{});
+  EXPECT_EQ(world.phone.ear.heard, (Lines{"activated", "data 1048576", "message ?"}));
+  world.watch.session->sendMessageData(Bytes(kMostMessageData + 1), {}, failed);
+  world.watch.session->sendMessage({{"b", Bytes(kMostMessage + kBodyKeys)}}, {}, failed);
+  world.strand.run();
+  EXPECT_EQ(errors, (std::vector<int>{7009, 7009}));
+  world.phone.ear.onMessage = [](const auto&, const auto& reply) {
+    reply({{"b", Bytes(kMostMessage + kBodyKeys)}});
+  };
+  world.watch.send(1);
+  world.strand.run();
+  EXPECT_EQ(world.watch.outcomes, Lines{"7009"}) << "a reply that is too large fails its message";
+}
+
+TEST_F(MessagesTest, WhoseReplyIsDroppedFailAtOnceAndLateOnesCountForNothing) {
+  world.connectAndRun();
+  std::vector<SessionDelegate::MessageReply> kept;
+  world.phone.ear.onMessage = [&](const PlistDictionary& message, const auto& reply) {
+    const auto n = message.find("n")->integer();
+    if (n == 2) kept.push_back(reply);
+    if (n == 3) throw std::runtime_error("a handler's mistake");
+    if (n == 4) {
+      reply(message);
+      reply({{"n", 99}});
+    }
+  };
+  for (int n = 1; n <= 4; ++n) world.watch.send(n);
+  world.strand.run();
+  EXPECT_EQ(world.watch.outcomes, (Lines{"7011", "7011", "reply 4"}));
+  world.strand.advance(10s);
+  EXPECT_EQ(world.watch.outcomes.back(), "7012");
+  kept.at(0)({{"n", 2}});
+  world.strand.advance(1s);
+  EXPECT_EQ(world.watch.outcomes.size(), 4U);
+}
+
+TEST_F(MessagesTest, WrittenBeforeACutMayHaveRun) {
+  Wire& wire = world.connectAndRun();
+  wire.swallow(true);
+  world.watch.send(1);
+  world.strand.run();
+  wire.cut();
+  world.strand.run();
+  EXPECT_EQ(world.watch.outcomes, Lines{"7014"});
+}
+
+TEST_F(MessagesTest, BehindAWriteThatNeverEndsHaveNotLeft) {
+  Wire& wire = world.connect({.delay = 1s});
+  world.strand.advance(20s);
+  ASSERT_TRUE(world.watch.session->state().reachable);
+  world.watch.send(1);
+  world.watch.send(2);
+  world.strand.run();
+  wire.cut();
+  world.strand.run();
+  EXPECT_EQ(world.watch.outcomes, (Lines{"7014", "7007"}));
+}
+
+TEST_F(MessagesTest, ThatWaitedTooLongDoNotRun) {
+  world.connectAndRun();
+  world.phone.holding = true;
+  world.watch.send(1);
+  world.strand.advance(11s);
+  world.phone.release();
+  world.strand.run();
+  EXPECT_EQ(world.phone.ear.heard, Lines{"activated"});
+  EXPECT_EQ(world.watch.outcomes, Lines{"7012"});
+}
+
+TEST_F(MessagesTest, OfAnEndThatGoesFail) {
+  world.connectAndRun();
+  world.phone.ear.onMessage = [](const auto&, const auto&) {};
+  world.phone.holding = true;
+  world.watch.send(1);
+  world.strand.run();
+  world.watch.session.reset();
+  world.strand.run();
+  EXPECT_EQ(world.watch.outcomes, Lines{"7016"});
+  world.phone.release();
+  world.phone.session.reset();
+  world.strand.run();
+}
+
+}  // namespace
+}  // namespace tunevale::link

@@ -1,0 +1,212 @@
+#include <gtest/gtest.h>
+
+#include "link/LinkWorld.h"
+#include "link/RawPeer.h"
+
+namespace tunevale::link {
+namespace {
+
+using namespace std::chrono_literals;
+
+struct QueuesTest : testing::Test {
+  std::uint64_t info(End& end, int n) {
+    return std::get<std::uint64_t>(end.session->transferUserInfo({{"n", n}}));
+  }
+  std::uint64_t file(End& end, int n, const std::string& contents) {
+    const std::string path = folder.path("file");
+    std::ofstream(path, std::ios::binary) << contents;
+    return std::get<std::uint64_t>(end.session->transferFile(path, {{"n", n}}));
+  }
+  LinkWorld world;
+  test::TemporaryFolder folder;
+};
+
+TEST_F(QueuesTest, UserInfoWaitsForTheOtherEndAndArrivesOnceInOrder) {
+  for (int n = 1; n <= 3; ++n) info(world.phone, n);
+  world.connectAndRun();
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "info 1", "info 2", "info 3"}));
+  EXPECT_EQ(world.phone.ear.finished, (Lines{"info 1 ok", "info 2 ok", "info 3 ok"}));
+  world.wires.back()->cut();
+  world.connectAndRun();
+  info(world.phone, 4);
+  world.strand.run();
+  EXPECT_EQ(world.watch.ear.heard.size(), 5U);
+}
+
+TEST_F(QueuesTest, ACancelledItemLeavesNoGap) {
+  info(world.phone, 1);
+  const std::uint64_t second = info(world.phone, 2);
+  info(world.phone, 3);
+  world.phone.session->cancelUserInfo(second);
+  world.strand.run();
+  world.connectAndRun();
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "info 1", "info 3"}));
+  EXPECT_EQ(world.phone.ear.finished, (Lines{"info 1 ok", "info 3 ok"}));
+}
+
+TEST_F(QueuesTest, AHandlerThatThrowsGetsTheItemThreeTimes) {
+  int calls = 0;
+  world.watch.ear.onUserInfo = [&] {
+    if (++calls <= 4) throw std::runtime_error("not now");
+  };
+  info(world.phone, 1);
+  info(world.phone, 2);
+  world.connectAndRun();
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "info 1", "info 1", "info 1", "info 2", "info 2"}));
+}
+
+TEST_F(QueuesTest, TooMuchIsRefusedOnTheCall) {
+  const auto large = world.phone.session->transferUserInfo({{"b", Bytes(kMostUserInfo)}});
+  EXPECT_EQ(std::get<Error>(large).code, ErrorCode::payloadTooLarge);
+  for (std::size_t i = 0; i < kMostQueuedRows; ++i) info(world.phone, 1);
+  EXPECT_EQ(std::get<Error>(world.phone.session->transferUserInfo({})).code, ErrorCode::insufficientSpace);
+  End fresh(world.strand, Role::phone);
+  EXPECT_EQ(std::get<Error>(fresh.session->transferUserInfo({})).code, ErrorCode::notActivated);
+}
+
+TEST_F(QueuesTest, AFreshReceiverStartsWhereTheSenderStands) {
+  info(world.phone, 1);
+  world.connectAndRun();
+  End watch(world.strand, Role::watch);  // the watch's process is a new one
+  watch.session->activate();
+  info(world.phone, 2);
+  world.wires.back()->cut();
+  world.strand.run();
+  Wire wire(world.strand);
+  watch.session->adopt(wire.takeSecond(), false);
+  world.phone.session->adopt(wire.takeFirst(), true);
+  world.strand.advance(1s);
+  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "info 2"})) << "and that is no reset";
+  EXPECT_NE(world.phone.ear.states.back().peerRun, world.phone.ear.states.front().peerRun);
+}
+
+TEST_F(QueuesTest, AReceiverIsToldOfTheSendersNewQueues) {
+  world.connectAndRun();
+  End phone(world.strand, Role::phone);
+  phone.session->activate();
+  info(phone, 9);
+  Wire wire(world.strand);
+  world.watch.session->adopt(wire.takeSecond(), false);
+  phone.session->adopt(wire.takeFirst(), true);
+  world.strand.run();
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "reset", "info 9"}));
+}
+
+TEST_F(QueuesTest, AnItemThatDoesNotDecodeIsRefusedAndBlocksNothing) {
+  RawPeer peer(world.strand, world.watch);
+  peer.send(FrameType::item, 1, asBytes("no list"));
+  peer.send(FrameType::item, 2, PlistDictionary{{"n", 2}});
+  peer.send(FrameType::item, 2, PlistDictionary{{"n", 2}});
+  world.strand.run();
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "info 2"}));
+  ASSERT_NE(peer.last(FrameType::nak), nullptr);
+  EXPECT_EQ(peer.last(FrameType::nak)->id, 1U);
+  EXPECT_EQ(peer.last(FrameType::ack)->id, 2U);
+  peer.send(FrameType::item, ~std::uint64_t{0}, PlistDictionary{{"n", 3}});
+  world.strand.run();
+  EXPECT_TRUE(peer.ended) << "a number that would overflow";
+}
+
+TEST_F(QueuesTest, OnlyTheLatestContextCountsAndAnEqualOneIsNothing) {
+  const auto version = [&](int n) {
+    return std::get<std::uint64_t>(world.phone.session->updateApplicationContext({{"n", n}}));
+  };
+  version(1);
+  version(2);
+  world.connectAndRun();
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "context 2"}));
+  EXPECT_EQ(world.phone.ear.delivered, 2U);
+  EXPECT_EQ(version(2), 2U);
+  EXPECT_EQ(version(3), 3U);
+  world.strand.run();
+  world.wires.back()->cut();
+  world.connectAndRun();
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "context 2", "context 3"}));
+}
+
+TEST_F(QueuesTest, FilesArriveWholeAndGoWithTheCallback) {
+  const std::string contents(kFileChunk * 3 + 17, 'x');
+  file(world.phone, 1, contents);
+  file(world.phone, 2, "");
+  file(world.phone, 3, "three");
+  world.connectAndRun();
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "file 1", "file 2", "file 3"}));
+  EXPECT_EQ(world.watch.ear.files, (Lines{contents, "", "three"}));
+  EXPECT_EQ(world.phone.ear.finished, (Lines{"file 1 ok", "file 2 ok", "file 3 ok"}));
+  EXPECT_TRUE(std::filesystem::is_empty(world.watch.spool.path()));
+  EXPECT_TRUE(std::filesystem::is_empty(world.phone.spool.path()));
+}
+
+TEST_F(QueuesTest, AFileGoesOnWhereACutStoppedIt) {
+  std::string contents;
+  for (std::size_t i = 0; i < kFileChunk * 6; ++i) contents += static_cast<char>(world.strand.random());
+  // Cuts at every chunk, each a little past it.
+  for (std::size_t chunk = 0; chunk < 6; ++chunk) {
+    LinkWorld fresh(chunk + 1);
+    file(fresh.phone, 1, contents);
+    fresh.connect({.cutAfter = 700 + chunk * (kFileChunk + 200)});
+    fresh.strand.run();
+    ASSERT_FALSE(fresh.phone.session->state().connected);
+    Wire& second = fresh.connectAndRun();
+    EXPECT_EQ(fresh.watch.ear.files, Lines{contents}) << "cut in chunk " << chunk;
+    EXPECT_LE(second.bytesCarried(), contents.size() - (chunk == 0 ? 0 : chunk - 1) * kFileChunk + 3000);
+  }
+}
+
+TEST_F(QueuesTest, ACancelledFileIsForgottenOnBothEnds) {
+  file(world.phone, 1, std::string(kFileChunk * 20, 'x'));
+  file(world.phone, 2, "two");
+  world.connect({.slice = 10'000, .delay = 1ms});
+  world.strand.advance(30ms);
+  EXPECT_FALSE(std::filesystem::is_empty(world.watch.spool.path()));
+  world.phone.session->cancelFile(1);
+  world.strand.advance(1s);
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "file 2"}));
+  EXPECT_TRUE(std::filesystem::is_empty(world.watch.spool.path()));
+  EXPECT_TRUE(std::filesystem::is_empty(world.phone.spool.path()));
+}
+
+TEST_F(QueuesTest, MessagesOvertakeAFile) {
+  file(world.phone, 1, std::string(kFileChunk * 20, 'x'));
+  world.connect({.slice = 10'000, .delay = 1ms});
+  world.strand.advance(30ms);
+  world.phone.send(1);
+  world.strand.advance(1s);
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "message 1", "file 1"}));
+}
+
+TEST_F(QueuesTest, FilesThatCannotGoAreRefused) {
+  const auto codeOf = [](const Session::Transfer& transfer) { return std::get<Error>(transfer).code; };
+  EXPECT_EQ(codeOf(world.phone.session->transferFile("/nonexistent", {})), ErrorCode::fileAccessDenied);
+  EXPECT_EQ(codeOf(world.phone.session->transferFile("/dev/zero", {})), ErrorCode::fileAccessDenied);
+  const std::string path = folder.path("big");
+  std::ofstream(path) << "";
+  std::filesystem::resize_file(path, kMostFile + 1);
+  EXPECT_EQ(codeOf(world.phone.session->transferFile(path, {})), ErrorCode::payloadTooLarge);
+  EXPECT_EQ(codeOf(world.phone.session->transferFile(path, {{"b", Bytes(kMostMetadata)}})),
+            ErrorCode::payloadTooLarge);
+  EXPECT_TRUE(std::filesystem::is_empty(world.phone.spool.path()));
+}
+
+TEST_F(QueuesTest, HostileFilesAreRefusedOrCloseTheConnection) {
+  {
+    RawPeer peer(world.strand, world.watch);
+    peer.send(FrameType::fileBegin, 1,
+              PlistDictionary{{"size", std::int64_t{kMostFile} + 1}, {"metadata", PlistDictionary{}}});
+    peer.send(FrameType::fileBegin, 2, PlistDictionary{{"size", 4}});
+    world.strand.run();
+    EXPECT_EQ(peer.last(FrameType::fileError)->id, 2U);
+    peer.send(FrameType::fileBegin, 3, PlistDictionary{{"size", 4}, {"metadata", PlistDictionary{}}});
+    peer.send(FrameType::fileData, 3, PlistDictionary{{"offset", 0}, {"data", Bytes(5)}});
+    world.strand.run();
+    EXPECT_TRUE(peer.ended) << "more than was announced";
+  }
+  RawPeer peer(world.strand, world.watch);
+  peer.send(FrameType::fileData, 9, PlistDictionary{{"offset", 0}, {"data", Bytes(5)}});
+  world.strand.run();
+  EXPECT_TRUE(peer.ended) << "never announced";
+  EXPECT_EQ(world.watch.ear.heard.back(), "reset");
+}
+
+}  // namespace
+}  // namespace tunevale::link

@@ -1,0 +1,176 @@
+#include <gtest/gtest.h>
+
+#include "link/LinkWorld.h"
+#include "link/RawPeer.h"
+
+namespace tunevale::link {
+namespace {
+
+using namespace std::chrono_literals;
+
+struct SessionTest : testing::Test {
+  LinkWorld world;
+  const LinkState& last() const { return world.watch.ear.states.back(); }
+};
+
+TEST_F(SessionTest, ReachabilityFollowsTheOtherEndsWord) {
+  EXPECT_FALSE(world.watch.session->state().reachable);
+  Wire& wire = world.connectAndRun();
+  EXPECT_TRUE(world.watch.session->state().reachable);
+  EXPECT_TRUE(world.phone.session->state().reachable);
+  world.phone.session->setLocked(true);
+  world.strand.advance(1s);
+  EXPECT_TRUE(last().needsUnlock);
+  EXPECT_FALSE(last().reachable);
+  world.phone.session->setLocked(false);
+  world.phone.session->setActive(false);
+  world.strand.advance(1s);
+  EXPECT_FALSE(last().needsUnlock);
+  EXPECT_TRUE(last().connected);
+  EXPECT_FALSE(last().reachable);
+  world.phone.session->setActive(true);
+  world.strand.advance(1s);
+  EXPECT_TRUE(last().reachable);
+  wire.cut();
+  world.strand.advance(1s);
+  EXPECT_FALSE(last().connected);
+  EXPECT_FALSE(world.watch.session->state().reachable);
+}
+
+TEST_F(SessionTest, TheLastStateIsTheTruthHoweverOftenItChanged) {
+  world.connectAndRun();
+  world.strand.advance(1s);
+  world.watch.ear.states.clear();
+  world.watch.ear.stateTimes.clear();
+  for (int i = 0; i < 101; ++i) {
+    world.phone.session->setActive(i % 2 == 1);
+    world.strand.advance(20ms);
+  }
+  world.strand.advance(1s);
+  EXPECT_FALSE(last().reachable);
+  EXPECT_EQ(last(), world.watch.session->state());
+  const auto& times = world.watch.ear.stateTimes;
+  for (std::size_t i = 1; i < times.size(); ++i) EXPECT_GE(times[i] - times[i - 1], 250ms);
+  EXPECT_LE(times.size(), 9U);
+}
+
+TEST_F(SessionTest, IsSilentButForAPingAndFindsADeadPeer) {
+  Wire& wire = world.connectAndRun();
+  world.strand.advance(1s);
+  const std::size_t before = wire.bytesCarried();
+  world.strand.advance(60s);
+  EXPECT_TRUE(world.watch.session->state().reachable);
+  EXPECT_LE(wire.bytesCarried() - before, 13 * 2 * 2 * kFrameHeaderSize)
+      << "a ping and a pong each five seconds";
+  wire.swallow(true);
+  world.strand.advance(16s);
+  EXPECT_FALSE(world.watch.session->state().connected);
+  EXPECT_FALSE(world.phone.session->state().connected);
+}
+
+TEST_F(SessionTest, TheNewestConnectionWins) {
+  world.connectAndRun();
+  world.watch.send(1);
+  world.connectAndRun();
+  world.watch.send(2);
+  world.strand.run();
+  EXPECT_EQ(world.watch.outcomes.back(), "reply 2");
+  EXPECT_TRUE(world.watch.session->state().reachable);
+  world.wires.front()->cut();
+  world.strand.run();
+  EXPECT_TRUE(world.watch.session->state().reachable) << "the old one's end means nothing";
+}
+
+TEST_F(SessionTest, StrangersDoNotKeepThePhoneOut) {
+  std::vector<std::unique_ptr<RawPeer>> strangers;
+  for (int i = 0; i < 50; ++i)
+    strangers.push_back(std::make_unique<RawPeer>(world.strand, world.watch, false));
+  world.strand.run();
+  EXPECT_EQ(std::count_if(strangers.begin(), strangers.end(), [](const auto& one) { return one->ended; }),
+            40);
+  world.connectAndRun();
+  EXPECT_TRUE(world.watch.session->state().reachable);
+  world.strand.advance(2s);
+  EXPECT_EQ(std::count_if(strangers.begin(), strangers.end(), [](const auto& one) { return one->ended; }),
+            50);
+}
+
+TEST_F(SessionTest, RefusesWrongIntroductions) {
+  const PlistDictionary good = RawPeer::introduction("phone");
+  std::vector<PlistDictionary> wrong(4, good);
+  wrong[0].set("version", 2);
+  wrong[1].set("role", "watch");
+  wrong[2].remove("epoch");
+  wrong[3].set("run", "short");
+  for (const PlistDictionary& introduction : wrong) {
+    RawPeer peer(world.strand, world.watch, false);
+    peer.send(FrameType::hello, 0, introduction);
+    world.strand.run();
+    EXPECT_TRUE(peer.ended);
+    EXPECT_EQ(peer.types(), std::vector{FrameType::bye});
+    EXPECT_FALSE(world.watch.session->state().connected);
+  }
+  RawPeer peer(world.strand, world.watch, false);
+  peer.send(FrameType::message, 1, PlistDictionary{{"message", PlistDictionary{{"n", 1}}}});
+  world.strand.run();
+  EXPECT_TRUE(peer.ended) << "nothing goes before the introduction";
+  EXPECT_EQ(world.watch.ear.heard, Lines{"activated"});
+}
+
+TEST_F(SessionTest, SkipsUnknownFramesUnlessTheyAreCritical) {
+  RawPeer peer(world.strand, world.watch);
+  peer.send(static_cast<FrameType>(0x7F), 1, Bytes(3), 0);
+  world.strand.run();
+  EXPECT_FALSE(peer.ended);
+  peer.send(static_cast<FrameType>(0x7F), 1, Bytes(3), kCriticalFrame);
+  world.strand.run();
+  EXPECT_TRUE(peer.ended);
+}
+
+TEST_F(SessionTest, AnswersWhatItCannotReadAndGoesOn) {
+  RawPeer peer(world.strand, world.watch);
+  world.watch.ear.onMessage = [](const PlistDictionary& message, const auto& reply) { reply(message); };
+  peer.send(FrameType::message, 7, asBytes("no list"));
+  peer.send(FrameType::message, 8, PlistDictionary{{"message", "a text"}});
+  peer.send(FrameType::message, 9, PlistDictionary{{"message", PlistDictionary{{"n", 9}}}});
+  peer.send(FrameType::reply, 77, PlistDictionary{{"reply", PlistDictionary{}}});
+  peer.send(FrameType::messageError, 78, PlistDictionary{});
+  world.strand.run();
+  EXPECT_FALSE(peer.ended);
+  std::vector<std::pair<FrameType, std::uint64_t>> answers;
+  for (const auto& frame : peer.frames) {
+    if (frame.id != 0) answers.emplace_back(frame.type, frame.id);
+  }
+  EXPECT_EQ(answers, (decltype(answers){
+                         {FrameType::messageError, 7}, {FrameType::messageError, 8}, {FrameType::reply, 9}}));
+}
+
+TEST_F(SessionTest, StopsReadingWhileHandlersAreBehindAndTellsThatItLives) {
+  world.connectAndRun();
+  world.watch.holding = true;
+  for (int n = 0; n < 200; ++n) world.phone.send(n);
+  world.strand.advance(60s);
+  EXPECT_EQ(world.watch.held.size(), kMostUndelivered);
+  EXPECT_TRUE(world.phone.session->state().connected) << "a busy end is not a dead one";
+  EXPECT_TRUE(world.watch.session->state().connected);
+  world.watch.release();
+  world.phone.send(200);
+  world.strand.advance(1s);
+  EXPECT_EQ(world.watch.ear.heard.back(), "message 200");
+}
+
+TEST_F(SessionTest, SlowsToTheSustainedRate) {
+  world.connectAndRun();
+  const Time start = world.strand.now();
+  for (int n = 0; n < 1000; ++n) world.phone.send(n);
+  world.strand.run();
+  const std::size_t burst = world.watch.ear.heard.size();
+  EXPECT_GE(burst, 390U);
+  EXPECT_LE(burst, 401U);
+  while (world.watch.ear.heard.size() < 1001 && world.strand.now() - start < 10s) world.strand.advance(50ms);
+  const double seconds = std::chrono::duration<double>(world.strand.now() - start).count();
+  EXPECT_NEAR(seconds, 3.0, 0.3) << "600 frames past the burst";
+}
+
+}  // namespace
+}  // namespace tunevale::link

@@ -1,0 +1,132 @@
+#include "link/Wire.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace tunevale::link {
+
+struct Wire::State : std::enable_shared_from_this<State> {
+  struct End {
+    StreamReceiver* receiver = nullptr;
+    Bytes arriving;
+    std::size_t arrived = 0;  // of those, already handed over
+    std::size_t left() const { return arriving.size() - arrived; }
+    bool reading = true;
+    bool closed = false;
+    bool writing = false;
+    std::unique_ptr<Timer> timer;
+  };
+
+  State(Strand& where, Faults what) : strand(where), faults(what) {}
+
+  void write(std::size_t side, Bytes bytes) {
+    if (broken) return;
+    ends.at(side).writing = true;
+    Bytes& arriving = ends.at(1 - side).arriving;
+    if (!swallowing) arriving.insert(arriving.end(), bytes.begin(), bytes.end());
+    schedule(1 - side);
+  }
+
+  void schedule(std::size_t side) {
+    End& end = ends.at(side);
+    if (end.timer == nullptr) {
+      end.timer = strand.after(faults.delay, [this, side] {
+        const auto self = shared_from_this();
+        ends.at(side).timer.reset();
+        carry(side);
+      });
+    }
+  }
+
+  void carry(std::size_t side) {
+    End& end = ends.at(side);
+    End& other = ends.at(1 - side);
+    if (broken || (!end.reading && !end.closed && end.left() > 0)) return;
+    std::size_t count = faults.slice == 0 ? end.left() : std::min(faults.slice, end.left());
+    if (faults.cutAfter) count = std::min(count, *faults.cutAfter - carried);
+    carried += count;
+    const auto from = end.arriving.begin() + static_cast<std::ptrdiff_t>(end.arrived);
+    const Bytes slice(from, from + static_cast<std::ptrdiff_t>(count));
+    end.arrived += count;
+    if (end.left() == 0) {
+      end.arriving.clear();
+      end.arrived = 0;
+    }
+    if (end.receiver != nullptr && !slice.empty()) end.receiver->streamDidRead(slice);
+    if (faults.cutAfter && carried >= *faults.cutAfter) {
+      cut();
+    } else if (end.left() > 0) {
+      schedule(side);
+    } else if (other.writing) {
+      other.writing = false;
+      if (other.receiver != nullptr) other.receiver->streamDidWrite();
+    }
+    if (other.closed && end.left() == 0) finish(end);
+  }
+
+  static void finish(End& end) {
+    if (StreamReceiver* receiver = std::exchange(end.receiver, nullptr)) receiver->streamDidEnd("cut");
+  }
+
+  void cut() {
+    broken = true;
+    finish(ends[0]);
+    finish(ends[1]);
+  }
+
+  void close(std::size_t side) {
+    End& end = ends.at(side);
+    if (end.closed) return;
+    end.closed = true;
+    end.receiver = nullptr;
+    schedule(1 - side);  // the other end reads what is left and then learns it
+  }
+
+  Strand& strand;
+  const Faults faults;
+  std::array<End, 2> ends;
+  std::size_t carried = 0;
+  bool broken = false;
+  bool swallowing = false;
+};
+
+class Wire::StreamEnd : public Stream {
+ public:
+  StreamEnd(std::shared_ptr<State> state, std::size_t side) : state_(std::move(state)), side_(side) {}
+  ~StreamEnd() override { state_->close(side_); }
+  void start(StreamReceiver& receiver) override {
+    state_->ends.at(side_).receiver = &receiver;
+    state_->schedule(side_);
+  }
+  void write(Bytes bytes) override { state_->write(side_, std::move(bytes)); }
+  void setReading(bool reading) override {
+    state_->ends.at(side_).reading = reading;
+    if (reading) state_->schedule(side_);
+  }
+  void close() override { state_->close(side_); }
+
+ private:
+  const std::shared_ptr<State> state_;
+  const std::size_t side_;
+};
+
+Wire::Wire(Strand& strand, Faults faults) : state_(std::make_shared<State>(strand, faults)) {}
+Wire::~Wire() = default;
+std::unique_ptr<Stream> Wire::takeFirst() {
+  return std::make_unique<StreamEnd>(state_, 0);
+}
+std::unique_ptr<Stream> Wire::takeSecond() {
+  return std::make_unique<StreamEnd>(state_, 1);
+}
+void Wire::cut() {
+  state_->cut();
+}
+void Wire::swallow(bool everything) {
+  state_->swallowing = everything;
+}
+std::size_t Wire::bytesCarried() const {
+  return state_->carried;
+}
+
+}  // namespace tunevale::link
