@@ -1,60 +1,126 @@
 #include "host/ImageStore.h"
 
-#include <array>
+#include <algorithm>
+#include <cinttypes>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
+#include <map>
+#include <vector>
+
+#include "platform/ImageCodec.h"
+#include "platform/Queues.h"
 
 namespace tunevale::host {
 
-namespace {
+struct ImageStore::State {
+  struct Picture {
+    ImagePtr image;
+    std::uint64_t seen = 0;    // the latest screen it was on
+    std::uint64_t served = 0;  // rises with each answer
+    Png png;
+  };
+  std::map<std::string, Picture, std::less<>> pictures;
+  std::map<std::string, std::vector<Answer>, std::less<>> waiting;  // for an encoding under way
+  std::uint64_t screen = 0;
+  std::uint64_t answers = 0;
 
-/// A page that is told of a picture asks for it within a few states of the screen.
-constexpr unsigned long kStatesKept = 16;
+  void take(const std::string& id, const Png& png) {
+    const auto asked = waiting.extract(id);
+    if (const auto found = pictures.find(id); found != pictures.end()) {
+      found->second.png = png;
+      found->second.served = ++answers;
+      dropOldFiles();
+    }
+    for (const Answer& answer : asked.mapped()) answer(png);
+  }
 
-std::string digestId(const Image& image) {
-  std::array<char, 24> text{};
-  std::snprintf(text.data(), text.size(), "art-%016llx", static_cast<unsigned long long>(image.digest));
-  return text.data();
+  void dropOldFiles() {
+    const auto isOlder = [](const auto& a, const auto& b) {
+      if (!a.second.png || !b.second.png) return static_cast<bool>(a.second.png);
+      return a.second.served < b.second.served;
+    };
+    std::size_t bytes = 0;
+    for (const auto& [id, picture] : pictures) bytes += picture.png ? picture.png->size() : 0;
+    while (bytes > kPngCacheBytes) {
+      Picture& oldest = std::min_element(pictures.begin(), pictures.end(), isOlder)->second;
+      bytes -= oldest.png->size();
+      oldest.png.reset();
+    }
+  }
+
+  void dropLatePictures() {
+    std::vector<std::pair<std::uint64_t, std::string>> late;
+    std::size_t bytes = 0;
+    for (const auto& [id, picture] : pictures) {
+      if (picture.seen == screen) continue;
+      late.emplace_back(picture.seen, id);
+      bytes += picture.image->byteCount();
+    }
+    std::sort(late.begin(), late.end());
+    for (const auto& [seen, id] : late) {
+      if (bytes <= kLatePictureBytes) return;
+      const auto found = pictures.find(id);
+      bytes -= found->second.image->byteCount();
+      pictures.erase(found);
+    }
+  }
+};
+
+ImageStore::ImageStore(const InterfaceLayout& layout, ImageCodec& codec, MainQueue& mainQueue,
+                       std::unique_ptr<SerialQueue> encodingQueue)
+    : layout_(layout),
+      codec_(codec),
+      mainQueue_(mainQueue),
+      state_(std::make_shared<State>()),
+      queue_(std::move(encodingQueue)) {}
+
+ImageStore::~ImageStore() = default;
+
+void ImageStore::beginScreen() {
+  ++state_->screen;
 }
 
-ImageStore::PngFile fileAt(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return nullptr;
-  return std::make_shared<const std::string>(std::istreambuf_iterator<char>(file),
-                                             std::istreambuf_iterator<char>());
+void ImageStore::endScreen() {
+  state_->dropLatePictures();
 }
-
-}  // namespace
-
-ImageStore::ImageStore(ImageCodec& codec, std::map<std::string, std::string, std::less<>> layoutImages)
-    : codec_(codec), layoutImages_(std::move(layoutImages)) {}
 
 std::string ImageStore::idOf(const ImageSource& source) {
-  if (!source.image) return source.name;
-  std::string id = digestId(*source.image);
-  Shown& shown = shown_[id];
-  shown.image = source.image;
-  shown.lastState = state_;
+  if (!source.image) {
+    const bool known = layout_.images.contains(source.name) || layout_.sequences.contains(source.name);
+    return known ? source.name : "";
+  }
+  char id[32];
+  std::snprintf(id, sizeof id, "art-%016" PRIx64, source.image->digest);
+  State::Picture& picture = state_->pictures[id];
+  picture.image = source.image;
+  picture.seen = state_->screen;
   return id;
 }
 
-void ImageStore::endState() {
-  ++state_;
-  std::erase_if(shown_, [this](const auto& entry) { return entry.second.lastState + kStatesKept < state_; });
+std::optional<std::string> ImageStore::fileOf(std::string_view id) const {
+  if (!layout_.images.contains(id)) return std::nullopt;
+  return std::string(id) + ".png";
 }
 
-ImageStore::PngFile ImageStore::png(const std::string& id) {
-  if (const auto layout = layoutImages_.find(id); layout != layoutImages_.end())
-    return fileAt(layout->second);
-  const auto found = shown_.find(id);
-  if (found == shown_.end()) return nullptr;
-  Shown& shown = found->second;
-  if (!shown.png) {
-    const auto encoded = codec_.pngRepresentation(*shown.image);
-    if (encoded) shown.png = std::make_shared<const std::string>(asText(*encoded));
+void ImageStore::encoded(const std::string& id, Answer answer) {
+  const auto found = state_->pictures.find(id);
+  if (found == state_->pictures.end()) return answer(nullptr);
+  State::Picture& picture = found->second;
+  if (picture.png) {
+    picture.served = ++state_->answers;
+    return answer(picture.png);
   }
-  return shown.png;
+  auto& waiting = state_->waiting[id];
+  waiting.push_back(std::move(answer));
+  if (waiting.size() > 1) return;
+  queue_->async([id, image = picture.image, &codec = codec_, &mainQueue = mainQueue_,
+                 weak = std::weak_ptr<State>(state_)] {
+    Png png;
+    if (const auto bytes = codec.pngRepresentation(*image))
+      png = std::make_shared<const std::string>(asText(*bytes));
+    mainQueue.async([id, png, weak] {
+      if (const auto state = weak.lock()) state->take(id, png);
+    });
+  });
 }
 
 }  // namespace tunevale::host

@@ -1,44 +1,57 @@
 #pragma once
 
-#include <map>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
-#include "platform/ImageCodec.h"
-#include "platform/WKInterfaceObject.h"
+#include "host/SceneLayout.h"
+
+namespace tunevale {
+class ImageCodec;
+class MainQueue;
+class SerialQueue;
+}  // namespace tunevale
 
 namespace tunevale::host {
 
-/// The pictures that a display may ask for: those of the layout by name, and the decoded ones that are on
-/// screen, or were a moment ago, by digest. Main queue.
+/// Decoded pictures that no longer are on the screen, kept because a display may still ask for them; and the
+/// PNG files of what displays asked for.
+inline constexpr std::size_t kLatePictureBytes = std::size_t{8} << 20;
+inline constexpr std::size_t kPngCacheBytes = std::size_t{8} << 20;
+
+/// The pictures of the screen by ID, as the display asks for them: images of the layout by name, decoded ones
+/// as "art-" and their digest. Main queue; encoding happens on the queue handed in.
 class ImageStore {
  public:
-  using PngFile = std::shared_ptr<const std::string>;
+  using Png = std::shared_ptr<const std::string>;
+  /// Called on the main queue, once; null when there is no such picture.
+  using Answer = std::function<void(const Png& png)>;
 
-  /// The layout's pictures: name to the path of a PNG file.
-  ImageStore(ImageCodec& codec, std::map<std::string, std::string, std::less<>> layoutImages);
+  ImageStore(const InterfaceLayout& layout, ImageCodec& codec, MainQueue& mainQueue,
+             std::unique_ptr<SerialQueue> encodingQueue);
+  ~ImageStore();
 
-  /// The ID of a picture, "" for none. A decoded one can be asked for from now on.
+  /// From now on, what idOf() names is on the screen, and what it named before is not.
+  void beginScreen();
+  /// Lets go what is not on the screen and past its budget.
+  void endScreen();
+  /// The ID of a picture; "" for none, and for a name that the layout does not have.
   std::string idOf(const ImageSource& source);
-  /// One state of the screen has been described; pictures that several states did not mention are let go.
-  void endState();
 
-  /// The picture as a PNG file; null for an unknown ID.
-  PngFile png(const std::string& id);
-  /// Whether an ID's picture can never change.
-  static bool isImmutable(std::string_view id) { return id.starts_with("art-"); }
+  /// The file of a layout image; nothing when the ID names none.
+  std::optional<std::string> fileOf(std::string_view id) const;
+  /// The PNG of a decoded picture that is on the screen or was lately.
+  void encoded(const std::string& id, Answer answer);
 
  private:
-  struct Shown {
-    ImagePtr image;
-    PngFile png;
-    unsigned long lastState = 0;
-  };
+  struct State;
+  const InterfaceLayout& layout_;
   ImageCodec& codec_;
-  const std::map<std::string, std::string, std::less<>> layoutImages_;
-  std::map<std::string, Shown> shown_;
-  unsigned long state_ = 0;
+  MainQueue& mainQueue_;
+  std::shared_ptr<State> state_;
+  std::unique_ptr<SerialQueue> queue_;
 };
 
 }  // namespace tunevale::host

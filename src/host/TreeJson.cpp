@@ -1,7 +1,12 @@
 #include "host/TreeJson.h"
 
+#include <array>
+#include <charconv>
+#include <cmath>
+
 #include <boost/json.hpp>
 
+#include "foundation/Text.h"
 #include "platform/WKInterfaceButton.h"
 #include "platform/WKInterfaceGroup.h"
 #include "platform/WKInterfaceImage.h"
@@ -18,24 +23,15 @@ namespace {
 
 using Kind = WKInterfaceObject::Kind;
 
-const char* kindName(Kind kind) {
-  switch (kind) {
-    case Kind::label:
-      return "label";
-    case Kind::image:
-      return "image";
-    case Kind::group:
-      return "group";
-    case Kind::button:
-      return "button";
-    case Kind::slider:
-      return "slider";
-    case Kind::picker:
-      return "picker";
-    case Kind::table:
-      return "table";
-  }
-  return "";
+/// A single-precision number by its shortest decimal form, which is what was meant by it.
+json::value numberJson(float number) {
+  if (!std::isfinite(number)) return 0;
+  if (std::abs(number) < 1e6F && number == std::trunc(number)) return static_cast<std::int64_t>(number);
+  std::array<char, 32> text{};
+  const char* const end = std::to_chars(text.data(), text.data() + text.size(), number).ptr;
+  double value = 0;
+  std::from_chars(text.data(), end, value);
+  return value;
 }
 
 class Writer {
@@ -61,7 +57,7 @@ class Writer {
 
  private:
   static void putText(json::object& node, const char* key, const std::string& text) {
-    if (!text.empty()) node[key] = text;
+    if (!text.empty()) node[key] = textJson(text);
   }
   void putImage(json::object& node, const ImageSource& source) const {
     putText(node, "image", imageId_(source));
@@ -70,7 +66,7 @@ class Writer {
   void putContent(json::object& node, const WKInterfaceObject& element, const std::string& id) const {
     switch (element.kind()) {
       case Kind::label:
-        node["text"] = static_cast<const WKInterfaceLabel&>(element).text();
+        putText(node, "text", static_cast<const WKInterfaceLabel&>(element).text());
         break;
       case Kind::image:
         putImage(node, static_cast<const WKInterfaceImage&>(element).image());
@@ -87,9 +83,9 @@ class Writer {
       }
       case Kind::slider: {
         const auto& slider = static_cast<const WKInterfaceSlider&>(element);
-        node["minimum"] = slider.minimum();
-        node["maximum"] = slider.maximum();
-        node["value"] = slider.value();
+        node["minimum"] = numberJson(slider.minimum());
+        node["maximum"] = numberJson(slider.maximum());
+        node["value"] = numberJson(slider.value());
         break;
       }
       case Kind::picker:
@@ -103,7 +99,8 @@ class Writer {
 
   void putGroup(json::object& node, const WKInterfaceGroup& group) const {
     if (const auto& color = group.backgroundColor()) {
-      node["color"] = {color->red, color->green, color->blue, color->alpha};
+      node["color"] = {numberJson(color->red), numberJson(color->green), numberJson(color->blue),
+                       numberJson(color->alpha)};
     }
     putImage(node, group.backgroundImage());
     if (const auto& animation = group.animation()) {
@@ -142,6 +139,30 @@ class Writer {
 };
 
 }  // namespace
+
+json::string textJson(std::string_view text) {
+  return isValidUtf8(text) ? json::string(text) : json::string(sanitizedUtf8(text));
+}
+
+const char* kindName(Kind kind) {
+  switch (kind) {
+    case Kind::label:
+      return "label";
+    case Kind::image:
+      return "image";
+    case Kind::group:
+      return "group";
+    case Kind::button:
+      return "button";
+    case Kind::slider:
+      return "slider";
+    case Kind::picker:
+      return "picker";
+    case Kind::table:
+      return "table";
+  }
+  return "";
+}
 
 json::object treeJson(const WKInterfaceObject& root, const ImageNamer& imageId) {
   return Writer(imageId).node(root, "0");

@@ -4,6 +4,7 @@
 
 #include "http/HttpLimits.h"
 #include "http/HttpServer.h"
+#include "http/ServerState.h"
 
 namespace tunevale::http {
 
@@ -75,9 +76,9 @@ Response fileResponse(const std::filesystem::path& directory, std::string_view n
 }
 
 void HttpServer::folder(const std::string& prefix, const std::filesystem::path& directory) {
-  get(prefix, [prefix, directory](const Request& request, const Respond& respond) {
+  state_->prefixes[prefix].get = [prefix, directory](const Request& request, const Respond& respond) {
     respond(fileResponse(directory, std::string_view(request.path).substr(prefix.size())));
-  });
+  };
 }
 
 }  // namespace tunevale::http

@@ -39,8 +39,9 @@ void WebSocketSession::accept(Upgrade request) {
   stream_.async_accept(request_, [self = shared_from_this()](error_code error) {
     if (error || self->state_->stopped) return;
     self->open_ = true;
-    self->endpoint_->join(*self);
+    // The greeting may make the others hear what it already says, so joining comes after it.
     self->send(std::make_shared<const std::string>(self->endpoint_->greeting()));
+    self->endpoint_->join(*self);
     self->readNext();
   });
 }
@@ -80,10 +81,11 @@ void WebSocketSession::writeNext() {
 
 void WebSocketSession::textDidLeave() {
   if (behind_) {
+    auto greeting = std::make_shared<const std::string>(endpoint_->greeting());
     behind_ = false;
     queue_.clear();
     queuedBytes_ = 0;
-    send(std::make_shared<const std::string>(endpoint_->greeting()));
+    send(std::move(greeting));
   } else {
     queuedBytes_ -= queue_.front()->size();
     queue_.pop_front();

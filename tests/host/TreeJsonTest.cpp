@@ -3,11 +3,13 @@
 
 #include "host/ImageCodecs.h"
 #include "host/ImageStore.h"
+#include "host/ThreadQueue.h"
 #include "host/TreeJson.h"
 #include "platform/WKInterfaceGroup.h"
 #include "platform/WKInterfaceLabel.h"
 #include "platform/WKInterfacePicker.h"
 #include "platform/WKInterfaceTable.h"
+#include "support/ManualMainQueue.h"
 
 namespace json = boost::json;
 using namespace tunevale;
@@ -33,7 +35,9 @@ struct Screen {
   WKInterfaceTable* table = nullptr;
   WKInterfacePicker* picker = nullptr;
   host::ImageCodecs codecs;
-  host::ImageStore images{codecs, {}};
+  test::ManualMainQueue mainQueue;
+  host::InterfaceLayout layout;
+  host::ImageStore images{layout, codecs, mainQueue, std::make_unique<host::ThreadQueue>("encoding")};
 
   Screen() {
     auto newTable = std::make_unique<WKInterfaceTable>(ElementAttributes{.outlet = "list"}, makeRow);
@@ -69,25 +73,6 @@ TEST(TreeJson, IsTheSameForAScreenRebuiltWithTheSameContent) {
   EXPECT_EQ(first.at_pointer("/children/0/rows/0/type"), "Row");
   labelOfRow(*screen.table, 0).setText("changed");
   EXPECT_NE(screen.describe(), first);
-}
-
-TEST(TreeJson, APictureOnScreenCanBeAskedForAndOneLongGoneCannot) {
-  Screen screen;
-  screen.rebuild();
-  const std::string id(screen.describe().at_pointer("/children/1/items/0/image").as_string());
-  const auto file = screen.images.png(id);
-  ASSERT_NE(file, nullptr);
-  const ImagePtr again = screen.codecs.imageWithData(asBytes(*file));
-  ASSERT_NE(again, nullptr);
-  EXPECT_EQ(again->pixels, (std::vector<std::uint8_t>{255, 0, 0, 255, 0, 255, 0, 128}));
-
-  screen.picker->setItems({});
-  for (int i = 0; i < 40; ++i) {
-    screen.describe();
-    screen.images.endState();
-  }
-  EXPECT_EQ(screen.images.png(id), nullptr);
-  EXPECT_EQ(screen.images.png("../secret"), nullptr);
 }
 
 }  // namespace

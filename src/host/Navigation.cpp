@@ -1,0 +1,201 @@
+#include "host/Navigation.h"
+
+#include <algorithm>
+
+#include "platform/WKExtension.h"
+
+namespace tunevale::host {
+
+namespace {
+
+// What one change of screens may leave to be done; no screen of ours asks for more than one thing.
+constexpr std::size_t kMostWaiting = 8;
+constexpr std::string_view kWayBack = "< ";
+
+std::string withoutWayBack(const std::string& title) {
+  return title.starts_with(kWayBack) ? title.substr(kWayBack.size()) : title;
+}
+
+}  // namespace
+
+Navigation::Navigation(const InterfaceLayout& layout, const ControllerRegistry& registry,
+                       WKExtension& extension, std::function<void()> didChange)
+    : layout_(layout),
+      builder_(registry,
+               [this](WKInterfaceController& from, const SegueLayout& segue) { runSegue(from, segue); }),
+      extension_(extension),
+      didChange_(std::move(didChange)) {}
+
+Navigation::~Navigation() {
+  changing_ = true;  // nothing opens any more
+  while (!levels_.empty()) {
+    Level level = std::move(levels_.back());
+    levels_.pop_back();
+    leave(level);
+  }
+}
+
+void Navigation::start() {
+  change([this] {
+    if (auto level = makeLevel(Presentation::root, {{layout_.initial, PlistValue()}}))
+      enter(std::move(*level));
+    if (auto* delegate = extension_.delegate()) delegate->applicationDidBecomeActive();
+  });
+}
+
+std::optional<std::string> Navigation::backLabel() const {
+  if (top().presentation == Presentation::root) return std::nullopt;
+  const std::string& title = screen()->title();
+  if (top().presentation == Presentation::modal) {
+    return title.starts_with(kWayBack) ? withoutWayBack(title) : "Close";
+  }
+  const Level& below = levels_[levels_.size() - 2];
+  const std::string label = withoutWayBack(below.pages[below.page].controller->title());
+  return label.empty() ? "Back" : label;
+}
+
+bool Navigation::back() {
+  if (levels_.size() < 2 || changing_) return false;
+  change([this] {
+    deactivateTop();
+    Level level = std::move(levels_.back());
+    levels_.pop_back();
+    leave(level);
+    activateTop();
+  });
+  return true;
+}
+
+bool Navigation::showPage(std::size_t index) {
+  if (index >= pageCount() || pageCount() < 2 || changing_) return false;
+  if (index == page()) return true;
+  change([this, index] {
+    deactivateTop();
+    levels_.back().page = index;
+    activateTop();
+  });
+  return true;
+}
+
+bool Navigation::answerAlert(std::size_t action) {
+  if (alerts_.empty() || action >= alerts_.front().actions.size()) return false;
+  const auto handler = alerts_.front().actions[action].handler;
+  alerts_.pop_front();
+  didChange_();
+  if (handler) handler();
+  return true;
+}
+
+void Navigation::setForeground(bool foreground) {
+  if (foreground == foreground_ || changing_) return;
+  auto* const delegate = extension_.delegate();
+  change([&] {
+    if (foreground) {
+      if (delegate != nullptr) delegate->applicationWillEnterForeground();
+      foreground_ = true;
+      activateTop();
+      if (delegate != nullptr) delegate->applicationDidBecomeActive();
+      return;
+    }
+    if (delegate != nullptr) delegate->applicationWillResignActive();
+    deactivateTop();
+    foreground_ = false;
+    if (delegate == nullptr) return;
+    delegate->applicationDidEnterBackground();
+    delegate->handleBackgroundTasks({std::make_shared<WKSnapshotRefreshBackgroundTask>()});
+  });
+}
+
+void Navigation::titleDidChange(WKInterfaceController&) {
+  didChange_();
+}
+
+void Navigation::push(WKInterfaceController& from, const std::string& name, const PlistValue& context) {
+  open(from, Presentation::push, {{name, context}});
+}
+
+void Navigation::present(WKInterfaceController& from, const std::vector<Page>& pages) {
+  open(from, Presentation::modal, pages);
+}
+
+void Navigation::presentAlert(WKInterfaceController&, WKAlert alert) {
+  // Without an action nobody could get past it.
+  if (alert.actions.empty()) alert.actions.push_back({"OK", WKAlertActionStyle::cancel, nullptr});
+  alerts_.push_back(std::move(alert));
+  didChange_();
+}
+
+void Navigation::runSegue(WKInterfaceController& from, const SegueLayout& segue) {
+  const auto context = from.contextForSegueWithIdentifier(segue.identifier);
+  open(from, segue.modal ? Presentation::modal : Presentation::push,
+       {{segue.to, context ? *context : PlistValue()}});
+}
+
+void Navigation::open(WKInterfaceController& from, Presentation presentation, std::vector<Page> pages) {
+  if (changing_) {
+    if (waiting_.size() < kMostWaiting)
+      waiting_.push_back({from.weak_from_this(), presentation, std::move(pages)});
+    return;
+  }
+  if (levels_.empty() || &from != screen().get() || levels_.size() >= kMostLevels) return;
+  change([&] {
+    auto level = makeLevel(presentation, pages);
+    if (!level) return;
+    deactivateTop();
+    enter(std::move(*level));
+  });
+}
+
+std::optional<Navigation::Level> Navigation::makeLevel(Presentation presentation,
+                                                       const std::vector<Page>& pages) {
+  const bool known = std::all_of(pages.begin(), pages.end(),
+                                 [this](const Page& page) { return layout_.scene(page.first) != nullptr; });
+  if (pages.empty() || !known) return std::nullopt;
+  Level level{presentation, {}};
+  for (const auto& [identifier, context] : pages) {
+    const auto controller = builder_.build(*layout_.scene(identifier), *this);
+    controller->root()->setChangeHandler(&didChange_);
+    level.pages.push_back({identifier, controller});
+    controller->awakeWithContext(context.isNull() ? nullptr : &context);
+  }
+  return level;
+}
+
+void Navigation::enter(Level level) {
+  levels_.push_back(std::move(level));
+  activateTop();
+}
+
+void Navigation::activateTop() {
+  const auto held = screen();
+  if (foreground_) held->willActivate();
+}
+
+void Navigation::deactivateTop() {
+  const auto held = screen();
+  if (!foreground_) return;
+  held->willDisappear();
+  held->didDeactivate();
+}
+
+void Navigation::change(const std::function<void()>& steps) {
+  changing_ = true;
+  steps();
+  changing_ = false;
+  didChange_();
+  // Each may begin a change of its own, and what that leaves waiting comes after the rest.
+  while (!waiting_.empty()) {
+    Opening opening = std::move(waiting_.front());
+    waiting_.pop_front();
+    if (const auto from = opening.from.lock()) open(*from, opening.presentation, std::move(opening.pages));
+  }
+}
+
+void Navigation::leave(Level& level) {
+  for (Screen& screen : level.pages) {
+    screen.controller->detach();
+    screen.controller.reset();
+  }
+}
+
+}  // namespace tunevale::host
