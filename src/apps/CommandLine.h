@@ -17,8 +17,8 @@ class UsageError : public std::runtime_error {
 /// Options as `--name VALUE`, `--name=VALUE` or plain `--flag`, in any order. Each at most once.
 class CommandLine {
  public:
-  /// Throws UsageError for an option that is in neither list, lacks its value or comes twice, and for a word that
-  /// is no option.
+  /// Throws UsageError for an option that is in neither list, lacks its value or comes twice, and for a word
+  /// that is no option.
   CommandLine(int count, const char* const* words, const std::vector<std::string>& flags,
               const std::vector<std::string>& options);
 
