@@ -34,8 +34,8 @@ export function trafficList(list, count) {
         assign(way, 'role', 'img');
         setText(what, entry.what);
         setText(size, sizeText(entry.size));
-        setText(result, entry.result || '…');
-        assign(here, 'class', `${entry.direction} ${outcome(entry.result)}`);
+        setText(result, wording(entry));
+        assign(here, 'class', `${entry.direction} ${outcome(wording(entry))}`);
         assign(here, 'title', `${entry.what}, ${entry.transport.replace('_', ' ')}: ${result.textContent}`);
         if (list.children[i] !== here) list.insertBefore(here, list.children[i] ?? null);
       });
@@ -43,7 +43,13 @@ export function trafficList(list, count) {
   };
 }
 
+// The watch never answers message data, and the link reports that as 7011: all is well then.
+function wording({ result, transport }) {
+  if (!result) return '…';
+  return transport === 'message_data' && /^error 7011\b/.test(result) ? 'taken' : result;
+}
+
 function outcome(result) {
-  if (!result) return 'waiting';
+  if (result === '…') return 'waiting';
   return /error|failure|silence|failed/.test(result) ? 'bad' : 'good';
 }
