@@ -1,14 +1,12 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 
-#include "foundation/Bytes.h"
 #include "link/LinkLimits.h"
 #include "link/TcpListener.h"
+#include "phone/PhoneApp.h"
 
 namespace boost::asio {
 class io_context;
@@ -17,51 +15,41 @@ class io_context;
 namespace tunevale::phone {
 
 struct PhoneOptions {
-  /// Where the watch listens.
-  link::Endpoint watch;
-  /// Of artwork colours, downloaded songs and shuffled stations.
-  std::uint64_t seed = 1;
-  /// Whether it sends of its own accord what a good phone sends, or only what commands say.
-  bool pushes = true;
+  link::Endpoint watch;  // where the watch listens
+  PhoneSettings settings{};
   link::Timing timing{};
 };
 
-/// A picture as a web page takes it.
-struct ArtworkFile {
-  Bytes bytes;
-  std::string contentType;
-};
-
-/// The reference phone: a small music application of its own, on a thread of its own, that keeps itself
-/// connected to a watch. docs/phone.md lists commands and events. Any thread, unless it says otherwise.
+/// The reference phone on a thread of its own, which keeps itself connected to a watch. docs/phone.md lists
+/// commands and events. Any thread, unless it says otherwise.
 class Phone {
  public:
-  using Events = std::function<void(const std::string& line)>;
-
-  /// Makes a spool folder below the system's temporary folder. Throws std::runtime_error with a reason of one
-  /// line when it cannot, or when the address is no address.
+  /// Makes a folder below the system's temporary folder, which goes with the phone. Throws std::runtime_error
+  /// with a reason of one line when it cannot, or when the address is no address.
   explicit Phone(PhoneOptions options);
-  /// Disconnects and ends the thread. Not on the phone's own thread.
+  /// Stops. Not on the phone's own thread.
   ~Phone();
   Phone(const Phone&) = delete;
   Phone& operator=(const Phone&) = delete;
 
-  /// Calls a handler with each event, a JSON text of one line, on the phone's thread. Before start().
-  void addEventHandler(Events events);
-  /// Begins to connect.
+  /// Hears what happens, on the phone's thread. Before start().
+  void addObserver(std::shared_ptr<PhoneObserver> observer);
+  /// Starts the thread and begins to connect. Once.
   void start();
+  /// Ends the thread; nothing is heard of the phone any more. Not on its own thread.
+  void stop();
 
   /// Carries out one command, a JSON text. One that is malformed becomes an error event.
-  void perform(std::string command);
-  /// Gives what the console shows, as JSON, on the phone's thread.
+  void perform(std::string command, Origin origin);
+  /// Makes an error event of a command that could not even be read.
+  void reject(std::string why);
+  /// Gives what the console shows, as JSON, on the phone's thread. Never when the phone is stopped before.
   void state(std::function<void(std::string json)> receive);
-  /// Gives a picture of the catalogue by its id, on the phone's thread; nothing when there is none.
-  void artwork(std::string id, std::function<void(std::optional<ArtworkFile>)> receive);
+  /// The same at once. Before start().
+  std::string firstState() const;
 
   /// The phone's own loop, for servers that are to run on its thread.
   boost::asio::io_context& context();
-  /// Runs a block on the phone's thread.
-  void post(std::function<void()> block);
 
  private:
   struct Parts;

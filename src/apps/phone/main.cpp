@@ -1,0 +1,115 @@
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include <boost/asio/signal_set.hpp>
+
+#include "apps/CommandLine.h"
+#include "apps/phone/InputLines.h"
+#include "apps/phone/PhoneProgramOptions.h"
+#include "http/HttpServer.h"
+#include "phone/Console.h"
+#include "phone/Phone.h"
+
+namespace tunevale {
+
+namespace {
+
+constexpr int kUnusable = 2;  // exit status: the command line or an address cannot be used
+
+/// The wish to end, from wherever it comes first.
+class Ending {
+ public:
+  void wish() {
+    std::call_once(once_, [this] { wished_.set_value(); });
+  }
+  void await() { wished_.get_future().wait(); }
+
+ private:
+  std::once_flag once_;
+  std::promise<void> wished_;
+};
+
+/// Writes each event as one line. A reader that has gone ends the program.
+class Output : public phone::PhoneObserver {
+ public:
+  explicit Output(Ending& ending) : ending_(ending) {}
+  void phoneDidEmit(const std::string& event) override {
+    const bool written = std::fwrite(event.data(), 1, event.size(), stdout) == event.size() &&
+                         std::fputc('\n', stdout) != EOF && std::fflush(stdout) == 0;
+    if (!written) ending_.wish();
+  }
+  void phoneDidQuit() override { ending_.wish(); }
+
+ private:
+  Ending& ending_;
+};
+
+int runPhone(const PhoneProgramOptions& options) {
+  std::signal(SIGPIPE, SIG_IGN);
+  Ending ending;
+  phone::Phone phone({.watch = {options.link.host, options.link.port}, .settings = options.settings});
+  const auto output = std::make_shared<Output>(ending);
+  phone.addObserver(output);
+  std::string ready = R"({"event":"ready")";
+
+  std::unique_ptr<http::HttpServer> server;
+  std::unique_ptr<phone::Console> console;
+  if (options.console) {
+    const std::string web = TUNEVALE_RESOURCES "/web";
+    server = std::make_unique<http::HttpServer>(phone.context(), *options.console);
+    console = std::make_unique<phone::Console>(phone, *server, phone.context(), web);
+    server->get("/", [web](const http::Request&, const http::Respond& respond) {
+      respond(http::fileResponse(web + "/phone", "index.html"));
+    });
+    ready += R"(,"console":")" + server->url() + R"(/phone")";
+  }
+  output->phoneDidEmit(ready + "}");
+
+  boost::asio::signal_set signals(phone.context(), SIGINT, SIGTERM);
+  signals.async_wait([&ending](const boost::system::error_code& error, int) {
+    if (!error) ending.wish();
+  });
+  phone.start();
+  {
+    const InputLines input(
+        {.line = [&phone](std::string_view line) { phone.perform(std::string(line), phone::Origin::script); },
+         .tooLong = [&phone] { phone.reject("the line is too long"); },
+         .end =
+             [&phone, &ending, &options] {
+               if (!options.console) phone.state([&ending](const std::string&) { ending.wish(); });
+             }});
+    ending.await();
+  }
+  phone.stop();
+  return 0;
+}
+
+int phoneMain(int count, char** words) {
+  try {
+    const PhoneProgramOptions options = readPhoneProgramOptions(count, words);
+    if (options.help) {
+      std::fputs(kPhoneUsage, stdout);
+    } else if (options.version) {
+      std::puts("tunevale-phone " TUNEVALE_VERSION);
+    } else {
+      return runPhone(options);
+    }
+    return 0;
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "tunevale-phone: %s\n", failure.what());
+    return kUnusable;
+  }
+}
+
+}  // namespace
+
+}  // namespace tunevale
+
+int main(int count, char** words) {
+  return tunevale::phoneMain(count, words);
+}
