@@ -1,6 +1,7 @@
 #include "host/InputHandler.h"
 
 #include <algorithm>
+#include <array>
 #include <initializer_list>
 
 #include <boost/json.hpp>
@@ -36,7 +37,8 @@ std::string shown(std::string_view name) {
 
 std::int64_t number(const json::value& value, std::string_view what) {
   const auto* const whole = value.if_int64();
-  if (whole == nullptr || std::abs(*whole) > kMostNumber) throw Malformed{shown(what) + " is a whole number"};
+  if (whole == nullptr || *whole < -kMostNumber || *whole > kMostNumber)
+    throw Malformed{shown(what) + " is a whole number"};
   return *whole;
 }
 

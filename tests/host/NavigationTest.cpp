@@ -1,0 +1,226 @@
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include "StubScreens.h"
+#include "host/Navigation.h"
+#include "platform/WKExtension.h"
+#include "support/World.h"
+
+namespace tunevale::host {
+namespace {
+
+using test::StubScreen;
+using Lines = std::vector<std::string>;
+
+/// Writes what it is told of to the log.
+class StubDelegate : public WKExtensionDelegate {
+ public:
+  explicit StubDelegate(Log& log) : log_(log) {}
+  void applicationDidFinishLaunching() override {}
+  void applicationDidBecomeActive() override { log_.write("didBecomeActive"); }
+  void applicationWillResignActive() override { log_.write("willResignActive"); }
+  void applicationWillEnterForeground() override { log_.write("willEnterForeground"); }
+  void applicationDidEnterBackground() override { log_.write("didEnterBackground"); }
+  void handleBackgroundTasks(const std::vector<std::shared_ptr<WKRefreshBackgroundTask>>& tasks) override {
+    for (const auto& task : tasks) {
+      log_.write(std::dynamic_pointer_cast<WKSnapshotRefreshBackgroundTask>(task) ? "snapshot"
+                                                                                  : "other task");
+      task->setTaskCompleted();
+    }
+  }
+
+ private:
+  Log& log_;
+};
+
+class NavigationTest : public testing::Test {
+ protected:
+  NavigationTest() {
+    test::addStubs(registry_);
+    layout_ = folder_.read(test::stubLayout(), registry_);
+    world_.platform.sharedExtension.setDelegate(&delegate_);
+    navigation_.start();
+    take();
+  }
+  Lines take() {
+    Lines lines = world_.log.lines();
+    world_.log.clear();
+    return lines;
+  }
+  StubScreen& top() { return static_cast<StubScreen&>(*navigation_.screen()); }
+  void push(const std::string& name, const PlistValue& context = {}) {
+    top().pushControllerWithName(name, context);
+  }
+
+  test::World world_;
+  StubDelegate delegate_{world_.log};
+  ControllerRegistry registry_{world_.platform};
+  test::LayoutFolder folder_;
+  InterfaceLayout layout_;
+  int changes_ = 0;
+  Navigation navigation_{layout_, registry_, world_.platform.sharedExtension, [this] { ++changes_; }};
+};
+
+TEST_F(NavigationTest, DrivesEachScreenThroughItsLifeInOrder) {
+  push("Third", PlistValue("alert"));
+  EXPECT_EQ(take(), (Lines{"Third: awake alert", "Home: disappear", "Home: inactive", "Third: active"}));
+  EXPECT_EQ(navigation_.identifier(), "Third");
+  EXPECT_EQ(navigation_.presentation(), Navigation::Presentation::push);
+  EXPECT_TRUE(navigation_.back());
+  EXPECT_EQ(take(), (Lines{"Third: disappear", "Third: inactive", "Home: active"}));
+  EXPECT_FALSE(navigation_.back());
+}
+
+TEST_F(NavigationTest, AwakensAllPagesAndShowsOne) {
+  top().presentControllerWithNames({"Second", "Third"}, {PlistValue("alert")});
+  EXPECT_EQ(take(), (Lines{"< Second: awake alert", "Third: awake ", "Home: disappear", "Home: inactive",
+                           "< Second: active"}));
+  EXPECT_EQ(navigation_.pageCount(), 2U);
+  const auto first = navigation_.screen();
+  EXPECT_TRUE(navigation_.showPage(1));
+  EXPECT_EQ(take(), (Lines{"< Second: disappear", "< Second: inactive", "Third: active"}));
+  first->pushControllerWithName("Third", {});
+  EXPECT_TRUE(take().empty());
+  EXPECT_FALSE(navigation_.showPage(2));
+  EXPECT_TRUE(navigation_.back());
+  EXPECT_EQ(take(), (Lines{"Third: disappear", "Third: inactive", "Home: active"}));
+  EXPECT_FALSE(navigation_.showPage(0));
+}
+
+TEST_F(NavigationTest, TellsTheExtensionOfForegroundAndBackground) {
+  navigation_.setForeground(false);
+  EXPECT_EQ(take(), (Lines{"willResignActive", "Home: disappear", "Home: inactive", "didEnterBackground",
+                           "snapshot"}));
+  navigation_.setForeground(false);
+  // What a late answer opens is there, but not active until somebody looks.
+  push("Third");
+  EXPECT_EQ(take(), (Lines{"Third: awake "}));
+  navigation_.setForeground(true);
+  EXPECT_EQ(take(), (Lines{"willEnterForeground", "Third: active", "didBecomeActive"}));
+}
+
+TEST_F(NavigationTest, IgnoresWhatNobodyOnTopAsksFor) {
+  const auto home = navigation_.screen();
+  push("Third");
+  take();
+  home->pushControllerWithName("Second", {});
+  push("Nowhere");
+  top().presentControllerWithNames({"Second", "Nowhere"}, {});
+  top().presentControllerWithNames({}, {});
+  EXPECT_TRUE(take().empty());
+  const auto left = navigation_.screen();
+  navigation_.back();
+  take();
+  left->pushControllerWithName("Second", {});
+  EXPECT_TRUE(take().empty());
+  EXPECT_EQ(navigation_.identifier(), "Home");
+}
+
+TEST_F(NavigationTest, LetsWhatIsAskedForDuringAChangeWaitForItsEnd) {
+  push("Second", PlistValue("Third"));
+  const Lines lines = take();
+  ASSERT_GE(lines.size(), 6U);
+  EXPECT_EQ(lines[3], "< Second: active");
+  EXPECT_EQ(lines[4], "Third: awake Third");
+  // Third asks for another Third, and so on: somewhere there is an end.
+  EXPECT_EQ(navigation_.identifier(), "Third");
+  std::size_t levels = 1;
+  while (navigation_.back()) ++levels;
+  EXPECT_EQ(levels, Navigation::kMostLevels);
+}
+
+TEST_F(NavigationTest, KeepsAScreenThroughItsOwnAction) {
+  push("Third");
+  take();
+  auto* const button = top().button;
+  top().onAct = [this] { navigation_.back(); };
+  button->tap();
+  EXPECT_EQ(take(), (Lines{"Third: disappear", "Third: inactive", "Home: active", "Third: acted"}));
+}
+
+TEST_F(NavigationTest, QueuesAlertsFromAnywhereAndRunsTheirHandlers) {
+  StubScreen& home = top();
+  push("Third", PlistValue("alert"));
+  home.alert("from below");
+  top().presentAlertControllerWithTitle("Mute", "", WKAlertControllerStyle::alert, {});
+  take();
+  EXPECT_EQ(navigation_.alert()->message, "from awake");
+  EXPECT_FALSE(navigation_.answerAlert(1));
+  EXPECT_TRUE(navigation_.answerAlert(0));
+  EXPECT_EQ(navigation_.alert()->message, "from below");
+  EXPECT_TRUE(navigation_.answerAlert(0));
+  EXPECT_EQ(take(), (Lines{"Third: answered from awake", "Home: answered from below"}));
+  EXPECT_EQ(navigation_.alert()->actions.at(0).title, "OK");
+  EXPECT_TRUE(navigation_.answerAlert(0));
+  EXPECT_EQ(navigation_.alert(), nullptr);
+  EXPECT_FALSE(navigation_.answerAlert(0));
+}
+
+TEST_F(NavigationTest, NamesTheWayBack) {
+  EXPECT_EQ(navigation_.backLabel(), std::nullopt);
+  top().presentControllerWithName("Second", {});
+  EXPECT_EQ(navigation_.backLabel(), "Second");
+  push("Third");
+  EXPECT_EQ(navigation_.backLabel(), "Second");
+  push("Third");
+  EXPECT_EQ(navigation_.backLabel(), "Third");
+  top().presentControllerWithName("Third", {});
+  EXPECT_EQ(navigation_.backLabel(), "Close");
+  navigation_.back();
+  top().setTitle("");
+  push("Third");
+  EXPECT_EQ(navigation_.backLabel(), "Back");
+}
+
+TEST_F(NavigationTest, OpensSeguesWithTheContextThatTheScreenGives) {
+  const auto tap = [this](std::size_t child) {
+    static_cast<WKInterfaceButton&>(*navigation_.screen()->root()->children()[child]).tap();
+  };
+  tap(4);
+  EXPECT_EQ(take()[0], "< Second: awake alert");
+  EXPECT_EQ(navigation_.presentation(), Navigation::Presentation::modal);
+  navigation_.answerAlert(0);
+  navigation_.back();
+  take();
+  tap(5);
+  EXPECT_EQ(take()[0], "Third: awake ");
+}
+
+TEST_F(NavigationTest, TellsOfEveryChange) {
+  const auto changes = [this](const std::function<void()>& what) {
+    changes_ = 0;
+    what();
+    return changes_ > 0;
+  };
+  EXPECT_TRUE(changes([&] { top().line->setText("new"); }));
+  EXPECT_TRUE(changes([&] { top().table->rowControllerAtIndex<test::StubRow>(1)->name->setText("new"); }));
+  EXPECT_TRUE(changes([&] { top().setTitle("new"); }));
+  EXPECT_TRUE(changes([&] { push("Third"); }));
+  EXPECT_FALSE(changes([&] { top().line->setText("at first"); }));
+}
+
+TEST_F(NavigationTest, LeavesNothingBehindAfterAThousandScreens) {
+  const auto visit = [this](int times) {
+    for (int i = 0; i < times; ++i) {
+      push("Third", PlistValue("alert"));
+      navigation_.answerAlert(0);
+      top().fill(5);
+      navigation_.back();
+      world_.log.clear();
+    }
+  };
+  visit(20);
+  const auto observers = world_.services.notificationCenter.observerCount();
+  const int screens = StubScreen::alive;
+  const int rows = test::StubRow::alive;
+  const auto bytes = mallinfo2().uordblks;
+  visit(1000);
+  world_.platform.defaultCenter.postNotificationName("something");
+  EXPECT_EQ(world_.services.notificationCenter.observerCount(), observers);
+  EXPECT_EQ(StubScreen::alive, screens);
+  EXPECT_EQ(test::StubRow::alive, rows);
+  EXPECT_LE(mallinfo2().uordblks, bytes + 4096);
+}
+
+}  // namespace
+}  // namespace tunevale::host

@@ -1,0 +1,143 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "host/ControllerRegistry.h"
+#include "host/LayoutReader.h"
+#include "platform/Platform.h"
+#include "platform/WKInterfaceButton.h"
+#include "platform/WKInterfaceGroup.h"
+#include "platform/WKInterfaceLabel.h"
+#include "platform/WKInterfacePicker.h"
+#include "platform/WKInterfaceTable.h"
+#include "support/TemporaryFolder.h"
+
+namespace tunevale::test {
+
+/// A row with a name and a button. Tapping the button writes "use NAME" to the log.
+class StubRow : public RowController {
+ public:
+  StubRow() { ++alive; }
+  ~StubRow() override { --alive; }
+  void connect(Connections& connections) override {
+    connections.outlet("name", name);
+    connections.outlet("use", use);
+    connections.action("useRow", [this] { screen->platform().log.write("use " + name->text()); });
+  }
+  WKInterfaceLabel* name = nullptr;
+  WKInterfaceButton* use = nullptr;
+  std::shared_ptr<WKInterfaceController> screen;  // held, as rows do
+  static inline int alive = 0;
+};
+
+/// A screen that writes its lifecycle to the log, by its title, and does what its context (a text) says when
+/// it awakens: "alert", or the identifier of a scene to push.
+class StubScreen : public WKInterfaceController {
+ public:
+  explicit StubScreen(Platform& platform) : WKInterfaceController(platform) { ++alive; }
+  ~StubScreen() override { --alive; }
+
+  void connect(Connections& connections) override {
+    connections.outlet("line", line);
+    connections.outlet("button", button);
+    connections.outlet("picker", picker);
+    connections.outlet("table", table);
+    connections.action("act", [this] { act(); });
+    connections.pickerAction("turned", [this](int index) { line->setText(std::to_string(index)); });
+  }
+  void awakeWithContext(const PlistValue* context) override {
+    const std::string what(context == nullptr ? "" : context->string().value_or(""));
+    note("awake " + what);
+    platform().defaultCenter.addObserver(weak_from_this(), "something", [](const Notification&) {});
+    fill(2);
+    if (what == "alert") return alert("from awake");
+    if (!what.empty()) pushControllerWithName(what, PlistValue(what));
+  }
+  void willActivate() override { note("active"); }
+  void willDisappear() override { note("disappear"); }
+  void didDeactivate() override { note("inactive"); }
+  void tableDidSelectRowAtIndex(WKInterfaceTable&, std::size_t row) override {
+    note("select " + std::to_string(row));
+  }
+  std::optional<PlistValue> contextForSegueWithIdentifier(std::string_view identifier) override {
+    if (identifier == "AlertSegue") return PlistValue("alert");
+    return std::nullopt;
+  }
+
+  void fill(std::size_t rows) {
+    table->setNumberOfRows(rows, "Row");
+    for (std::size_t i = 0; i < rows; ++i) {
+      auto* const row = table->rowControllerAtIndex<StubRow>(i);
+      row->name->setText("row " + std::to_string(i));
+      row->screen = shared_from_this();
+    }
+  }
+  void alert(const std::string& message) {
+    presentAlertControllerWithTitle(
+        "Title", message, WKAlertControllerStyle::alert,
+        {{"OK", WKAlertActionStyle::cancel, [this, message] { note("answered " + message); }}});
+  }
+  void note(const std::string& what) { platform().log.write(title() + ": " + what); }
+
+  std::function<void()> onAct;
+  WKInterfaceLabel* line = nullptr;
+  WKInterfaceButton* button = nullptr;
+  WKInterfacePicker* picker = nullptr;
+  WKInterfaceTable* table = nullptr;
+  static inline int alive = 0;
+
+ private:
+  void act() {
+    if (onAct) {
+      onAct();
+    } else {
+      fill(2);  // the same anew
+    }
+    // Whatever that did, this screen must still be here.
+    note("acted");
+  }
+};
+
+/// The elements that every stub scene has.
+inline const std::string kStubElements = R"(
+    <label outlet="line" style="title" text="at first"/>
+    <group><button outlet="button" action="act" text="Act" image="dot"/></group>
+    <picker outlet="picker" action="turned" label="Choice"/>
+    <table outlet="table"><row type="Row" class="StubRow">
+      <label outlet="name"/><button outlet="use" action="useRow"/></row></table>)";
+
+/// Scenes "Home", "Second" and "Third" of the same elements; Home has two segues as well.
+inline std::string stubLayout() {
+  return R"(<interface initial="Home"><images folder="images"><image name="dot"/>
+  <sequence name="spin" frames="2"/></images>
+  <scene identifier="Home" class="StubScreen" title="Home">)" +
+         kStubElements + R"(
+    <button id="modalSegue" segue="AlertSegue" to="Second" present="modal"/>
+    <button id="pushSegue" segue="Other" to="Third" present="push"/></scene>
+  <scene identifier="Second" class="StubScreen" title="&lt; Second">)" +
+         kStubElements + R"(</scene>
+  <scene identifier="Third" class="StubScreen" title="Third">)" +
+         kStubElements + "</scene></interface>";
+}
+
+inline void addStubs(host::ControllerRegistry& registry) {
+  registry.add<StubScreen>("StubScreen");
+  registry.addRow<StubRow>("StubRow");
+}
+
+/// A folder with the layout's images (1 by 1 pixel).
+class LayoutFolder {
+ public:
+  LayoutFolder();
+  std::string layoutPath() const { return folder_.path("Interface.xml"); }
+  std::string imageFolder() const { return folder_.path("images"); }
+  host::InterfaceLayout read(const std::string& text, const host::ControllerRegistry& registry) const {
+    return host::readLayoutText(text, layoutPath(), registry);
+  }
+
+ private:
+  TemporaryFolder folder_;
+};
+
+}  // namespace tunevale::test

@@ -1,0 +1,183 @@
+#include <future>
+#include <thread>
+
+#include <boost/json.hpp>
+#include <gtest/gtest.h>
+
+#include "StubScreens.h"
+#include "complication/ComplicationController.h"
+#include "host/HomeFolder.h"
+#include "host/RunLoop.h"
+#include "host/Services.h"
+#include "host/WatchDisplay.h"
+#include "http/HttpServer.h"
+#include "http/TestClient.h"
+#include "support/CollectingLog.h"
+#include "support/Pictures.h"
+#include "support/ScriptedPhone.h"
+
+namespace tunevale::host {
+namespace {
+
+namespace json = boost::json;
+using test::StubScreen;
+
+/// A watch of the stub layout on a real loop, on a thread of its own.
+class WatchDisplayTest : public testing::Test {
+ protected:
+  WatchDisplayTest() {
+    test::addStubs(registry_);
+    display_.emplace(
+        platform_, loop_, registry_, complications_,
+        WatchDisplay::Options{folder_.layoutPath(), std::string(TUNEVALE_SOURCE_DIR) + "/web", {}, [this] {
+                                return pending_.load();
+                              }});
+    display_->start();
+    thread_ = std::thread([this] { loop_.run(); });
+  }
+  ~WatchDisplayTest() override {
+    loop_.stop();
+    thread_.join();
+    display_.reset();
+  }
+  /// Runs work on the main queue and waits for it.
+  void onMain(const std::function<void()>& work) {
+    std::promise<void> done;
+    loop_.async([&] {
+      work();
+      done.set_value();
+    });
+    done.get_future().wait();
+  }
+  std::uint16_t port() { return display_->server().port(); }
+  std::string get(const std::string& path, const std::string& fields = "") {
+    return http::ask(port(), "GET", path, fields);
+  }
+  std::string post(const std::string& input) { return http::ask(port(), "POST", "/api/input", "", input); }
+  json::value screen() { return json::parse(http::bodyOf(get("/api/screen"))); }
+
+  test::TemporaryFolder home_;
+  test::LayoutFolder folder_;
+  HomeFolder homeFolder_{home_.path("home")};
+  RunLoop loop_;
+  test::CollectingLog log_;
+  test::ScriptedPhone phone_{loop_};
+  Services services_{homeFolder_, loop_, log_};
+  Platform platform_{services_.makePlatform(phone_)};
+  ControllerRegistry registry_{platform_};
+  ComplicationController complications_;
+  std::atomic<std::size_t> pending_ = 0;
+  std::optional<WatchDisplay> display_;
+  std::thread thread_;
+};
+
+TEST_F(WatchDisplayTest, DescribesTheScreen) {
+  const json::value state = screen();
+  EXPECT_EQ(state.at("identifier"), "Home");
+  EXPECT_EQ(state.at("title"), "Home");
+  EXPECT_EQ(state.at("presentation"), "root");
+  for (const char* name : {"back", "pages", "alert", "face"}) EXPECT_TRUE(state.at(name).is_null()) << name;
+  EXPECT_EQ(state.at("foreground"), true);
+  EXPECT_EQ(state.at("phone"), json::parse(R"({"activated":false,"reachable":true,"locked":false})"));
+  EXPECT_EQ(state.at_pointer("/tree/children/0"),
+            json::parse(R"({"id":"0.0","kind":"label","outlet":"line","style":"title","text":"at first"})"));
+  EXPECT_EQ(state.at_pointer("/tree/children/1/children/0/image"), "dot");
+  EXPECT_EQ(state.at_pointer("/tree/children/3/rows/1/tree/children/0/text"), "row 1");
+  EXPECT_EQ(state.at_pointer("/tree/children/4/outlet"), "modalSegue");
+}
+
+TEST_F(WatchDisplayTest, AnswersInputsWithTheSettledState) {
+  const std::string pushed = post(R"({"tap":"pushSegue"})");
+  EXPECT_EQ(http::statusOf(pushed), 200);
+  EXPECT_EQ(json::parse(http::bodyOf(pushed)).at("back"), "Home");
+  const std::string refused = post(R"({"tap":"nothing"})");
+  EXPECT_EQ(http::statusOf(refused), 409);
+  EXPECT_EQ(http::bodyOf(refused), R"({"error":"there is no \"nothing\" here"})");
+  EXPECT_EQ(http::statusOf(post("{")), 400);
+  EXPECT_EQ(http::statusOf(post(std::string(70'000, ' '))), 413);
+  EXPECT_EQ(http::statusOf(get("/api/input")), 405);
+  post(R"({"back":true})");
+  post(R"({"tap":"modalSegue"})");
+  const json::value alerted = screen();
+  EXPECT_EQ(alerted.at("presentation"), "modal");
+  EXPECT_EQ(alerted.at("back"), "Second");
+  EXPECT_EQ(
+      alerted.at("alert"),
+      json::parse(R"({"title":"Title","message":"from awake","actions":[{"title":"OK","style":"cancel"}]})"));
+}
+
+TEST_F(WatchDisplayTest, WaitsForThePhoneBeforeItAnswers) {
+  pending_ = 1;
+  auto answer = std::async(std::launch::async, [this] { return post(R"({"tap":"button"})"); });
+  while (log_.lines().empty() || log_.lines().back() != "Home: acted") std::this_thread::yield();
+  loop_.async([this] {
+    // As an answer's handler does: it counts as pending until it has run.
+    display_->phoneStateDidChange();
+    pending_ = 0;
+    phone_.setActivationState(ActivationState::activated);
+  });
+  EXPECT_EQ(json::parse(http::bodyOf(answer.get())).at("phone").at("activated"), true);
+}
+
+TEST_F(WatchDisplayTest, SendsTheStateThenOnlyWhatChanged) {
+  http::TestWebSocket one(port(), "/api/live");
+  http::TestWebSocket two(port(), "/api/live");
+  const json::value first = json::parse(one.read()).at("screen");
+  EXPECT_EQ(json::parse(two.read()).at("screen"), first);
+  const std::int64_t version = first.at("version").as_int64();
+
+  one.send(R"({"tap":"nothing"})");
+  EXPECT_EQ(json::parse(one.read()),
+            json::parse(R"({"refused":"there is no \"nothing\" here","input":{"tap":"nothing"}})"));
+  // Rebuilding the same says nothing; the next message is about what did change.
+  post(R"({"tap":"button"})");
+  onMain([this] { phone_.setLocked(true); });
+  const json::value patch = json::parse(
+      R"({"patch":[{"op":"replace","path":"/phone/locked","value":true},{"op":"replace","path":"/version","value":)" +
+      std::to_string(version + 1) + "}]}");
+  EXPECT_EQ(json::parse(one.read()), patch);
+  EXPECT_EQ(json::parse(two.read()), patch);
+  EXPECT_EQ(screen().at("version"), version + 1);
+}
+
+TEST_F(WatchDisplayTest, ShowsTheFaceInTheBackground) {
+  post(R"({"foreground":false})");
+  const json::value state = screen();
+  EXPECT_EQ(state.at("foreground"), false);
+  EXPECT_EQ(state.at("face"), json::parse(R"({"complication":{"directions":3,"entry":null,"privacy":0}})"));
+  EXPECT_EQ(state.at("identifier"), "Home");
+  EXPECT_EQ(http::statusOf(post(R"({"tap":"button"})")), 409);
+  EXPECT_TRUE(json::parse(http::bodyOf(post(R"({"foreground":true})"))).at("face").is_null());
+}
+
+TEST_F(WatchDisplayTest, ServesThePageAndThePictures) {
+  EXPECT_EQ(http::statusOf(get("/")), 200);
+  EXPECT_NE(http::bodyOf(get("/")).find("<!doctype html>"), std::string::npos);
+  EXPECT_EQ(http::statusOf(get("/main.js")), 200);
+  EXPECT_EQ(http::statusOf(get("/phone")), 404);
+  const std::string dot = get("/api/image/dot");
+  EXPECT_NE(dot.find("Content-Type: image/png"), std::string::npos);
+  EXPECT_EQ(asText(test::pngPicture(1, 1)), http::bodyOf(dot));
+  for (const char* path :
+       {"/api/image/", "/api/image/dot.png", "/api/image/spin", "/api/image/art-0", "/api/image/..%2Fdot"}) {
+    EXPECT_EQ(http::statusOf(get(path)), 404) << path;
+  }
+}
+
+TEST_F(WatchDisplayTest, SaysInOneLineWhyItCannotBe) {
+  const auto reasonWith = [this](const std::string& layout, const http::Address& address) -> std::string {
+    try {
+      RunLoop loop;
+      WatchDisplay(platform_, loop, registry_, complications_, {layout, "", address, nullptr});
+    } catch (const std::runtime_error& error) {
+      return error.what();
+    }
+    return "none";
+  };
+  EXPECT_EQ(reasonWith(folder_.layoutPath(), {"127.0.0.1", port()}),
+            "cannot listen at 127.0.0.1:" + std::to_string(port()) + ": Address already in use");
+  EXPECT_EQ(reasonWith("/nowhere.xml", {}), "/nowhere.xml:1:1: the file cannot be read");
+}
+
+}  // namespace
+}  // namespace tunevale::host
