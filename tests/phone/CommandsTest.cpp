@@ -1,0 +1,227 @@
+#include <fstream>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "PhoneWorld.h"
+#include "foundation/KeyedArchive.h"
+#include "phone/LineSplitter.h"
+#include "support/TemporaryFolder.h"
+
+namespace tunevale::phone {
+namespace {
+
+using test::PhoneWorld;
+using test::text;
+
+/// Takes no part in anything: everything that is sent is kept.
+struct CommandsTest : ::testing::Test {
+  CommandsTest() { world.start(); }
+  /// The error that a line brings about, or "".
+  std::string errorOf(const std::string& line, Origin origin = Origin::script) {
+    world.events.clear();
+    world.command(line, origin);
+    const auto errors = world.eventsNamed("error");
+    EXPECT_EQ(errors.size() + world.eventsNamed("done").size(), 1u) << line;
+    return errors.empty() ? "" : std::string(errors[0].at("text").as_string());
+  }
+
+  static PhoneSettings quiet() {
+    PhoneSettings settings;
+    settings.pushes = false;
+    return settings;
+  }
+  PhoneWorld world{quiet()};
+};
+
+TEST_F(CommandsTest, AnythingCanBeSent) {
+  EXPECT_EQ(
+      errorOf(R"({"do":"message","ref":"r1","body":{"t":"dict","v":{"request":{"t":"str","v":"odd"}}}})"),
+      "");
+  EXPECT_EQ(text(world.watch.messages.back(), "request"), "odd");
+  const auto outcomes = world.eventsNamed("outcome");
+  ASSERT_EQ(outcomes.size(), 1u);
+  EXPECT_EQ(outcomes[0].at("ref").as_string(), "r1");
+  EXPECT_EQ(outcomes[0].at("result").as_string(), "reply");
+  EXPECT_EQ(boost::json::serialize(outcomes[0].at("body")),
+            R"({"t":"dict","v":{"request":{"t":"str","v":"success"}}})");
+
+  EXPECT_EQ(
+      errorOf(
+          R"({"do":"data","body":{"t":"dict","v":{"appPaused":{"t":"dict","v":{"id":{"t":"str","v":"q"}}}}}})"),
+      "");
+  EXPECT_EQ(text(*world.watch.nowPlaying, "id"), "q");
+  EXPECT_EQ(world.eventsNamed("outcome")[0].at("code").as_int64(), 7011);
+  EXPECT_EQ(errorOf(R"({"do":"data","raw":"AAEC"})"), "");
+  EXPECT_EQ(world.eventsNamed("sent")[0].at("size").as_int64(), 3);
+  EXPECT_EQ(errorOf(R"({"do":"user_info","body":{"t":"dict","v":{}}})"), "");
+  EXPECT_EQ(world.watch.counts["user_info"], 1);
+  EXPECT_EQ(
+      errorOf(
+          R"({"do":"context","archive":["weekly_top_15"],"body":{"t":"dict","v":{"weekly_top_15":{"t":"dict",)"
+          R"("v":{"language":{"t":"str","v":"x"},"list":{"t":"arr","v":[{"t":"null"}]}}}}}})"),
+      "");
+  EXPECT_EQ(world.watch.language, "x");
+}
+
+TEST_F(CommandsTest, FilesComeFromThreePlacesButNotByPathFromTheConsole) {
+  const test::TemporaryFolder folder;
+  const std::string path = folder.path("picture");
+  std::ofstream(path) << "not a picture";
+  const std::string byPath = R"({"do":"file","path":")" + path + "\"}";
+  EXPECT_EQ(errorOf(byPath), "");
+  EXPECT_EQ(asText(world.watch.files.back()), "not a picture");
+  EXPECT_NE(errorOf(byPath, Origin::console), "");
+  EXPECT_NE(errorOf(R"({"do":"file","path":"/dev/zero"})"), "");
+  EXPECT_NE(errorOf(R"({"do":"file","path":")" + folder.path("none") + "\"}"), "");
+  EXPECT_EQ(world.watch.files.size(), 1u);
+
+  EXPECT_EQ(
+      errorOf(R"({"do":"file","data":"aGk=","metadata":{"t":"dict","v":{"radio_image":{"t":"str","v":"1"},)"
+              R"("radio_title":{"t":"str","v":"T"}}}})",
+              Origin::console),
+      "");
+  EXPECT_EQ(asText(world.watch.files.back()), "hi");
+  EXPECT_TRUE(world.watch.artworkFiles.contains("T"));
+  EXPECT_EQ(errorOf(R"({"do":"file","artwork":"x","format":"png"})"), "");
+  EXPECT_EQ(asText(world.watch.files.back()).substr(1, 3), "PNG");
+}
+
+TEST_F(CommandsTest, TheOwnerPlaysWithThePhone) {
+  const auto playing = [this] { return world.state().at("song").as_object().at("id").as_string(); };
+  EXPECT_EQ(errorOf(R"({"do":"play_song","index":4})"), "");
+  EXPECT_EQ(playing(), "eng005");
+  EXPECT_EQ(errorOf(R"({"do":"next"})") + errorOf(R"({"do":"prev"})") + errorOf(R"({"do":"prev"})"), "");
+  EXPECT_EQ(playing(), "eng004");
+  EXPECT_EQ(errorOf(R"({"do":"play_station","type":"artist","index":11})"), "");
+  EXPECT_EQ(world.state().at("queue").as_array().size(), 10u);
+  EXPECT_EQ(errorOf(R"({"do":"play_episode"})"), "");
+  EXPECT_EQ(playing(), "pod001");
+  EXPECT_EQ(errorOf(R"({"do":"empty_queue"})"), "");
+  EXPECT_TRUE(world.state().at("song").is_null());
+  EXPECT_EQ(errorOf(R"({"do":"set","locked":true,"reachable":false})"), "");
+  EXPECT_TRUE(world.watch.phoneLocked);
+  EXPECT_FALSE(world.watch.phoneActive);
+  EXPECT_EQ(errorOf(R"({"do":"quit"})"), "");
+  EXPECT_NE(errorOf(R"({"do":"quit"})", Origin::console), "");
+  EXPECT_EQ(world.quits, 1);
+}
+
+TEST_F(CommandsTest, AWrongCommandDoesNothingAndSaysWhy) {
+  const auto before = world.phone.consoleState();
+  const std::string deep = std::string(400, '[') + std::string(400, ']');
+  for (const std::string& wrong :
+       std::initializer_list<std::string>{"",
+                                          " ",
+                                          "null",
+                                          "[]",
+                                          "7",
+                                          "{",
+                                          R"({"do":7})",
+                                          "{}",
+                                          R"({"do":"dance"})",
+                                          R"({"do":"play","loud":true})",
+                                          R"({"do":"play","ref":5})",
+                                          R"({"do":"play","ref":")" + std::string(101, 'x') + "\"}",
+                                          R"({"do":"volume"})",
+                                          R"({"do":"volume","value":11})",
+                                          R"({"do":"volume","value":-1})",
+                                          R"({"do":"volume","value":"5"})",
+                                          R"({"do":"volume","value":5.5})",
+                                          R"({"do":"volume","value":1e300})",
+                                          R"({"do":"play_song","index":15})",
+                                          R"({"do":"play_song","index":-1})",
+                                          R"({"do":"play_station","index":12})",
+                                          R"({"do":"play_station","type":"other","index":0})",
+                                          R"({"do":"play_station"})",
+                                          R"({"do":"push_chart","language":"klingon"})",
+                                          R"({"do":"push_chart","language":1})",
+                                          R"({"do":"set","locked":"yes"})",
+                                          R"({"do":"set","locked":true,"silnet":true})",
+                                          R"({"do":"set","refuse":null})",
+                                          R"({"do":"set","refuse":")" + std::string(2000, 'x') + "\"}",
+                                          R"({"do":"cached","add":"x"})",
+                                          R"({"do":"cached","add":[1]})",
+                                          R"({"do":"message"})",
+                                          R"({"do":"message","body":{"t":"str","v":"x"}})",
+                                          R"({"do":"message","body":{"t":"dict"}})",
+                                          R"({"do":"message","archive":["no"],"body":{"t":"dict","v":{}}})",
+                                          R"({"do":"data"})",
+                                          R"({"do":"data","raw":"*"})",
+                                          R"({"do":"file"})",
+                                          R"({"do":"file","artwork":"x","format":"gif"})",
+                                          R"({"do":"file","data":"aGk=","metadata":{"t":"int","v":"1"}})",
+                                          R"({"do":"play"} {"do":"play"})",
+                                          "{\"do\":\"play\",\"ref\":\"\xFF\"}",
+                                          R"({"do":"data","body":)" + deep + "}",
+                                          deep}) {
+    EXPECT_NE(errorOf(wrong), "") << wrong.substr(0, 100);
+    EXPECT_TRUE(world.eventsNamed("sent").empty());
+  }
+  EXPECT_NE(errorOf(R"({"do":"state","x":")" + std::string(kMostCommandLine, 'x') + "\"}"), "");
+  EXPECT_EQ(world.phone.consoleState(), before);
+}
+
+TEST_F(CommandsTest, DamagedLinesNeverDoHarm) {
+  const std::string whole =
+      R"({"do":"message","ref":"a","body":{"t":"dict","v":{"a":{"t":"arr","v":[{"t":"int","v":"-3"},)"
+      R"({"t":"real","v":"nan"},{"t":"data","v":"AAEC"},{"t":"bool","v":true},{"t":"null"}]}}}})";
+  std::mt19937 dice(7);
+  int accepted = 0;
+  for (int i = 0; i < 3000; ++i) {
+    std::string line = whole;
+    for (std::size_t edits = 1 + dice() % 3; edits > 0; --edits) {
+      const std::size_t at = dice() % line.size();
+      if (dice() % 2 == 0) {
+        line.erase(at, 1 + dice() % 8);
+      } else {
+        line[at] = static_cast<char>(dice());
+      }
+    }
+    accepted += errorOf(line).empty() ? 1 : 0;
+  }
+  EXPECT_LT(accepted, 1500);
+  EXPECT_EQ(errorOf(whole), "");
+}
+
+TEST_F(CommandsTest, StateTellsWhatTheConsoleShows) {
+  world.command(R"({"do":"play_song","index":2})");
+  world.strand.advance(test::seconds(5));
+  world.ask("nonsense <b>");
+  const boost::json::object state = world.state();
+  const auto& song = state.at("song").as_object();
+  EXPECT_EQ(song.at("title").as_string(), "Don't Wake the Lighthouse");
+  EXPECT_EQ(song.at("album").as_string(), "Salt & Cinder");
+  EXPECT_EQ(song.at("artist").as_string(), "Jonah Eskerly, Wren Tolliver");
+  EXPECT_EQ(song.at("artwork").as_string().size(), 16u);
+  EXPECT_EQ(state.at("position").as_int64(), 5000);
+  EXPECT_EQ(state.at("duration").as_int64(), 241000);
+  EXPECT_EQ(state.at("queue").as_array().size(), 15u);
+  EXPECT_EQ(state.at("languages").as_array().size(), 3u);
+  const auto& latest = state.at("log").as_array().at(0).as_object();
+  EXPECT_EQ(latest.at("what").as_string(), "nonsense <b>");
+  EXPECT_EQ(latest.at("direction").as_string(), "in");
+  for (int i = 0; i < 500; ++i) world.ask("Hello");
+  EXPECT_EQ(world.state().at("log").as_array().size(), 200u);
+  const int changes = world.changes;
+  world.command(R"({"do":"volume","value":6})");
+  EXPECT_EQ(world.changes, changes) << "nothing is another than before";
+  world.command(R"({"do":"volume","value":7})");
+  EXPECT_EQ(world.changes, changes + 1);
+}
+
+TEST(LineSplitterTest, CutsLinesWhereverTheBytesAreCut) {
+  const std::string stream = "one\r\n\ntwo\n1234567\n12345678\r\n123456789\nlong long long\nlast";
+  for (std::size_t step = 1; step <= stream.size(); ++step) {
+    std::string seen;
+    LineSplitter splitter(
+        8, [&](std::string_view line) { seen.append(line).append("|"); }, [&] { seen += "!|"; });
+    for (std::size_t at = 0; at < stream.size(); at += step)
+      splitter.feed(std::string_view(stream).substr(at, step));
+    splitter.finish();
+    EXPECT_EQ(seen, "one||two|1234567|12345678|!|!|last|") << step;
+  }
+}
+
+}  // namespace
+}  // namespace tunevale::phone

@@ -1,0 +1,259 @@
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "PhoneWorld.h"
+#include "phone/Catalogue.h"
+
+namespace tunevale::phone {
+namespace {
+
+using test::milliseconds;
+using test::PhoneWorld;
+using test::seconds;
+using test::text;
+
+constexpr std::size_t kAllArtwork = 2 + 24;
+
+struct PushesTest : ::testing::Test {
+  /// The watch has all that it should have, in the forms that it can use.
+  void expectWatchHas(const std::string& language) {
+    EXPECT_EQ(world.watch.language, language);
+    EXPECT_EQ(world.watch.readableChart(), chartSongs(language));
+    EXPECT_TRUE(world.watch.cachedPids);
+    EXPECT_EQ(world.watch.stations, stationLists());
+    EXPECT_EQ(world.watch.artworkFiles.size(), kAllArtwork);
+    EXPECT_EQ(world.watch.volume, world.state().at("volume").as_int64());
+  }
+  int arrived(const char* what) { return world.watch.counts[what]; }
+
+  PhoneWorld world;
+};
+
+TEST_F(PushesTest, AWatchThatConnectsGetsEverythingOnce) {
+  world.start();
+  expectWatchHas("english");
+  EXPECT_EQ(text(*world.watch.nowPlaying, "id"), "eng001");
+  EXPECT_EQ(world.watch.nowPlayingArtwork, "eng001");
+  EXPECT_FALSE(world.watch.isPlaying);
+  world.ask("Hello");
+  world.strand.advance(seconds(30));
+  for (const char* what : {"weekly_top_15", "radio_stations", "appPaused", "volume", "chart_context"}) {
+    EXPECT_EQ(arrived(what), 1) << what;
+  }
+  EXPECT_EQ(arrived("context"), 2);
+  EXPECT_EQ(arrived("file"), static_cast<int>(kAllArtwork) + 1);
+  EXPECT_EQ(world.watch.purges, 0);
+  EXPECT_EQ(world.strand.timersWaiting(), 0u) << "a phone at rest sleeps";
+}
+
+TEST_F(PushesTest, AHelloBeforeTheLinkTellsOfTheWatchCountsForIt) {
+  world.start("run 1");
+  world.ask("Hello");
+  world.ask("Hello");
+  EXPECT_EQ(arrived("weekly_top_15"), 2) << "a run that says hello again has lost something";
+  world.watch.connect("run 2");
+  world.strand.drain();
+  EXPECT_EQ(arrived("weekly_top_15"), 2) << "it was this run's";
+  world.strand.advance(seconds(2));
+  world.watch.connect("run 3");
+  world.strand.drain();
+  EXPECT_EQ(arrived("weekly_top_15"), 3);
+}
+
+TEST_F(PushesTest, AnotherLanguagePurgesOnceAndTheWatchIsFilledAgain) {
+  world.start();
+  const int files = arrived("file");
+  for (const char* language : {"hindi", "tamil", "english"}) {
+    world.command(std::string(R"({"do":"push_chart","language":")") + language + "\"}");
+    expectWatchHas(language);
+  }
+  EXPECT_EQ(world.watch.purges, 3);
+  EXPECT_EQ(arrived("file"), files + 3 * static_cast<int>(kAllArtwork));
+  EXPECT_EQ(arrived("radio_stations"), 4);
+  EXPECT_EQ(arrived("weekly_top_15"), 4);
+  world.command(R"({"do":"push_chart","language":"english"})");
+  expectWatchHas("english");
+  EXPECT_EQ(world.watch.purges, 3);
+  EXPECT_EQ(arrived("file"), files + 3 * static_cast<int>(kAllArtwork));
+}
+
+TEST_F(PushesTest, AChartByUserInfoIsReadableInTheEndToo) {
+  world.start();
+  world.command(R"({"do":"push_user_info","language":"hindi"})");
+  EXPECT_EQ(arrived("user_info"), 1);
+  expectWatchHas("hindi");
+}
+
+TEST_F(PushesTest, TheContextFollowsTheChartEvenWhenTheLinkNeverTellsOfIt) {
+  world.watch.answersMessageData = false;
+  world.start();
+  expectWatchHas("english");
+}
+
+TEST_F(PushesTest, ContextsDoNotDisplaceOneAnother) {
+  world.start();
+  world.watch.cut();
+  world.command(R"({"do":"cached","add":["x1"]})");
+  world.command(R"({"do":"push_chart","language":"tamil"})");
+  world.command(R"({"do":"cached","add":["x2"],"remove":["x1"]})");
+  world.watch.connect("run 1");
+  world.strand.drain();
+  expectWatchHas("tamil");
+  std::set<std::string> pids;
+  for (const PlistValue& pid : *world.watch.cachedPids) pids.emplace(*pid.string());
+  EXPECT_TRUE(pids.contains("x2"));
+  EXPECT_FALSE(pids.contains("x1"));
+}
+
+TEST_F(PushesTest, WhatFailsIsTriedAgainButNotForEver) {
+  for (const link::ErrorCode code : {link::ErrorCode::deliveryFailed, link::ErrorCode::sessionInactive}) {
+    world.watch.failNext = code;
+    world.start("run " + std::to_string(static_cast<int>(code)));
+    world.strand.advance(seconds(2));
+    expectWatchHas("english");
+  }
+  // Reachable by the link's last word, and yet everything fails.
+  world.watch.cut();
+  world.phone.linkStateDidChange({true, true, false, "run 9"});
+  world.events.clear();
+  world.strand.advance(seconds(3600));
+  EXPECT_LE(world.eventsNamed("sent").size(), 50u);
+  EXPECT_EQ(world.strand.timersWaiting(), 0u);
+  world.start("run 9");
+  expectWatchHas("english");
+  world.command(R"({"do":"volume","value":2})");
+  world.watch.failNext = link::ErrorCode::payloadTooLarge;
+  world.command(R"({"do":"volume","value":3})");
+  world.strand.advance(seconds(10));
+  EXPECT_EQ(world.watch.volume, 2) << "what can never go is not sent again";
+}
+
+TEST_F(PushesTest, TheWatchFollowsThePlayerToTheEndOfTheQueue) {
+  world.start();
+  world.command(R"({"do":"play_song","index":13})");
+  EXPECT_TRUE(world.watch.isPlaying);
+  EXPECT_EQ(text(*world.watch.nowPlaying, "id"), "eng014");
+  EXPECT_EQ(world.watch.nowPlayingArtwork, "eng014");
+  world.strand.advance(seconds(190));
+  EXPECT_EQ(text(*world.watch.nowPlaying, "id"), "eng015");
+  EXPECT_EQ(world.watch.nowPlayingArtwork, "eng015");
+  const int files = arrived("file");
+  world.command(R"({"do":"pause"})");
+  world.command(R"({"do":"play"})");
+  EXPECT_EQ(arrived("appPaused"), 2);
+  EXPECT_EQ(arrived("file"), files) << "the same song has the same artwork";
+  EXPECT_EQ(arrived("queue_empty"), 0);
+  world.strand.advance(seconds(246));
+  EXPECT_EQ(arrived("queue_empty"), 1);
+  EXPECT_FALSE(world.watch.isPlaying);
+  world.command(R"({"do":"play_episode"})");
+  EXPECT_EQ(text(*world.watch.nowPlaying, "type"), "episode");
+  world.command(R"({"do":"empty_queue"})");
+  world.command(R"({"do":"empty_queue"})");
+  EXPECT_EQ(arrived("queue_empty"), 2);
+}
+
+TEST_F(PushesTest, WhatChangedOutOfReachArrivesInItsLatestForm) {
+  world.start();
+  world.watch.cut();
+  for (const char* line : {R"({"do":"play_song","index":1})", R"({"do":"next"})",
+                           R"({"do":"volume","value":9})", R"({"do":"volume","value":1})"}) {
+    world.command(line);
+  }
+  world.strand.advance(seconds(5));
+  world.watch.connect("run 1");
+  world.strand.drain();
+  EXPECT_EQ(arrived("appPlaying"), 1);
+  EXPECT_EQ(text(*world.watch.nowPlaying, "id"), "eng003");
+  EXPECT_EQ(world.watch.nowPlayingArtwork, "eng003");
+  EXPECT_EQ(world.watch.volume, 1);
+  EXPECT_EQ(arrived("weekly_top_15"), 1) << "the same run has its chart already";
+}
+
+TEST_F(PushesTest, AVolumeOfTheWatchComesBackOnceItHasSettled) {
+  world.start();
+  const int before = arrived("volume");
+  for (int i = 0; i < 10; ++i) {
+    world.ask("volume", {{"level", i / 10.0}});
+    world.strand.advance(milliseconds(200));
+  }
+  EXPECT_EQ(arrived("volume"), before);
+  world.strand.advance(milliseconds(100));
+  EXPECT_EQ(arrived("volume"), before + 1);
+  EXPECT_EQ(world.watch.volume, 9);
+}
+
+// Both ends turn at once, each message some time on its way, in order. The watch shows what it was told last
+// or turned to last; told volumes are not sent back.
+TEST_F(PushesTest, CrossingVolumesEndInAgreement) {
+  world.start();
+  for (unsigned seed = 1; seed <= 30; ++seed) {
+    std::mt19937 random(seed);
+    const auto dice = [&random](int sides) {
+      return static_cast<int>(random() % static_cast<unsigned>(sides));
+    };
+    std::int64_t shown = *world.watch.volume;
+    std::deque<std::pair<milliseconds, int>> toPhone;
+    std::deque<std::pair<milliseconds, std::int64_t>> toWatch;
+    std::size_t told = world.watch.messages.size();
+    const milliseconds delay(dice(120));
+    for (milliseconds now(0); now < seconds(3); now += milliseconds(5)) {
+      const bool busy = now < seconds(2);
+      if (busy && dice(8) == 0) {
+        shown = dice(11);
+        toPhone.emplace_back(now + delay, static_cast<int>(shown));
+      }
+      if (busy && dice(10) == 0) {
+        world.command(R"({"do":"volume","value":)" + std::to_string(dice(11)) + "}");
+      }
+      while (!toPhone.empty() && toPhone.front().first <= now) {
+        world.ask("volume", {{"level", toPhone.front().second / 10.0}});
+        toPhone.pop_front();
+      }
+      world.strand.advance(milliseconds(5));
+      for (; told < world.watch.messages.size(); ++told) {
+        const PlistValue* value = world.watch.messages[told].find("value");
+        if (value != nullptr) toWatch.emplace_back(now + delay, *value->integer());
+      }
+      while (!toWatch.empty() && toWatch.front().first <= now) {
+        shown = toWatch.front().second;
+        toWatch.pop_front();
+      }
+    }
+    EXPECT_EQ(shown, world.state().at("volume").as_int64()) << "seed " << seed;
+  }
+}
+
+TEST_F(PushesTest, APhoneThatIsToldNotToPushAnswersOnly) {
+  PhoneSettings settings;
+  settings.pushes = false;
+  settings.queued = false;
+  PhoneWorld quiet(settings);
+  quiet.start();
+  quiet.ask("Hello");
+  quiet.ask("playWeeklyTop15", {{"data", chartSongs("hindi")}, {"currentPosition", "0"}});
+  quiet.ask("volume", {{"level", 0.3}});
+  quiet.strand.advance(seconds(400));
+  EXPECT_TRUE(quiet.eventsNamed("sent").empty());
+  quiet.command(R"({"do":"push_chart","language":"hindi"})");
+  EXPECT_EQ(quiet.watch.readableChart(), chartSongs("hindi"));
+  quiet.command(R"({"do":"set","pushes":true})");
+  EXPECT_EQ(quiet.watch.artworkFiles.size(), kAllArtwork);
+  EXPECT_TRUE(quiet.watch.isPlaying);
+}
+
+TEST_F(PushesTest, OutcomesAfterThePhoneIsGoneAreNobodys) {
+  test::ManualStrand strand;
+  test::ModelWatch watch(strand);
+  PhoneObserver observer;
+  auto phone = std::make_unique<PhoneApp>(strand, watch, observer);
+  watch.pairWith(*phone);
+  phone->linkStateDidChange({true, true, false, "run"});
+  phone.reset();
+  strand.advance(seconds(100));
+  EXPECT_EQ(strand.timersWaiting(), 0u);
+}
+
+}  // namespace
+}  // namespace tunevale::phone
