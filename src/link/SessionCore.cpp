@@ -141,13 +141,13 @@ void SessionCore::connectionDidOpen(Connection& connection, const PlistDictionar
   current_ = &connection;
   messages_.connectionDidOpen();
   state_.peerRun = asText(bytesIn(introduction, "run").value_or(ByteView{}));
+  sendState();  // first, so that the other end is reachable as soon as it is connected
   const Cursor cursor = store_.cursor();
   connection.sendFirst(FrameType::resume,
                        PlistDictionary{{"epoch", cursor.epoch ? ByteView(*cursor.epoch) : ByteView{}},
                                        {"item", asNumber(cursor.nextItem)},
                                        {"file", asNumber(cursor.nextFile)},
                                        {"context", asNumber(cursor.context)}});
-  sendState();
   connection.setPaused(delivery_.isFull());
 }
 
