@@ -10,7 +10,7 @@ namespace tunevale::host {
 /// The folder in which the watch keeps everything, for one process at a time.
 class HomeFolder {
  public:
-  /// $XDG_DATA_HOME/tunevale-watch, or $HOME/.local/share/tunevale-watch (XDG Base Directory Specification);
+  /// $XDG_DATA_HOME/tunevale-watch, or $HOME/.local/share/tunevale-watch (XDG base directories);
   /// nothing when the environment names neither.
   static std::optional<std::string> defaultPath();
 

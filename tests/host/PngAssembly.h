@@ -10,7 +10,7 @@
 
 namespace tunevale::test {
 
-/// PNG files put together by hand (PNG specification, chapter 5), so that a test can say what an encoder
+/// PNG files put together by hand (ISO 15948, chapter 5), so that a test can say what an encoder
 /// never would.
 struct PngChunk {
   std::string_view type;
