@@ -1,0 +1,82 @@
+// What both programs say to a command line that they cannot follow.
+import assert from 'node:assert/strict';
+import { spawn } from 'node:child_process';
+import { mkdtemp, rm, writeFile } from 'node:fs/promises';
+import { createServer } from 'node:net';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { after, before, describe, test } from 'node:test';
+
+import { skip, Watch } from '../browser/support/programs.js';
+import { program } from './support/watching.js';
+
+/** Runs a program that ends by itself; one that does not is killed, and its signal told. */
+function run(name, words) {
+  return new Promise((done, fail) => {
+    const child = spawn(program(name), words, { stdio: ['ignore', 'pipe', 'pipe'], timeout: 10_000, killSignal: 'SIGKILL' });
+    let [out, err] = ['', ''];
+    child.stdout.on('data', (data) => (out += data));
+    child.stderr.on('data', (data) => (err += data));
+    child.on('error', fail);
+    child.on('close', (code, signal) => done({ code, signal, out, err }));
+  });
+}
+
+describe('command lines', { skip, concurrency: 4 }, () => {
+  let folder, busy, busyAt, watch;
+  before(async () => {
+    folder = await mkdtemp(join(tmpdir(), 'tunevale-lines-'));
+    await writeFile(join(folder, 'file'), 'not a folder');
+    busy = createServer();
+    await new Promise((listening) => busy.listen(0, '127.0.0.1', listening));
+    busyAt = `127.0.0.1:${busy.address().port}`;
+    watch = await Watch.start(join(folder, 'taken'));
+  });
+  after(async () => {
+    busy.close();
+    await watch?.stop();
+    await rm(folder, { recursive: true, force: true });
+  });
+
+  const refused = (name, more, pattern) => test(`${name}: refuses ${pattern}`, async () => {
+    const words = more();
+    const { code, signal, out, err } = await run(name, words);
+    assert.deepEqual([code, signal], [2, null], err);
+    assert.equal(out, '');
+    assert.match(err, new RegExp(`^${name}: [^\n]+\n$`));
+    assert.match(err, pattern);
+  });
+
+  for (const name of ['tunevale-watch', 'tunevale-phone']) {
+    test(`${name}: --help and --version`, async () => {
+      const help = await run(name, ['--help']);
+      assert.deepEqual([help.code, help.err], [0, '']);
+      for (const word of [`usage: ${name}`, '--link ADDR:PORT', '--version']) assert.ok(help.out.includes(word), word);
+      const version = await run(name, ['--version']);
+      assert.deepEqual([version.code, version.err], [0, '']);
+      assert.match(version.out, new RegExp(`^${name} \\d+\\.\\d+\\S*\n$`));
+    });
+    refused(name, () => ['--frobnicate'], /unknown option --frobnicate/);
+    refused(name, () => ['--link'], /--link needs a value/);
+    refused(name, () => ['--link', 'nowhere'], /--link takes ADDR:PORT, not nowhere/);
+    refused(name, () => ['--link', '127.0.0.1:65536'], /not 127.0.0.1:65536/);
+    refused(name, () => ['--link=127.0.0.1:1', '--link=127.0.0.1:2'], /given twice/);
+    refused(name, () => ['surplus'], /unexpected argument surplus/);
+  }
+
+  const free = ['--display', '127.0.0.1:0', '--link', '127.0.0.1:0', '--no-demo'];
+  const fresh = (tag) => ['--home', join(folder, tag)];
+  refused('tunevale-watch', () => ['--home', ''], /--home takes a directory/);
+  refused('tunevale-watch', () => ['--home', join(folder, 'file'), ...free], /file/);
+  refused('tunevale-watch', () => ['--home', '/proc/nowhere', ...free], /\/proc\/nowhere/);
+  refused('tunevale-watch', () => ['--home', join(folder, 'taken'), ...free], /taken/);
+  refused('tunevale-watch', () => [...fresh('a'), '--display', busyAt, '--link', '127.0.0.1:0'], /in use/);
+  refused('tunevale-watch', () => [...fresh('b'), '--display', '127.0.0.1:0', '--link', busyAt], /in use/);
+  refused('tunevale-phone', () => ['--console', busyAt], /in use/);
+  refused('tunevale-phone', () => ['--language', 'klingon'], /not klingon/);
+
+  test('the watch whose home was wanted by another still answers', async () => {
+    assert.equal((await watch.screen()).identifier, 'Home');
+    assert.deepEqual(watch.log.filter((line) => !line.startsWith('Unable to launch')), []);
+  });
+});

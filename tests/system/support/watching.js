@@ -1,0 +1,66 @@
+// What the tests of the whole system share beyond starting the programs.
+import { join, resolve } from 'node:path';
+
+import { find } from '../../browser/support/programs.js';
+
+const folder = process.env.TUNEVALE_BIN ?? new URL('../../../build/dev/src/apps', import.meta.url).pathname;
+export const program = (name) => resolve(join(folder, name));
+
+export const LOCKED = 'Please unlock your device then try again';
+export const UNREACHABLE = 'Oops something went wrong. Please open Tunevale on your device first then try again.';
+
+/** Every line that the watch may log while nothing is wrong with the machine under it. */
+const LITERALS = [
+  /^Launching app launch successful/,
+  /^Unable to launch or wake up phone app: /,
+  /^applicationContext:/,
+  /^Receiving File:file:\/\//,
+  /^This should not happen$/,
+  /^Error writing File: /,
+  /^Unable to purge image cache : /,
+  /^Error handling message: /,
+  /^Selected Song:/,
+  /^rowIndex:\d+$/,
+  /^Selected Dict: /,
+  /^Reply message : /,
+  /^Received reply : /,
+  /^Error Firing radio : /,
+  /^DV:>>> Reply received$/,
+  /^Error is : /,
+];
+
+export const strangeLines = (log) => log.filter((line) => !LITERALS.some((literal) => literal.test(line)));
+
+/** Answers alerts and goes back until the home screen is there. */
+export async function goHome(watch) {
+  for (let steps = 0; steps < 50; steps++) {
+    const screen = await watch.screen();
+    if (!screen.foreground) await watch.input({ foreground: true });
+    else if (screen.alert) await watch.input({ alert: 0 });
+    else if (screen.back !== null) await watch.input({ back: true });
+    else return screen;
+  }
+  throw new Error('no way home');
+}
+
+export const rowTexts = (screen, table, outlet) =>
+  find(screen.tree, table).rows.map((row) => find(row.tree, outlet).text);
+
+export const textOf = (screen, outlet) => find(screen.tree, outlet)?.text;
+
+/** The phone's own state, as it is now. */
+export async function phoneState(phone) {
+  await phone.do('state');
+  return phone.events.findLast((event) => event.event === 'state');
+}
+
+/** Numbers from 0 to 1 that a seed determines: mulberry32, by Tommy Ettinger (public domain). */
+export function randomFrom(seed) {
+  let state = seed >>> 0;
+  return () => {
+    state = (state + 0x6d2b79f5) >>> 0;
+    let mixed = Math.imul(state ^ (state >>> 15), state | 1);
+    mixed ^= mixed + Math.imul(mixed ^ (mixed >>> 7), mixed | 61);
+    return ((mixed ^ (mixed >>> 14)) >>> 0) / 2 ** 32;
+  };
+}
