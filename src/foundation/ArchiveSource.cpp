@@ -56,11 +56,10 @@ bool ArchiveSource::key(const unsigned char* at, KeyShapes::Key& key) {
   key = memo_.shapes().noKey();
   std::uint64_t number = 0;
   if (!element(at, number)) return false;
-  if (number == kNoObject) return true;
+  if (number == kNoObject || memo_.knownText(number, key)) return true;
   Object object;
-  const DecoderMemo::Slot* known = memo_.find(number);
-  const bool done = known != nullptr && known->state == DecoderMemo::State::done;
-  if (!done && objects_.read(number, object) && object.type == Type::dictionary) {
+  if (!objects_.read(number, object)) return false;
+  if (object.type == Type::dictionary) {
     OpenedObject opened;  // perhaps a mutable string
     if (!memo_.charge(object) || !open(number, object, opened)) return false;
     if (opened.shape != OpenedObject::Shape::leaf) return true;
@@ -88,18 +87,6 @@ ArchiveKey ArchiveSource::keyNamed(std::uint64_t number) {
   while (index < kArchiveKeys.size() && !textIs(number, kArchiveKeys[index])) ++index;
   recent = {number, static_cast<ArchiveKey>(index)};
   return recent.key;
-}
-
-/// From a reference to the object it stands for. What is no reference stands for itself.
-bool ArchiveSource::follow(std::uint64_t reference, std::uint64_t& number) const {
-  Object object;
-  if (!objects_.read(reference, object)) return false;
-  number = reference;
-  if (object.type != Type::uid) return true;
-  const std::uint64_t index = BinaryObjects::bigEndian(object.body, object.count);
-  if (index >= tableCount_) return false;
-  number = index == 0 ? kNoObject : objects_.refAt(objects_.skip(table_, index));
-  return index == 0 || number < objects_.size();
 }
 
 bool ArchiveSource::classOf(std::uint64_t reference, ArchiveClass& kind) {

@@ -30,7 +30,18 @@ class ArchiveSource {
 
   bool readRecord(const BinaryObjects::Object& object, Record& record);
   ArchiveKey keyNamed(std::uint64_t number);
-  bool follow(std::uint64_t reference, std::uint64_t& number) const;
+  /// From a reference to the object it stands for. What is no reference stands for itself; whether it is
+  /// sound shows when it is read.
+  bool follow(std::uint64_t reference, std::uint64_t& number) const {
+    std::uint64_t entry = 0;
+    if (!objects_.readUid(reference, entry)) {
+      number = reference;
+      return reference < objects_.size();
+    }
+    if (entry >= tableCount_) return false;
+    number = entry == 0 ? DecoderMemo::kNoObject : objects_.refAt(objects_.skip(table_, entry));
+    return entry == 0 || number < objects_.size();
+  }
   bool classOf(std::uint64_t reference, ArchiveClass& kind);
   bool elements(std::uint64_t number, std::uint64_t& count, const unsigned char*& first) const;
   bool openText(const Record& record, PlistValue& value);

@@ -45,6 +45,9 @@ class BinaryObjects {
 
   /// Fills in the object with a number; false when there is no sound one.
   bool read(std::uint64_t number, Object& object) const;
+  /// Whether the object with a number is a reference of an archive, and then to which entry. False for a
+  /// broken object too.
+  bool readUid(std::uint64_t number, std::uint64_t& entry) const;
   /// The object number at a place in a container's body.
   std::uint64_t refAt(const unsigned char* at) const { return bigEndian(at, refSize_); }
   /// Where the references after the first n start.
@@ -91,6 +94,17 @@ inline bool BinaryObjects::readCount(std::uint8_t low, Object& object) const {
   if (static_cast<std::uint64_t>(table_ - object.body) < size) return false;
   object.count = bigEndian(object.body, size);
   object.body += size;
+  return true;
+}
+
+inline bool BinaryObjects::readUid(std::uint64_t number, std::uint64_t& entry) const {
+  if (number >= count_) return false;
+  const std::uint64_t offset = bigEndian(table_ + number * offsetSize_, offsetSize_);
+  if (offset < 8 || offset >= static_cast<std::uint64_t>(table_ - base_)) return false;
+  const unsigned char* at = base_ + offset;
+  const std::uint64_t size = *at - 0x7FULL;
+  if ((*at & 0xF8U) != 0x80 || size >= static_cast<std::uint64_t>(table_ - at)) return false;
+  entry = bigEndian(at + 1, size);
   return true;
 }
 

@@ -19,7 +19,7 @@ std::size_t sizeFor(std::uint64_t largest) {
 
 constexpr std::string_view kMagic = "bplist00";
 constexpr std::size_t kTrailer = 32;
-constexpr std::size_t kLargestHead = 10;  // a marker, and a count or number of up to 9 bytes
+constexpr std::size_t kLargestHead = 6;  // a marker, and a count that is a marker and up to 4 bytes
 
 }  // namespace
 
@@ -30,7 +30,7 @@ BinaryOutput::BinaryOutput(std::size_t objects, std::size_t references)
 }
 
 void BinaryOutput::start() {
-  bytes_.resize(room_ + 8 * offsets_.capacity());
+  bytes_.resize(room_ + sizeFor(room_) * offsets_.capacity());
   at_ = begin();
   bytes(kMagic.data(), kMagic.size());
 }

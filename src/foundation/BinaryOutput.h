@@ -15,7 +15,7 @@ class BinaryOutput {
  public:
   BinaryOutput(std::size_t objects, std::size_t references);
 
-  /// Announces room for an object's contents, before start().
+  /// Announces an object's contents after its marker and count, before start().
   void expect(std::size_t bytes) { room_ += bytes; }
   void start();
 

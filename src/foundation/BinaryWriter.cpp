@@ -41,11 +41,11 @@ std::uint32_t checkedCount(std::size_t count) {
 }  // namespace
 
 BinaryWriter::Index BinaryWriter::null() {
-  return unique({Type::null}, 0);
+  return unique({Type::null}, mix(1, 0));
 }
 
 BinaryWriter::Index BinaryWriter::boolean(bool value) {
-  return unique({Type::boolean, 0, value ? 1U : 0U}, value);
+  return unique({Type::boolean, 0, value ? 1U : 0U}, mix(1, value ? 2 : 1));
 }
 
 BinaryWriter::Index BinaryWriter::integer(std::int64_t value) {
@@ -118,7 +118,7 @@ bool BinaryWriter::same(const Item& left, const Item& right) const {
 
 BinaryWriter::Index BinaryWriter::unique(const Item& item, std::uint64_t hash) {
   if (2 * (knownCount_ + 1) > known_.size()) grow();
-  const auto shortHash = static_cast<std::uint32_t>(hash >> 32 ^ hash);
+  const auto shortHash = static_cast<std::uint32_t>(hash >> 32);
   const std::size_t mask = known_.size() - 1;
   std::size_t at = shortHash & mask;
   for (std::size_t probes = 0; probes < kMostProbes; ++probes, at = (at + 1) & mask) {
@@ -152,6 +152,7 @@ void BinaryWriter::grow() {
 Bytes BinaryWriter::finish(Index root) const {
   BinaryOutput out(items_.size(), references_.size());
   for (const Item& item : items_) {
+    if (item.type == Type::integer || item.type == Type::real) out.expect(8);
     if (item.bytes != nullptr)
       out.expect(item.type == Type::utf16 ? 2 * std::size_t{item.count} : item.count);
   }

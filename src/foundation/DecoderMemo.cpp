@@ -72,11 +72,12 @@ bool DecoderMemo::leafAt(std::uint64_t number, PlistValue& value) {
 }
 
 bool DecoderMemo::text(std::uint64_t number, KeyShapes::Key& key) {
+  if (knownText(number, key)) return true;
+  key = shapes_.noKey();
   PlistValue value;
   if (!leafAt(number, value)) return false;
-  // The memo holds the text from here on, so the key outlives the value.
-  key = value.kind() == PlistValue::Kind::string ? StorageAccess::rep(StorageAccess::text(value))
-                                                 : shapes_.noKey();
+  // From here on the memo holds the text, so that the key outlives the value.
+  if (value.kind() == PlistValue::Kind::string) key = StorageAccess::rep(StorageAccess::text(value));
   return true;
 }
 

@@ -40,6 +40,15 @@ class DecoderMemo {
   bool leaf(std::uint64_t number, const BinaryObjects::Object& object, PlistValue& value);
   /// The same by number, from what was read before if possible; null for a container.
   bool leafAt(std::uint64_t number, PlistValue& value);
+  /// An object that was finished before as a key, noKey() when it is no string; false when it was not.
+  bool knownText(std::uint64_t number, KeyShapes::Key& key) {
+    const Slot* known = find(number);
+    if (known == nullptr || known->state != State::done) return false;
+    key = known->value.kind() == PlistValue::Kind::string
+              ? StorageAccess::rep(StorageAccess::text(known->value))
+              : shapes_.noKey();
+    return true;
+  }
   /// A string object as a key, noKey() when it is no string; false when it is broken.
   bool text(std::uint64_t number, KeyShapes::Key& key);
   /// Takes an object's contents off what may be read; false when there is not that much left.

@@ -135,22 +135,26 @@ class GraphDecoder {
   bool layOut(const unsigned char* keys, std::uint32_t count, std::size_t& places,
               PlistDictionary& dictionary) {
     KeyShapes& shapes = memo_.shapes();
-    shapes.start();
-    for (std::uint32_t i = 0; i < count; ++i) {
-      KeyShapes::Key key = nullptr;
-      if (!source_.key(objects_.skip(keys, i), key)) return false;
-      shapes.add(key);
+    const std::string_view references(reinterpret_cast<const char*>(keys), count * objects_.refSize());
+    const KeyShapes::Shape* known = shapes.find(references);
+    if (known == nullptr) {
+      shapes.start();
+      for (std::uint32_t i = 0; i < count; ++i) {
+        KeyShapes::Key key = nullptr;
+        if (!source_.key(objects_.skip(keys, i), key)) return false;
+        shapes.add(key);
+      }
     }
-    const KeyShapes::Shape shape = shapes.finish();
+    const KeyShapes::Shape shape = known != nullptr ? *known : shapes.finish(references);
     places = shape.places;
     if (shape.distinct == 0) return true;
     auto* rep = StorageAccess::DictionaryRep::allocate(shape.distinct);
+    const KeyShapes::Key* listed = shapes.keys(shape);
+    const std::uint32_t* place = shapes.places(shape);
     for (std::uint32_t i = 0; i < count; ++i) {
-      const std::uint32_t place = memo_.place(places + i);
-      if (place == KeyShapes::kSkipped) continue;
-      const KeyShapes::Key key = shapes.key(i);
-      if (key != nullptr) key->retainPrivately();
-      new (rep->entries() + place) PlistDictionary::Entry{StorageAccess::adopt(key), PlistValue()};
+      if (place[i] == KeyShapes::kSkipped) continue;
+      if (listed[i] != nullptr) listed[i]->retainPrivately();
+      new (rep->entries() + place[i]) PlistDictionary::Entry{StorageAccess::adopt(listed[i]), PlistValue()};
     }
     rep->size = shape.distinct;
     dictionary = StorageAccess::adopt(rep);

@@ -1,18 +1,50 @@
 #include "foundation/KeyShapes.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace tunevale {
 
-KeyShapes::Shape KeyShapes::finish() {
+namespace {
+
+constexpr std::uint64_t kOdd = 0x9E3779B97F4A7C15U;
+constexpr std::size_t kProbes = 4;
+
+/// Of the list's ends and length; enough to tell the lists of one archive apart.
+std::size_t hashOf(std::string_view references) {
+  std::uint64_t first = 0;
+  std::uint64_t last = 0;
+  const std::size_t size = std::min(references.size(), sizeof first);
+  if (size > 0) {
+    std::memcpy(&first, references.data(), size);
+    std::memcpy(&last, references.data() + references.size() - size, size);
+  }
+  return (((first * kOdd) ^ last ^ references.size()) * kOdd) >> 58;
+}
+
+}  // namespace
+
+const KeyShapes::Shape* KeyShapes::find(std::string_view references) const {
+  const std::size_t start = hashOf(references);
+  for (std::size_t i = 0; i < kProbes; ++i) {
+    const Listed& listed = listed_[(start + i) % listed_.size()];
+    if (listed.references == nullptr) return nullptr;
+    if (references == std::string_view(listed.references, listed.size)) return &listed.shape;
+  }
+  return nullptr;
+}
+
+KeyShapes::Shape KeyShapes::finish(std::string_view references) {
   std::uint64_t hash = list_.size();
-  for (const Key key : list_) hash = (hash ^ reinterpret_cast<std::uintptr_t>(key)) * 0x9E3779B97F4A7C15U;
-  Shape& recent = recent_[hash >> 58];
-  const bool same =
-      recent.count == list_.size() &&
-      std::equal(list_.begin(), list_.end(), keys_.begin() + static_cast<std::ptrdiff_t>(recent.keys));
-  if (!same) recent = sort();
-  return recent;
+  for (const Key key : list_) hash = (hash ^ reinterpret_cast<std::uintptr_t>(key)) * kOdd;
+  Shape& sorted = sorted_[hash >> 58];
+  if (sorted.count != list_.size() || !std::equal(list_.begin(), list_.end(), keys(sorted))) sorted = sort();
+
+  const std::size_t start = hashOf(references);
+  std::size_t free = 0;
+  while (free < kProbes && listed_[(start + free) % listed_.size()].references != nullptr) ++free;
+  listed_[(start + free % kProbes) % listed_.size()] = {references.data(), references.size(), sorted};
+  return sorted;
 }
 
 KeyShapes::Shape KeyShapes::sort() {

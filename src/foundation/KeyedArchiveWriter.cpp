@@ -7,6 +7,7 @@
 
 #include "foundation/ArchiveNames.h"
 #include "foundation/GraphEncoder.h"
+#include "foundation/KeyLists.h"
 #include "foundation/KeyedArchive.h"
 #include "foundation/LeafWriter.h"
 
@@ -34,11 +35,7 @@ class ArchiveSink {
   }
 
   Index dictionary(const PlistDictionary& dictionary, std::span<const Index> elements) {
-    keys_.clear();
-    for (const PlistDictionary::Entry& entry : dictionary) {
-      keys_.push_back(text(entry.key.view()));
-    }
-    const Index keys = writer_.array(keys_);
+    const Index keys = keyList(dictionary);
     const Index values = writer_.array(elements);
     return record<3>({{{ArchiveKey::recordClass, classRecord({"NSDictionary"})},
                        {ArchiveKey::keys, keys},
@@ -69,12 +66,28 @@ class ArchiveSink {
     return references_[item] - 1;
   }
 
+  /// A list of references to a dictionary's keys.
+  Index keyList(const PlistDictionary& dictionary) {
+    if (const Index* known = keyLists_.find(dictionary)) return *known;
+    keys_.clear();
+    for (const PlistDictionary::Entry& entry : dictionary) keys_.push_back(text(entry.key.view()));
+    const Index list = writer_.array(keys_);
+    keyLists_.note(dictionary, list);
+    return list;
+  }
+
+  Index name(ArchiveKey key) {
+    Index& known = names_[static_cast<std::size_t>(key)];
+    if (known == 0) known = writer_.text(kArchiveKeys[static_cast<std::size_t>(key)]) + 1;
+    return known - 1;
+  }
+
   template <std::size_t n>
   Index fields(const Fields<n>& fields) {
     std::array<Index, n> names;
     std::array<Index, n> values;
     for (std::size_t i = 0; i < n; ++i) {
-      names[i] = writer_.text(kArchiveKeys[static_cast<std::size_t>(fields[i].first)]);
+      names[i] = name(fields[i].first);
       values[i] = fields[i].second;
     }
     return writer_.dictionary(names, values);
@@ -111,6 +124,8 @@ class ArchiveSink {
   std::vector<Index> objects_;     // entry to object
   std::vector<Index> references_;  // object to 1 + reference, 0 for no entry yet
   std::vector<Index> keys_;
+  KeyLists keyLists_;
+  std::array<Index, kArchiveKeys.size()> names_{};  // 1 + object
   std::vector<std::pair<std::string_view, Index>> classes_;
 };
 

@@ -9,7 +9,8 @@ class PlistValue;
 
 /// An ordered list of values. A regular type: copying is a reference count, editing copies once when somebody
 /// else holds the same list and happens in place otherwise, so a list handed out stays as it was for ever.
-/// A list of one list is PlistArray{PlistValue(list)}: compilers disagree on whether PlistArray{list} is a copy.
+/// A list of one list is PlistArray{PlistValue(list)}: compilers disagree on whether PlistArray{list} is a
+/// copy.
 class PlistArray {
  public:
   PlistArray() noexcept = default;

@@ -37,60 +37,14 @@ PlistValue::PlistValue(const PlistValue& other) noexcept : kind_(other.kind_), i
   }
 }
 
-PlistValue::PlistValue(PlistValue&& other) noexcept : kind_(other.kind_), integer_(0) {
-  switch (kind_) {
-    case Kind::null:
-    case Kind::boolean:
-    case Kind::integer:
-      integer_ = other.integer_;
-      break;
-    case Kind::real:
-      real_ = other.real_;
-      break;
-    case Kind::string:
-    case Kind::bytes:
-      std::construct_at(&text_, std::move(other.text_));
-      break;
-    case Kind::array:
-      std::construct_at(&array_, std::move(other.array_));
-      break;
-    case Kind::dictionary:
-      std::construct_at(&dictionary_, std::move(other.dictionary_));
-      break;
+void PlistValue::release() noexcept {
+  if (kind_ == Kind::array) {
+    std::destroy_at(&array_);
+  } else if (kind_ == Kind::dictionary) {
+    std::destroy_at(&dictionary_);
+  } else {
+    std::destroy_at(&text_);
   }
-  other.clear();
-}
-
-PlistValue& PlistValue::operator=(PlistValue other) noexcept {
-  clear();
-  std::construct_at(this, std::move(other));
-  return *this;
-}
-
-PlistValue::~PlistValue() {
-  clear();
-}
-
-void PlistValue::clear() noexcept {
-  switch (kind_) {
-    case Kind::null:
-    case Kind::boolean:
-    case Kind::integer:
-    case Kind::real:
-      break;
-    case Kind::string:
-    case Kind::bytes:
-      std::destroy_at(&text_);
-      break;
-    case Kind::array:
-      std::destroy_at(&array_);
-      break;
-    case Kind::dictionary:
-      std::destroy_at(&dictionary_);
-      break;
-  }
-  kind_ = Kind::null;
-  integer_ = 0;
 }
 
 std::optional<bool> PlistValue::boolean() const noexcept {

@@ -2,6 +2,7 @@
 
 #include <concepts>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -39,9 +40,14 @@ class PlistValue {
   PlistValue(const Bytes& bytes) : PlistValue(ByteView(bytes)) {}
 
   PlistValue(const PlistValue& other) noexcept;
-  PlistValue(PlistValue&& other) noexcept;
-  PlistValue& operator=(PlistValue other) noexcept;
-  ~PlistValue();
+  PlistValue(PlistValue&& other) noexcept : kind_(Kind::null), integer_(0) { swap(other); }
+  PlistValue& operator=(PlistValue other) noexcept {
+    swap(other);
+    return *this;
+  }
+  ~PlistValue() {
+    if (kind_ >= Kind::string) release();
+  }
 
   Kind kind() const noexcept { return kind_; }
   bool isNull() const noexcept { return kind_ == Kind::null; }
@@ -66,7 +72,14 @@ class PlistValue {
 
  private:
   friend struct StorageAccess;
-  void clear() noexcept;
+  void release() noexcept;
+  /// Every member is a number or one pointer that nothing points back to, so the bytes may trade places.
+  void swap(PlistValue& other) noexcept {
+    alignas(PlistValue) unsigned char bytes[sizeof(PlistValue)];
+    std::memcpy(bytes, static_cast<void*>(this), sizeof bytes);
+    std::memcpy(static_cast<void*>(this), static_cast<void*>(&other), sizeof bytes);
+    std::memcpy(static_cast<void*>(&other), bytes, sizeof bytes);
+  }
 
   Kind kind_;
   union {

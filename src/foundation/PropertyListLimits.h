@@ -19,8 +19,8 @@ inline constexpr std::uint32_t kMostNodes = 1U << 20;
 /// refers to one song record a hundred times over reaches about 30.
 inline constexpr std::uint32_t kMostNodesPerByte = 64;
 
-/// So many are never too many: every walk over them takes about a millisecond. Keeps readable what our writers,
-/// which write equal parts once, make of a value that repeats itself a lot.
+/// So many are never too many: every walk over them takes about a millisecond. Keeps readable what our
+/// writers, which write equal parts once, make of a value that repeats itself a lot.
 inline constexpr std::uint32_t kAlwaysAllowedNodes = 1U << 16;
 
 inline constexpr std::uint32_t mostNodesIn(std::size_t inputSize) {

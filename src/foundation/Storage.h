@@ -94,26 +94,15 @@ struct StorageAccess {
 };
 
 inline PlistValue StorageAccess::copyPrivately(const PlistValue& value) noexcept {
-  using Kind = PlistValue::Kind;
   PlistValue copy;
-  copy.kind_ = value.kind_;
-  switch (value.kind_) {
-    case Kind::string:
-    case Kind::bytes:
-      copy.text_.rep_ = value.text_.rep_;
-      if (copy.text_.rep_ != nullptr) copy.text_.rep_->retainPrivately();
-      break;
-    case Kind::array:
-      copy.array_.rep_ = value.array_.rep_;
-      if (copy.array_.rep_ != nullptr) copy.array_.rep_->retainPrivately();
-      break;
-    case Kind::dictionary:
-      copy.dictionary_.rep_ = value.dictionary_.rep_;
-      if (copy.dictionary_.rep_ != nullptr) copy.dictionary_.rep_->retainPrivately();
-      break;
-    default:
-      copy.integer_ = value.integer_;
-  }
+  std::memcpy(static_cast<void*>(&copy), &value, sizeof copy);
+  if (value.kind_ < PlistValue::Kind::string) return copy;
+  // Whatever the kind, what is counted comes first in the block.
+  Counted* counted = value.kind_ == PlistValue::Kind::array ? static_cast<Counted*>(value.array_.rep_)
+                     : value.kind_ == PlistValue::Kind::dictionary
+                         ? static_cast<Counted*>(value.dictionary_.rep_)
+                         : static_cast<Counted*>(value.text_.rep_);
+  if (counted != nullptr) counted->retainPrivately();
   return copy;
 }
 
