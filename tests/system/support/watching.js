@@ -1,4 +1,5 @@
 // What the tests of the whole system share beyond starting the programs.
+import { readdir } from 'node:fs/promises';
 import { join, resolve } from 'node:path';
 
 import { find } from '../../browser/support/programs.js';
@@ -52,6 +53,28 @@ export const textOf = (screen, outlet) => find(screen.tree, outlet)?.text;
 export async function phoneState(phone) {
   await phone.do('state');
   return phone.events.findLast((event) => event.event === 'state');
+}
+
+/** How many pictures of its chart and stations the phone sends: two and twice twelve. */
+export const ARTWORK = 26;
+
+/** The names of the cached pictures, as the watch's home has them now. */
+export async function artworkIn(home) {
+  try {
+    return await readdir(join(home, 'Documents/ImageCache'));
+  } catch (error) {
+    if (error.code === 'ENOENT') return [];
+    throw error;
+  }
+}
+
+/** Whether each thing that the phone sent since it last found the watch has been answered. */
+export function settled(phone) {
+  const { events } = phone;
+  const connected = events.findLastIndex((event) => event.event === 'link' && event.connected);
+  const since = events.slice(connected).filter(({ n }) => n !== undefined);
+  const done = new Set(since.filter(({ event }) => event === 'outcome').map(({ n }) => n));
+  return since.every(({ event, n }) => event !== 'sent' || done.has(n));
 }
 
 /** Numbers from 0 to 1 that a seed determines: mulberry32, by Tommy Ettinger (public domain). */

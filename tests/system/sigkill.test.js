@@ -1,0 +1,116 @@
+// Killed at any moment while charts and artwork stream in, the watch comes back with all it had.
+import assert from 'node:assert/strict';
+import { readdir, readFile } from 'node:fs/promises';
+import { join } from 'node:path';
+import { describe, test } from 'node:test';
+import { inflateSync } from 'node:zlib';
+
+import { eventually, find, skip, startPair, Watch } from '../browser/support/programs.js';
+import { ARTWORK, artworkIn, goHome, phoneState, randomFrom, rowTexts, settled, strangeLines, textOf } from './support/watching.js';
+
+const SIGNATURE = Buffer.from('89504e470d0a1a0a', 'hex');
+
+const TABLE = Uint32Array.from({ length: 256 }, (_, byte) => {
+  let crc = byte;
+  for (let bit = 0; bit < 8; bit++) crc = (crc >>> 1) ^ (crc & 1 ? 0xedb88320 : 0);
+  return crc;
+});
+
+/** CRC-32 as PNG (ISO/IEC 15948) wants it. */
+function checksum(bytes) {
+  let crc = ~0;
+  for (const byte of bytes) crc = (crc >>> 8) ^ TABLE[(crc ^ byte) & 0xff];
+  return ~crc >>> 0;
+}
+
+/** Throws unless the bytes are a whole PNG: chunks to the last byte, their checksums, and all rows of pixels. */
+function assertWholePng(bytes, name) {
+  assert.ok(bytes.subarray(0, 8).equals(SIGNATURE), `${name}: signature`);
+  const pixels = [];
+  let [at, last, header] = [8, '', null];
+  while (at < bytes.length) {
+    assert.notEqual(last, 'IEND', `${name}: nothing follows the end`);
+    const length = bytes.readUInt32BE(at);
+    last = bytes.toString('latin1', at + 4, at + 8);
+    const body = bytes.subarray(at + 8, at + 8 + length);
+    assert.equal(body.length, length, `${name}: ${last} is whole`);
+    assert.equal(checksum(bytes.subarray(at + 4, at + 8 + length)), bytes.readUInt32BE(at + 8 + length), `${name}: ${last}`);
+    if (last === 'IHDR') header = body;
+    if (last === 'IDAT') pixels.push(body);
+    at += 12 + length;
+  }
+  assert.equal(last, 'IEND', name);
+  const samples = { 0: 1, 2: 3, 3: 1, 4: 2, 6: 4 }[header[9]];
+  const rowBytes = 1 + Math.ceil((header.readUInt32BE(0) * header[8] * samples) / 8);
+  assert.equal(inflateSync(Buffer.concat(pixels)).length, rowBytes * header.readUInt32BE(4), `${name}: pixels`);
+}
+
+/** Every file in the home, checked: whole pictures, the defaults, and nothing half-done beside them. */
+async function assertTidy(home) {
+  const entries = await readdir(home, { recursive: true, withFileTypes: true });
+  const files = entries.filter((entry) => entry.isFile()).map((entry) => join(entry.path, entry.name).slice(home.length + 1));
+  const strange = files.filter((path) => !/^(Documents\/ImageCache\/[^/]+\.png|Library\/Preferences\/com\.tunevale\.watch\.plist|\.?lock)$/.test(path));
+  assert.deepEqual(strange, []);
+  for (const name of await artworkIn(home)) assertWholePng(await readFile(join(home, 'Documents/ImageCache', name)), name);
+}
+
+describe('a killed watch', { skip, concurrency: 2 }, () => {
+  const seeds = process.env.SEED ? [Number(process.env.SEED)] : [11, 12];
+  for (const seed of seeds) {
+    test(`comes back with all it had (SEED=${seed})`, async () => {
+      const random = randomFrom(seed);
+      const pair = await startPair();
+      const { phone, home } = pair;
+      const languages = ['english', 'hindi', 'tamil'];
+      let interrupted = 0;  // kills that came while something was on its way
+      try {
+        for (let kill = 0; kill < 5; kill++) {
+          const language = languages[Math.floor(random() * 3)];
+          await phone.do('push_chart', { language });
+          await phone.do('push_artwork');
+          await phone.do('volume', { value: Math.floor(random() * 11) });
+          const before = phone.lines.length;
+          const wanted = 1 + Math.floor(random() * 40);
+          // The moment is a number of things under way, so that slow machines are killed in the middle as well.
+          await eventually(() => phone.lines.length >= before + wanted || settled(phone), 'things under way');
+          interrupted += !settled(phone);
+          await pair.watch.stop('SIGKILL');
+          for (const name of await artworkIn(home)) {
+            if (name.endsWith('.png')) assertWholePng(await readFile(join(home, 'Documents/ImageCache', name)), name);
+          }
+          const { display, link } = pair.watch;
+          pair.watch = await Watch.start(home, { display, link });
+          if (kill < 4) await pair.watch.until((s) => s.phone.reachable);
+        }
+        assert.ok(interrupted > 0, 'some kills came in the middle');
+        const { watch } = pair;
+        await watch.until((s) => s.phone.reachable);
+        await eventually(async () => (await artworkIn(home)).length === ARTWORK && phone.delivered('volume'), 'all artwork is there again');
+        const state = await phoneState(phone);
+        await eventually(() => settled(phone), 'everything that was on its way has arrived');
+
+        // Alone now, from what it has kept: nobody is there to tell it anything.
+        await watch.stop('SIGKILL');
+        await phone.stop();
+        pair.watch = await Watch.start(home);
+        await assertTidy(home);
+        assert.deepEqual(strangeLines(pair.watch.log), []);
+        assert.equal((await artworkIn(home)).length, ARTWORK);
+        const chart = await pair.watch.input({ select: { table: 'table', row: 0 } });
+        assert.equal(rowTexts(chart, 'playlistTable', 'songName').length, 15);
+        assert.equal(textOf(chart, 'languageLabel'), `${state.language[0].toUpperCase()}${state.language.slice(1)}  •  15 songs`);
+        await goHome(pair.watch);
+        const player = await pair.watch.input({ select: { table: 'table', row: 2 } });
+        assert.equal(find(player.tree, 'volumePicker').selected, state.volume);
+        await goHome(pair.watch);
+        const radio = await pair.watch.input({ select: { table: 'table', row: 1 } });
+        assert.equal(rowTexts(radio, 'radioTable', 'radioName').length, 12);
+        const picker = await pair.watch.input({ tap: 'flipThrough' });
+        const items = find(picker.tree, 'radioPicker').items;
+        assert.ok(items.length === 12 && items.every(({ image }) => /^art-/.test(image)), 'artwork from the files');
+      } finally {
+        await pair.end();
+      }
+    });
+  }
+});
