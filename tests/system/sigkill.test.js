@@ -61,6 +61,7 @@ describe('a killed watch', { skip, concurrency: 2 }, () => {
       const random = randomFrom(seed);
       const pair = await startPair();
       const { phone, home } = pair;
+      const volumes = new Set([(await phoneState(phone)).volume]);
       const languages = ['english', 'hindi', 'tamil'];
       let interrupted = 0;  // kills that came while something was on its way
       try {
@@ -68,17 +69,27 @@ describe('a killed watch', { skip, concurrency: 2 }, () => {
           const language = languages[Math.floor(random() * 3)];
           await phone.do('push_chart', { language });
           await phone.do('push_artwork');
-          await phone.do('volume', { value: Math.floor(random() * 11) });
+          const volume = Math.floor(random() * 11);
+          volumes.add(volume);
+          await phone.do('volume', { value: volume });
           const before = phone.lines.length;
           const wanted = 1 + Math.floor(random() * 40);
           // The moment is a number of things under way, so that slow machines are killed in the middle as well.
           await eventually(() => phone.lines.length >= before + wanted || settled(phone), 'things under way');
           interrupted += !settled(phone);
           await pair.watch.stop('SIGKILL');
+          assert.deepEqual(strangeLines(pair.watch.log), []);
           for (const name of await artworkIn(home)) {
             if (name.endsWith('.png')) assertWholePng(await readFile(join(home, 'Documents/ImageCache', name)), name);
           }
           const { display, link } = pair.watch;
+          // Where the phone does not find it, it has only what it kept.
+          pair.watch = await Watch.start(home);
+          await assertTidy(home);
+          const kept = await pair.watch.input({ select: { table: 'table', row: 2 } });
+          assert.ok(volumes.has(find(kept.tree, 'volumePicker').selected), 'a volume that the phone had');
+          await pair.watch.stop('SIGKILL');
+          assert.deepEqual(strangeLines(pair.watch.log), []);
           pair.watch = await Watch.start(home, { display, link });
           if (kill < 4) await pair.watch.until((s) => s.phone.reachable);
         }
