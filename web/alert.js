@@ -22,7 +22,8 @@ export function alerts(layer, onAction, giveFocusBack) {
     dialog?.remove();
     dialog = fresh;
     layer.append(fresh);
-    (buttons[0] ?? fresh).focus();
+    // A long message is read from its beginning, so the focus scrolls nothing.
+    (buttons[0] ?? fresh).focus({ preventScroll: true });
     animate(fresh, [{ opacity: 0, transform: 'scale(1.06)' }, { opacity: 1, transform: 'none' }]);
   }
 

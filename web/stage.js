@@ -43,6 +43,8 @@ export function stage(host, { send, turn, onScroll }) {
 
   async function leave(leaving, move) {
     leaving.inert = true;
+    leaving.setAttribute('aria-hidden', 'true');
+    for (const earlier of host.querySelectorAll('.screen[inert]')) if (earlier !== leaving) earlier.remove();
     const [from, to] = MOVES[move] ?? MOVES.forward;
     animate(place, [{ transform: from, opacity: 0 }, { transform: 'none', opacity: 1 }]);
     await animate(leaving, [{ transform: 'none', opacity: 1 }, { transform: to, opacity: 0 }]);

@@ -36,13 +36,13 @@ describe('the demo', { skip }, () => {
     await page.getByText('English  •  15 songs').waitFor();
     await button('Chart: Tamil').click();
     await page.getByText('Tamil  •  15 songs').waitFor();
-    await page.locator('.table-row').first().getByText(/[\u0b80-\u0bff]/).first().waitFor();
+    await page.locator('.screen:not([inert]) .table-row').first().getByText(/[\u0b80-\u0bff]/).first().waitFor();
     await logged('watch_purged_cache').waitFor();
   });
 
   test('what the watch asks is listed, newest on top, with its size and answer', async () => {
-    await page.locator('.table-row .select').first().click();
-    await page.locator('[data-scene=PlayerHomeView]').waitFor();
+    await page.locator('.screen:not([inert]) .table-row .select').first().click();
+    await page.locator('.screen:not([inert])[data-scene=PlayerHomeView]').waitFor();
     await logged('playWeeklyTop15').getByText('reply', { exact: true }).waitFor();
     assert.match(await logged('playWeeklyTop15').locator('.size').innerText(), /^[\d.]+ kB$/);
     const times = (await phone.locator('#traffic-list .time').allInnerTexts()).map(Number);
@@ -59,7 +59,7 @@ describe('the demo', { skip }, () => {
     const title = await phone.locator('#song').innerText();
     await button('Next').click();
     await eventually(async () => (await phone.locator('#song').innerText()) !== title, 'the next song');
-    await page.locator('.title').getByText(await phone.locator('#song').innerText()).waitFor();
+    await page.locator('.screen:not([inert]) .title').getByText(await phone.locator('#song').innerText()).waitFor();
     await button('Pause').click();
     await page.getByRole('button', { name: 'Play', exact: true }).waitFor();
   });
@@ -99,7 +99,7 @@ describe('the demo', { skip }, () => {
   test('an empty queue offers the chart', async () => {
     await button('Empty queue').click();
     await phone.getByText('Nothing is playing').waitFor();
-    await page.locator('.title').getByText('Weekly Top 15').waitFor();
+    await page.locator('.screen:not([inert]) .title').getByText('Weekly Top 15').waitFor();
     for (const name of ['Stations', 'Artwork', 'Context', 'User info', 'Now playing', 'Queue empty']) await button(name).click();
     await logged('chart_user_info').getByText('delivered').first().waitFor();
     const screen = await watch.screen();
