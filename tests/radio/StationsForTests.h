@@ -5,20 +5,15 @@
 
 namespace tunevale::test {
 
-/// A station's record; a null text leaves its field out.
-inline PlistDictionary station(const char* title, const char* language = "hindi",
-                               const char* color = "#102030") {
-  PlistDictionary info;
-  if (language != nullptr) info.set("language", language);
-  if (color != nullptr) info.set("color", color);
-  return {{"title", title}, {"more_info", info}};
+inline PlistDictionary station(const char* title, const char* language = "old hindi") {
+  return {{"title", title}, {"more_info", PlistDictionary{{"language", language}, {"color", "#FF8000"}}}};
 }
 
 inline PlistDictionary stationContext(const PlistArray& stations, const char* type = "featured") {
   return {{"dataSource", stations}, {"type", type}};
 }
 
-/// A value of each kind as a station, and as each of a station's fields.
+/// A value of each kind as a station and as each of a station's fields, and far more of them than fit.
 inline PlistArray oddStations() {
   PlistArray stations;
   for (const PlistValue& odd : oneOfEachKind()) {
@@ -26,6 +21,7 @@ inline PlistArray oddStations() {
     stations.append(PlistDictionary{{"title", odd}, {"more_info", odd}});
     stations.append(PlistDictionary{{"more_info", PlistDictionary{{"color", odd}, {"language", odd}}}});
   }
+  while (stations.size() < 5000) stations.append(PlistDictionary{{"title", "../../secret"}});
   return stations;
 }
 

@@ -16,97 +16,69 @@ struct PlayerDisplay : PlayerTest {
   }
 };
 
-TEST_F(PlayerDisplay, AModalOpeningShowsAndStoresItsSong) {
-  const PlistDictionary opened{
-      {"title", "Rain &amp; Sun"},
-      {"more_info",
-       PlistDictionary{{"album", "Sky &quot;1&quot;"},
-                       {"artistMap", PlistDictionary{{"primary_artists",
-                                                      PlistArray{PlistDictionary{{"name", "Ana"}}}}}}}}};
+TEST_F(PlayerDisplay, AnOpeningWithASongShowsAndStoresIt) {
+  const PlistArray artists{PlistDictionary{{"name", "Ana"}}};
+  const PlistDictionary info{{"album", "Sky &quot;1&quot;"},
+                             {"artistMap", PlistDictionary{{"primary_artists", artists}}}};
+  const PlistDictionary opened{{"title", "Rain &amp; Sun"}, {"more_info", info}};
   delegate.setNowPlayingSong(song("another"));
   player.awake(PlistDictionary{{"view_type", "modal"}, {"data", opened}, {"status", "playing"}});
   EXPECT_EQ(player->title(), "< Player");
-  EXPECT_EQ(title(), "Rain & Sun");
-  EXPECT_EQ(meta(), "Sky \"1\" \u2013 Ana");
-  EXPECT_EQ(playImage(), "Pause");
-  EXPECT_EQ(player->mode(), 1U);
+  EXPECT_EQ(shown(), "Rain & Sun|Sky \"1\" \u2013 Ana|Pause|1");
   EXPECT_EQ(defaults.objectForKey("nowPlayingSong"), PlistValue(opened));
 }
 
-TEST_F(PlayerDisplay, OpensWithWhatTheDelegateKnows) {
-  const ImagePtr artwork = picture(4, 4);
+TEST_F(PlayerDisplay, AnOpeningWithoutASongShowsTheDelegates) {
   delegate.setNowPlayingSong(song("Known"));
   delegate.setIsPlayingMedia(true);
-  delegate.setCurrentMediaImage(artwork);
   storeChart({song("chart")});
   player.awake(PlistDictionary{{"data", PlistDictionary()}, {"status", "paused"}, {"view_type", "push"}});
   EXPECT_EQ(player->title(), "");
-  EXPECT_EQ(title(), "Known");
-  EXPECT_EQ(player->mode(), 1U);
-  EXPECT_FALSE(player->showingPlaceholder());
-  EXPECT_EQ(player->bgGroupView->backgroundImage().image, artwork);
+  EXPECT_EQ(shown(), "Known||Pause|1");
   EXPECT_EQ(defaults.objectForKey("nowPlayingSong"), std::nullopt);
 }
 
-TEST_F(PlayerDisplay, OffersTheStoredChartWhenNothingPlays) {
+TEST_F(PlayerDisplay, TheStoredChartIsOfferedWhenNothingPlaysAndLeavesModeAndButton) {
   storeChart({song("chart")});
-  for (const char* language : {"", "tamil", "old ENGLISH"}) {
+  for (const auto& [language, meta] :
+       {std::pair("", "Hindi"), {"tamil", "Tamil"}, {"old ENGLISH", "Old English"}}) {
     defaults.setObject(PlistValue(language), "kUserLanguage");
-    const auto screen = makePlayer();
-    (*screen)->playButton->setBackgroundImageNamed("of the layout");
-    screen->awake(PlistDictionary());
-    const std::string shown(language);
-    EXPECT_EQ((*screen)->songTitleLabel->text(), "Weekly Top 15");
-    EXPECT_EQ((*screen)->songMetaLabel->text(), shown.empty()      ? "Hindi"
-                                                : shown == "tamil" ? "Tamil"
-                                                                   : "Old English");
-    EXPECT_TRUE((*screen)->showingPlaceholder());
-    // Other than after an "empty" report, mode and button stay as they are.
-    EXPECT_EQ((*screen)->mode(), 0U);
-    EXPECT_EQ((*screen)->playButton->backgroundImage().name, "of the layout");
+    Player screen(world.platform, host);
+    screen.awake(PlistDictionary());
+    EXPECT_EQ(shown(screen), std::string("Weekly Top 15|") + meta + "||0|placeholder");
   }
-}
-
-TEST_F(PlayerDisplay, AChartStoredInAnotherFormIsNone) {
-  for (const PlistValue& odd : oneOfEachKind()) {
+  for (const PlistValue& odd : oneOfEachKind()) {  // of another form, it is none
     defaults.setObject(odd, kReceiveWeeklyTop15Data);
-    const auto screen = makePlayer();
-    screen->awake(odd);
-    EXPECT_FALSE((*screen)->showingPlaceholder());
-    EXPECT_EQ((*screen)->songTitleLabel->text(), "");
+    Player screen(world.platform, host);
+    screen.awake(odd);
+    EXPECT_EQ(shown(screen), "|||0");
   }
 }
 
-TEST_F(PlayerDisplay, AnEpisodeShowsItsShowAndSeason) {
-  PlistDictionary episode{
-      {"type", "episode"},
-      {"title", "Pilot &gt;"},
-      {"more_info",
-       PlistDictionary{{"show_title", "Night &#39;n Day"}, {"season_number", "3"}, {"album", "x"}}}};
-  player.awake();
-  post({{"status", "paused"}, {"data", episode}});
-  EXPECT_EQ(title(), "Pilot >");
-  EXPECT_EQ(meta(), "Night 'n Day \u2013 Season 3");
-  for (const char* type : {"Episode", "song", ""}) {
-    episode.set("type", type);
-    post({{"status", "paused"}, {"data", episode}});
-    EXPECT_EQ(meta(), "x") << type;
+TEST_F(PlayerDisplay, OnlyAnEpisodeShowsItsShowAndSeason) {
+  player.awake({});
+  const PlistDictionary info{{"show_title", "Day &#39;n"}, {"season_number", "3"}, {"album", "Album"}};
+  for (const char* type : {"episode", "Episode", "song", ""}) {
+    post({{"data", PlistDictionary{{"type", type}, {"title", "P &gt;"}, {"more_info", info}}}});
+    EXPECT_EQ(shown(),
+              std::string(type) == "episode" ? "P >|Day 'n \u2013 Season 3|Play|2" : "P >|Album|Play|2");
   }
 }
 
 TEST_F(PlayerDisplay, FollowsThePhonesReportsAlsoOffScreen) {
-  player.awake();
+  player.awake({});
   player->didDeactivate();
   post({{"status", "playing"}, {"data", song("A")}});
-  EXPECT_EQ(title() + playImage(), "APause");
   post({});
   center.postNotificationName(kNotificationFetchedNowPlayingData);
-  EXPECT_EQ(title() + playImage(), "APause");
-  post({{"data", song("B")}});
-  EXPECT_EQ(title() + playImage(), "BPlay");
-  EXPECT_EQ(player->mode(), 2U);
-  post({{"status", "playing"}});  // without a song there is nothing to name
-  EXPECT_EQ(title() + meta() + playImage(), "Pause");
+  EXPECT_EQ(shown(), "A||Pause|1");
+  for (const PlistValue& odd : oneOfEachKind()) {
+    const PlistDictionary record{{"title", odd}, {"type", odd}, {"more_info", odd}};
+    post({{"status", odd}, {"data", record}});
+    EXPECT_EQ(player->mode(), 2U);
+    post({{"status", "playing"}, {"data", odd}});
+    EXPECT_EQ(shown(), "||Pause|1");
+  }
 }
 
 TEST_F(PlayerDisplay, AnEmptyQueueOffersTheChartIfThereIsOne) {
@@ -114,76 +86,45 @@ TEST_F(PlayerDisplay, AnEmptyQueueOffersTheChartIfThereIsOne) {
   delegate.setNowPlayingSong(song("A"));
   post({{"status", "empty"}});
   EXPECT_EQ(delegate.nowPlayingSong(), std::nullopt);
-  EXPECT_EQ(title() + playImage(), "APause");
-  EXPECT_EQ(player->mode(), 1U);
-
+  EXPECT_EQ(shown(), "A||Pause|1");
   storeChart({song("chart")});
   post({{"status", "empty"}});
-  EXPECT_EQ(title() + ", " + meta(), "Weekly Top 15, Hindi");
-  EXPECT_EQ(playImage(), "Play");
-  EXPECT_EQ(player->mode(), 2U);
-  // A report of a song shows it but does not end the placeholder.
-  post({{"status", "playing"}, {"data", song("B")}});
-  EXPECT_EQ(title() + playImage(), "BPause");
-  EXPECT_TRUE(player->showingPlaceholder());
+  EXPECT_EQ(shown(), "Weekly Top 15|Hindi|Play|2|placeholder");
+  post({{"status", "playing"}, {"data", song("B")}});  // shown, but the placeholder stays
+  EXPECT_EQ(shown(), "B||Pause|1|placeholder");
   player->resetMode();
-  EXPECT_EQ(playImage(), "Play");
-  EXPECT_EQ(player->mode(), 0U);
+  EXPECT_EQ(shown(), "B||Play|0|placeholder");
 }
 
-TEST_F(PlayerDisplay, EachActivationAsksWhatPlaysAndLeavesThePlaceholder) {
+TEST_F(PlayerDisplay, EachActivationAsksWhatPlaysAndAGoodAnswerEndsThePlaceholder) {
   storeChart({song("chart")});
   world.phone.setReachable(false);
-  player.awake();
+  player.awake({});
+  for (const PlistValue& odd : oneOfEachKind()) {
+    const PlistValue archived(archivedDataWithRootObject(odd));
+    std::vector<PlistDictionary> useless{{{"currentPlayingSong", odd}}, {{"currentPlayingSong", archived}}};
+    if (odd.dictionary() == nullptr || odd.dictionary()->empty()) useless.push_back(playing(odd));
+    for (const PlistDictionary& reply : useless) {
+      player->willActivate();
+      EXPECT_EQ(world.phone.takeMessages(), Messages({{{"request", "currentPlayingSong"}}}));
+      answer(reply);
+      EXPECT_EQ(shown(), "Weekly Top 15|Hindi||0|placeholder");
+    }
+  }
   player->willActivate();
-  player->willActivate();
-  const PlistDictionary request{{"request", "currentPlayingSong"}};
-  EXPECT_EQ(world.phone.takeMessages(), Messages({request, request}));
   answer(playing(song("Now")));
-  EXPECT_EQ(title() + playImage(), "NowPause");
-  EXPECT_FALSE(player->showingPlaceholder());
+  EXPECT_EQ(shown(), "Now||Pause|1");
   player->willActivate();
   answer(playing(song("Then"), "Playing"));
-  EXPECT_EQ(title() + playImage(), "ThenPlay");
+  EXPECT_EQ(shown(), "Then||Play|2");
   player->willActivate();
-  refuse("away");
+  refuse();
   EXPECT_TRUE(takeLog().empty());
-  EXPECT_TRUE(host.takeAlerts().empty());
-}
-
-TEST_F(PlayerDisplay, AUselessAnswerChangesNothing) {
-  storeChart({song("chart")});
-  player.awake();
-  for (const PlistValue& odd : oneOfEachKind()) {
-    const bool aSong = odd.dictionary() != nullptr && !odd.dictionary()->empty();
-    const PlistDictionary archived{{"currentPlayingSong", PlistValue(archivedDataWithRootObject(odd))}};
-    for (const PlistDictionary& reply :
-         {PlistDictionary{{"currentPlayingSong", odd}}, archived, aSong ? archived : playing(odd)}) {
-      player->willActivate();
-      answer(reply);
-      EXPECT_TRUE(player->showingPlaceholder());
-      EXPECT_EQ(title(), "Weekly Top 15");
-    }
-  }
-}
-
-TEST_F(PlayerDisplay, OddFieldsAreShownAsEmpty) {
-  player.awake();
-  for (const PlistValue& odd : oneOfEachKind()) {
-    if (odd.string()) continue;
-    for (const char* type : {"song", "episode"}) {
-      const PlistDictionary record{{"title", odd}, {"type", type}, {"more_info", odd}};
-      post({{"status", odd}, {"data", record}});
-      EXPECT_EQ(title(), "");
-    }
-    post({{"status", "playing"}, {"data", odd}});
-    EXPECT_EQ(player->mode(), 1U);
-  }
 }
 
 TEST_F(PlayerDisplay, ArtworkIsTakenWhenItComesAndKeptWhenItGoes) {
-  player.awake();
-  const ImagePtr artwork = picture(4, 4, 1);
+  const ImagePtr artwork = picture(4, 4);
+  player.awake({});
   delegate.setCurrentMediaImage(artwork);
   center.postNotificationName(kNotificationFetchedNowPlayingImage);
   delegate.setCurrentMediaImage(nullptr);
@@ -191,17 +132,22 @@ TEST_F(PlayerDisplay, ArtworkIsTakenWhenItComesAndKeptWhenItGoes) {
   EXPECT_EQ(player->bgGroupView->backgroundImage().image, artwork);
 }
 
-TEST_F(PlayerDisplay, ALeftScreenLivesUntilItsAnswerAndThenObservesNothing) {
-  const auto before = world.services.notificationCenter.observerCount();
-  player.awake();
-  EXPECT_EQ(world.services.notificationCenter.observerCount(), before + 3);
+TEST_F(PlayerDisplay, ALeftScreenLivesUntilItsAnswersAndThenObservesNothing) {
+  const auto observers = [this] { return world.services.notificationCenter.observerCount(); };
+  const std::size_t before = observers();
+  player.awake({});
   player->willActivate();
+  player->nextButton->tap();
+  player->volumePicker->pick(1);
+  EXPECT_EQ(observers(), before + 3);
   const auto left = player.leave();
+  world.phone.reply(0, playing(song("late")));
+  world.phone.reply(1, {{"error", "late"}});
+  world.phone.fail(2, {7007, "late"});
   EXPECT_FALSE(left.expired());
-  answer(playing(song("late")));
+  world.settle();
   EXPECT_TRUE(left.expired());
-  EXPECT_EQ(world.services.notificationCenter.observerCount(), before);
-  post({{"status", "playing"}});
+  EXPECT_EQ(observers(), before);
 }
 
 }  // namespace

@@ -10,36 +10,30 @@ namespace tunevale::test {
 /// With the extension's delegate in place.
 struct ExtensionTest : ScreenTest {
   ExtensionTest() { world.platform.sharedExtension.setDelegate(&delegate); }
-  /// As the application context leaves it, the one form that screens read.
+  /// In the one form that screens read.
   void storeChart(const PlistArray& songs) {
     defaults.setObject(PlistValue(archivedDataWithRootObject(songs)), kReceiveWeeklyTop15Data);
   }
+  static PlistDictionary song(const char* title) { return {{"title", title}}; }
+
   ExtensionDelegate delegate{world.platform};
 };
 
-using PlayerScreen = ShownScreen<PlayerInterfaceController>;
-
 struct PlayerTest : ExtensionTest {
-  std::unique_ptr<PlayerScreen> makePlayer() {
-    return std::make_unique<PlayerScreen>(
-        world.platform, host,
-        std::map<std::string, std::string>{
-            {"prevButton", "prevSong"}, {"playButton", "playSong"}, {"nextButton", "nextSong"}});
+  struct Player : ShownScreen<PlayerInterfaceController> {
+    Player(Platform& platform, InterfaceHost& host)
+        : ShownScreen(platform, host,
+                      {{"prevButton", "prevSong"}, {"playButton", "playSong"}, {"nextButton", "nextSong"}}) {}
+  };
+  /// "TITLE|META|IMAGE OF THE PLAY BUTTON|MODE", and "|placeholder" where that is shown.
+  static std::string shown(const Player& screen) {
+    return screen->songTitleLabel->text() + "|" + screen->songMetaLabel->text() + "|" +
+           screen->playButton->backgroundImage().name + "|" + std::to_string(screen->mode()) +
+           (screen->showingPlaceholder() ? "|placeholder" : "");
   }
-  std::unique_ptr<PlayerScreen> playerHolder = makePlayer();
-  PlayerScreen& player = *playerHolder;
+  std::string shown() { return shown(player); }
 
-  std::string title() { return player->songTitleLabel->text(); }
-  std::string meta() { return player->songMetaLabel->text(); }
-  std::string playImage() { return player->playButton->backgroundImage().name; }
-  bool buttonsAre(bool enabled) {
-    return player->prevButton->isEnabled() == enabled && player->playButton->isEnabled() == enabled &&
-           player->nextButton->isEnabled() == enabled;
-  }
+  Player player{world.platform, host};
 };
-
-inline PlistDictionary song(const char* title) {
-  return {{"title", title}};
-}
 
 }  // namespace tunevale::test
