@@ -4,13 +4,14 @@ import { readdir } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
 
-import { eventually, find, skip, startPair } from '../browser/support/programs.js';
-import { goHome, LOCKED, phoneState, rowTexts, strangeLines, textOf, UNREACHABLE } from './support/watching.js';
+import { eventually, find, skip } from '../browser/support/programs.js';
+import { goHome, LOCKED, phoneState, rowTexts,
+         startTalkativePair, strangeLines, textOf, UNREACHABLE } from './support/watching.js';
 
 describe('the chart by inputs', { skip }, () => {
   let pair, watch, phone;
   before(async () => {
-    pair = await startPair();
+    pair = await startTalkativePair();
     ({ watch, phone } = pair);
   });
   after(() => pair?.end());

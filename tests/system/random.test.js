@@ -6,10 +6,12 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { describe, test } from 'node:test';
 
-import { eventually, find, skip, startPair, Watch } from '../browser/support/programs.js';
-import { goHome, phoneState, randomFrom, settled, strangeLines } from './support/watching.js';
+import { eventually, find, skip, Watch } from '../browser/support/programs.js';
+import { ARTWORK, artworkIn, goHome, phoneState,
+         randomFrom, settled, startTalkativePair, strangeLines } from './support/watching.js';
 
 const EVENTS = 200;
+const PATIENCE_MS = 60;
 const CALM = { locked: false, reachable: true, refuse: '', silent: false, failing: false };
 const LANGUAGES = ['english', 'hindi', 'tamil'];
 
@@ -38,7 +40,8 @@ function inputsOn(screen, pick, whole) {
   return [pick(inputs)];
 }
 
-const ids = (whole) => Array.from({ length: whole(4) }, () => `${['eng', 'hin', 'tam'][whole(3)]}${String(1 + whole(15)).padStart(3, '0')}`);
+const ids = (whole) => [...new Set(Array.from({ length: whole(4) }, () =>
+  `${['eng', 'hin', 'tam'][whole(3)]}${String(1 + whole(15)).padStart(3, '0')}`))];
 
 function phoneEvent(pick, whole) {
   return pick([
@@ -81,19 +84,22 @@ describe('two hundred random events', { skip }, () => {
     const random = randomFrom(seed);
     const whole = (below) => Math.floor(random() * below);
     const pick = (list) => list[whole(list.length)];
-    const pair = await startPair();
+    const pair = await startTalkativePair();
     const { phone } = pair;
     const copy = await mkdtemp(join(tmpdir(), 'tunevale-copy-'));
-    const done = [];
+    const [done, answers] = [[], []];
     try {
       const { watch } = pair;
-      let calmAfter = 0;  // a phone that stays silent would make a person, and this test, wait at each step
+      let calmAfter = 0;  // no phone stays out of reach or silent for long
       for (let i = 0; i < EVENTS; i++) {
         if (whole(5) < 3) {
           const [input] = inputsOn(await watch.screen(), pick, whole);
           done.push(JSON.stringify(input));
           // A screen may have changed since it was read: then the input is refused, and nothing else.
-          await watch.input(input).catch((error) => assert.match(error.message, /^409: /, JSON.stringify(input)));
+          const answer = watch.input(input).catch((error) => assert.match(error.message, /^409: /, JSON.stringify(input)));
+          answers.push(answer);
+          // While a phone owes an answer, inputs are answered late: a person does not wait for that.
+          await Promise.race([answer, new Promise((enough) => setTimeout(enough, PATIENCE_MS))]);
         } else {
           const [name, more] = phoneEvent(pick, whole);
           done.push(`${name} ${JSON.stringify(more ?? {})}`);
@@ -103,12 +109,13 @@ describe('two hundred random events', { skip }, () => {
         if (i === calmAfter) await phone.do('set', CALM);
       }
 
+      await Promise.all(answers);
       await phone.do('set', CALM);
       // What only memory knows is told anew: a fresh watch has never heard of a song that has ended.
       if ((await phoneState(phone)).song === null) await phone.do('play_song', { index: whole(15) });
       for (const value of [1, 2, whole(11)]) await phone.do('volume', { value });
       await watch.until((s) => s.phone.reachable && !s.phone.locked);
-      await eventually(() => settled(phone), 'everything is told');
+      await eventually(async () => settled(phone) && (await artworkIn(pair.home)).length >= ARTWORK, 'everything is told');
       const before = await tour(watch);
       assert.deepEqual(strangeLines(watch.log), []);
 

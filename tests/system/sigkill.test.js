@@ -5,8 +5,9 @@ import { join } from 'node:path';
 import { describe, test } from 'node:test';
 import { inflateSync } from 'node:zlib';
 
-import { eventually, find, skip, startPair, Watch } from '../browser/support/programs.js';
-import { ARTWORK, artworkIn, goHome, phoneState, randomFrom, rowTexts, settled, strangeLines, textOf } from './support/watching.js';
+import { eventually, find, skip, Watch } from '../browser/support/programs.js';
+import { ARTWORK, artworkIn, goHome, phoneState, randomFrom,
+         rowTexts, settled, startTalkativePair, strangeLines, textOf } from './support/watching.js';
 
 const SIGNATURE = Buffer.from('89504e470d0a1a0a', 'hex');
 
@@ -59,7 +60,7 @@ describe('a killed watch', { skip, concurrency: 2 }, () => {
   for (const seed of seeds) {
     test(`comes back with all it had (SEED=${seed})`, async () => {
       const random = randomFrom(seed);
-      const pair = await startPair();
+      const pair = await startTalkativePair();
       const { phone, home } = pair;
       const volumes = new Set([(await phoneState(phone)).volume]);
       const languages = ['english', 'hindi', 'tamil'];

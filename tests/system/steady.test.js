@@ -3,9 +3,9 @@ import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
 import { after, before, describe, test } from 'node:test';
 
-import { eventually, skip, startPair } from '../browser/support/programs.js';
+import { eventually, skip } from '../browser/support/programs.js';
 import { Lines } from './support/lines.js';
-import { ARTWORK, artworkIn, goHome, strangeLines } from './support/watching.js';
+import { ARTWORK, artworkIn, goHome, startTalkativePair, strangeLines } from './support/watching.js';
 
 const ROUNDS = 1000;
 const WARM_UP = 150;
@@ -16,7 +16,7 @@ const VOLUMES = 300;
 describe('steadiness', { skip }, () => {
   let pair, watch, phone, lines;
   before(async () => {
-    pair = await startPair();
+    pair = await startTalkativePair();
     ({ watch, phone } = pair);
     lines = new Lines(phone);
     await eventually(async () => (await artworkIn(pair.home)).length === ARTWORK, 'all artwork');

@@ -2,13 +2,13 @@
 import assert from 'node:assert/strict';
 import { after, before, beforeEach, describe, test } from 'node:test';
 
-import { eventually, find, skip, startPair } from '../browser/support/programs.js';
-import { goHome, phoneState, randomFrom } from './support/watching.js';
+import { eventually, find, skip } from '../browser/support/programs.js';
+import { goHome, phoneState, randomFrom, startTalkativePair } from './support/watching.js';
 
 describe('volume', { skip }, () => {
   let pair, watch, phone;
   before(async () => {
-    pair = await startPair();
+    pair = await startTalkativePair();
     ({ watch, phone } = pair);
   });
   after(() => pair?.end());

@@ -4,9 +4,9 @@ import { readdir } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
 
-import { eventually, find, skip, startPair } from '../browser/support/programs.js';
+import { eventually, find, skip } from '../browser/support/programs.js';
 import { Lines } from './support/lines.js';
-import { ARTWORK, artworkIn, goHome, strangeLines, textOf } from './support/watching.js';
+import { ARTWORK, artworkIn, goHome, startTalkativePair, strangeLines, textOf } from './support/watching.js';
 
 const str = (v) => ({ t: 'str', v });
 const arr = (...v) => ({ t: 'arr', v });
@@ -56,7 +56,7 @@ const atKey = (key) => (value) => dict({ [key]: value });
 describe('wrong kinds', { skip }, () => {
   let pair, watch, phone, lines;
   before(async () => {
-    pair = await startPair({ settled: false, phoneOptions: ['--no-push'] });
+    pair = await startTalkativePair({ settled: false, phoneOptions: ['--no-push'] });
     ({ watch, phone } = pair);
     lines = new Lines(phone);
     await watch.until((s) => s.phone.reachable);

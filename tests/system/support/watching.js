@@ -2,13 +2,25 @@
 import { readdir } from 'node:fs/promises';
 import { join, resolve } from 'node:path';
 
-import { find } from '../../browser/support/programs.js';
+import { find, startPair } from '../../browser/support/programs.js';
 
 const folder = process.env.TUNEVALE_BIN ?? new URL('../../../build/dev/src/apps', import.meta.url).pathname;
 export const program = (name) => resolve(join(folder, name));
 
 export const LOCKED = 'Please unlock your device then try again';
 export const UNREACHABLE = 'Oops something went wrong. Please open Tunevale on your device first then try again.';
+
+/** A watch and a phone, which has sent all it has; long conversations are parsed once, not at every look. */
+export async function startTalkativePair(options) {
+  const pair = await startPair(options);
+  const { phone } = pair;
+  const events = [];
+  Object.defineProperty(phone, 'events', { get() {
+    for (const line of phone.lines.slice(events.length)) events.push(JSON.parse(line));
+    return events;
+  } });
+  return pair;
+}
 
 /** Every line that the watch may log while nothing is wrong with the machine under it. */
 const LITERALS = [
