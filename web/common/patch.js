@@ -43,7 +43,9 @@ function applyInArray(node, part, rest, operation) {
   const index = part === '-' && adding ? node.length : Number(part);
   const valid = /^(0|[1-9][0-9]*|-)$/.test(part) && index < node.length + (adding ? 1 : 0);
   if (!valid) throw new Error(`nothing at ${operation.path}`);
-  if (adding) return node.toSpliced(index, 0, edited(operation));
-  if (rest.length === 0 && operation.op === 'remove') return node.toSpliced(index, 1);
-  return node.with(index, applyAt(node[index], rest, operation));
+  const result = node.slice();
+  if (adding) result.splice(index, 0, edited(operation));
+  else if (rest.length === 0 && operation.op === 'remove') result.splice(index, 1);
+  else result[index] = applyAt(node[index], rest, operation);
+  return result;
 }
