@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "platform/WKExtension.h"
-
 namespace tunevale::host {
 
 namespace {

@@ -9,11 +9,8 @@
 
 #include "host/SceneBuilder.h"
 #include "platform/InterfaceHost.h"
+#include "platform/WKExtension.h"
 #include "platform/WKInterfaceController.h"
-
-namespace tunevale {
-class WKExtension;
-}
 
 namespace tunevale::host {
 

@@ -8,6 +8,14 @@ namespace tunevale::host {
 
 namespace json = boost::json;
 
+namespace {
+
+// Two screens have little in common; past this, the new one written over the old may be shorter than what
+// differs.
+constexpr std::size_t kLargePatch = 16;
+
+}  // namespace
+
 struct Publisher::Published {
   json::value screen;  // with its version
   std::int64_t version = 0;
@@ -28,16 +36,20 @@ void Publisher::publish() {
     published_->screen = std::move(screen);
     return;
   }
-  if (jsonPatch(published_->screen, screen).empty()) return;
+  json::array patch = jsonPatch(published_->screen, screen);
+  if (patch.empty()) return;
   screen.get_object()["version"] = ++published_->version;
-  const json::value patch = jsonPatch(published_->screen, screen);
+  patch.push_back({{"op", "replace"}, {"path", "/version"}, {"value", published_->version}});
   published_->screen = std::move(screen);
-  std::string message = json::serialize(json::object{{"patch", patch}});
-  // Two screens have little in common; one written over the other may then be shorter than what differs.
-  json::array whole;
-  whole.push_back({{"op", "replace"}, {"path", ""}, {"value", published_->screen}});
-  std::string replacement = json::serialize(json::object{{"patch", std::move(whole)}});
-  send_(message.size() <= replacement.size() ? std::move(message) : std::move(replacement));
+
+  const bool large = patch.size() > kLargePatch;
+  std::string message = json::serialize(json::object{{"patch", std::move(patch)}});
+  if (large) {
+    const json::object whole{{"op", "replace"}, {"path", ""}, {"value", published_->screen}};
+    std::string replacement = json::serialize(json::object{{"patch", json::array{whole}}});
+    if (replacement.size() < message.size()) message = std::move(replacement);
+  }
+  send_(std::move(message));
 }
 
 std::string Publisher::screen() {

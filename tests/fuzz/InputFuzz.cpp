@@ -1,0 +1,33 @@
+// Whatever comes as inputs, one a line, is done or refused with a reason.
+#include <cstdint>
+#include <cstdlib>
+
+#include "host/InputHandler.h"
+#include "host/Navigation.h"
+#include "host/StubScreens.h"
+#include "support/World.h"
+
+using namespace tunevale;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static test::World world;
+  static test::LayoutFolder folder;
+  static host::ControllerRegistry registry = [] {
+    host::ControllerRegistry made(world.platform);
+    test::addStubs(made);
+    return made;
+  }();
+  static const host::InterfaceLayout layout = folder.read(test::stubLayout(), registry);
+  host::Navigation navigation(layout, registry, world.platform.sharedExtension, [] {});
+  navigation.start();
+  host::InputHandler inputs(navigation);
+  std::string_view lines(reinterpret_cast<const char*>(data), size);
+  while (!lines.empty()) {
+    const std::size_t end = lines.find('\n');
+    const host::InputOutcome outcome = inputs.handle(lines.substr(0, end));
+    if ((outcome.kind == host::InputOutcome::Kind::done) != outcome.why.empty()) std::abort();
+    lines.remove_prefix(end == std::string_view::npos ? lines.size() : end + 1);
+  }
+  world.log.clear();
+  return 0;
+}
