@@ -7,6 +7,7 @@
 
 #include "link/LinkLoop.h"
 #include "link/Session.h"
+#include "link/TcpAddress.h"
 #include "link/TcpStream.h"
 
 namespace tunevale::link {
@@ -54,8 +55,7 @@ class TcpDialing : public Dialing {
 }  // namespace
 
 Dial tcpDial(LinkLoop& loop, const Endpoint& endpoint, const Timing& timing) {
-  const tcp::endpoint address(
-      asio::ip::make_address(endpoint.host == "localhost" ? "127.0.0.1" : endpoint.host), endpoint.port);
+  const tcp::endpoint address = tcpAddress(endpoint);
   return [&loop, address, limit = timing.connect](Dialed dialed) {
     return std::make_unique<TcpDialing>(loop, address, limit, std::move(dialed));
   };

@@ -20,7 +20,8 @@ class Dialing {
 };
 using Dial = std::function<std::unique_ptr<Dialing>(Dialed)>;
 
-/// Dials a TCP address, for as long as `timing.connect` says.
+/// Dials a TCP address, for as long as `timing.connect` says. Throws std::runtime_error when the host is no
+/// numeric address.
 Dial tcpDial(LinkLoop& loop, const Endpoint& endpoint, const Timing& timing);
 
 /// Keeps a session connected: dials, and dials again some time after a failure or a loss, a random while that

@@ -6,6 +6,7 @@
 #include <boost/asio/steady_timer.hpp>
 
 #include "link/LinkLoop.h"
+#include "link/TcpAddress.h"
 #include "link/TcpStream.h"
 
 namespace tunevale::link {
@@ -49,16 +50,14 @@ struct TcpListener::State : std::enable_shared_from_this<State> {
 
 TcpListener::TcpListener(LinkLoop& loop, const Endpoint& endpoint)
     : state_(std::make_shared<State>(loop.context())) {
+  const tcp::endpoint address = tcpAddress(endpoint);
   try {
-    const tcp::endpoint address(
-        asio::ip::make_address(endpoint.host == "localhost" ? "127.0.0.1" : endpoint.host), endpoint.port);
     state_->acceptor.open(address.protocol());
     state_->acceptor.set_option(tcp::acceptor::reuse_address(true));
     state_->acceptor.bind(address);
     state_->acceptor.listen();
   } catch (const boost::system::system_error& error) {
-    throw std::runtime_error("cannot listen on " + endpoint.host + ":" + std::to_string(endpoint.port) +
-                             ": " + error.code().message());
+    throw std::runtime_error("cannot listen on " + inWords(endpoint) + ": " + error.code().message());
   }
 }
 

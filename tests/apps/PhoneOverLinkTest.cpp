@@ -31,14 +31,14 @@ class Notes {
     lines_.push_back(line);
     changed_.notify_all();
   }
-  /// How many lines begin so, once there are at least `count`; what there is after ten seconds otherwise.
+  /// How many lines begin so, once there are at least `count`; what there is after a long while otherwise.
   std::size_t await(const std::string& start, std::size_t count = 1) {
     std::unique_lock lock(mutex_);
     const auto found = [&] {
       return static_cast<std::size_t>(std::count_if(
           lines_.begin(), lines_.end(), [&](const auto& line) { return line.starts_with(start); }));
     };
-    changed_.wait_for(lock, 10s, [&] { return found() >= count; });
+    changed_.wait_for(lock, 50s, [&] { return found() >= count; });
     return found();
   }
   std::string first() const {
