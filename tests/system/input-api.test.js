@@ -34,7 +34,8 @@ describe('the chart by inputs', { skip }, () => {
     assert.equal(rowTexts(opened, 'playlistTable', 'songName').length, 15);
     assert.equal(textOf(opened, 'languageLabel'), 'English  •  15 songs');
     const { cached, queue } = await phoneState(phone);
-    const hidden = (screen) => find(screen.tree, 'playlistTable').rows.map((row) => find(row.tree, 'downloadButton').hidden === true);
+    const hidden = (screen) => find(screen.tree, 'playlistTable').rows
+      .map((row) => find(row.tree, 'downloadButton').hidden === true);
     const expected = queue.map(({ id }) => cached.includes(id));
     assert.ok(expected.includes(true) && expected.includes(false));
     const screen = await watch.until((s) => JSON.stringify(hidden(s)) === JSON.stringify(expected));
