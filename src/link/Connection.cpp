@@ -42,6 +42,10 @@ void Connection::sendFirst(FrameType type, const PlistDictionary& body) {
   } else {
     frames.add(type, 0, body);
   }
+  if (first_.size() > kMostUnreadBytes) {
+    close("the other end does not read");
+    return;
+  }
   wake();
 }
 

@@ -39,18 +39,18 @@ bool FileReceiver::didReceiveBegin(const Frame& frame) {
   if (!cursor.epoch) return false;
   if (frame.id < cursor.nextFile) {
     owed_.push_back({FrameType::fileDone, frame.id, {}});
-    return true;
+    return owed_.size() <= kMostUnreadAnswers;
   }
   const std::optional<PlistDictionary> body = readBody(frame.body);
   const PlistValue* metadata = body ? body->find("metadata") : nullptr;
   if (metadata == nullptr || metadata->dictionary() == nullptr) {
     refuse(frame.id, ErrorCode::unsupportedTypes);
-    return true;
+    return owed_.size() <= kMostUnreadAnswers;
   }
   const std::uint64_t size = numberIn(*body, "size");
   if (size > kMostFile || frame.body.size() > kMostMetadata + kBodyKeys) {
     refuse(frame.id, ErrorCode::payloadTooLarge);
-    return true;
+    return owed_.size() <= kMostUnreadAnswers;
   }
   if (partial_ == nullptr || partial_->number != frame.id || partial_->size != size) {
     forget();
@@ -66,7 +66,7 @@ bool FileReceiver::didReceiveBegin(const Frame& frame) {
     return true;
   }
   owed_.push_back({FrameType::fileHave, frame.id, PlistDictionary{{"offset", asNumber(partial_->received)}}});
-  return completeIfWhole();
+  return completeIfWhole() && owed_.size() <= kMostUnreadAnswers;
 }
 
 bool FileReceiver::didReceiveData(const Frame& frame) {

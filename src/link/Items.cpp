@@ -44,7 +44,7 @@ bool Items::didReceiveItem(const Frame& frame) {
   if (userInfo == nullptr) {
     store_.skip(Queue::items, frame.id);
     refused_.push_back(frame.id);
-    return true;
+    return refused_.size() <= kMostUnreadAnswers;
   }
   if (!store_.receive(Queue::items, {frame.id, Bytes(frame.body.begin(), frame.body.end())})) return false;
   delivery_.deliver(

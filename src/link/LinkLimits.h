@@ -30,6 +30,12 @@ inline constexpr double kFrameBurst = 400;
 inline constexpr std::size_t kMostUndelivered = 64;
 inline constexpr std::size_t kMostUndeliveredBytes = 4 * 1024 * 1024;
 
+/// What is ready for an end that does not read: replies, past which this end stops reading too, and small
+/// answers (pongs, acknowledgements), past which the connection is closed. An honest end never comes near.
+inline constexpr std::size_t kMostUnreadReplyBytes = 4 * 1024 * 1024;
+inline constexpr std::size_t kMostUnreadBytes = 64 * 1024;
+inline constexpr std::size_t kMostUnreadAnswers = 4096;
+
 /// What waits to be sent, per queue.
 inline constexpr std::size_t kMostQueuedRows = 10'000;
 inline constexpr std::size_t kMostQueuedBytes = 32 * 1024 * 1024;

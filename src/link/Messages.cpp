@@ -56,6 +56,7 @@ void Messages::finish(std::map<std::uint64_t, Waiting>::iterator waiting, ErrorC
 
 void Messages::connectionDidClose() {
   answers_.clear();
+  answerBytes_ = 0;
   while (!waiting_.empty()) {
     const bool written = waiting_.begin()->first < nextToWrite_;
     finish(waiting_.begin(), written ? ErrorCode::deliveryFailed : ErrorCode::notReachable);
@@ -66,6 +67,7 @@ bool Messages::fill(FrameWriter& frames) {
   if (!answers_.empty()) {
     for (const Answer& answer : answers_) frames.add(answer.type, answer.id, answer.body);
     answers_.clear();
+    answerBytes_ = 0;
     return true;
   }
   const auto next = waiting_.lower_bound(nextToWrite_);
@@ -87,6 +89,7 @@ void Messages::answer(std::uint64_t connection, std::uint64_t id,
   if (body.size() > (answer->find("data") != nullptr ? kMostMessageData : kMostMessage) + kBodyKeys) {
     refuse(id, ErrorCode::payloadTooLarge);
   } else {
+    answerBytes_ += body.size() + kFrameHeaderSize;
     answers_.push_back({FrameType::reply, id, std::move(body)});
   }
 }
@@ -94,6 +97,7 @@ void Messages::answer(std::uint64_t connection, std::uint64_t id,
 void Messages::refuse(std::uint64_t id, ErrorCode code) {
   answers_.push_back(
       {FrameType::messageError, id, writePropertyList(PlistDictionary{{"code", static_cast<int>(code)}})});
+  answerBytes_ += kMostUnreadReplyBytes / kMostUnreadAnswers;
 }
 
 void Messages::didReceiveMessage(const Frame& frame) {

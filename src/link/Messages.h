@@ -34,6 +34,8 @@ class Messages {
   void connectionDidOpen() { ++connection_; }
   void connectionDidClose();
   bool fill(FrameWriter& frames);
+  /// Whether so many replies wait to be written that reading should pause.
+  bool isBehind() const { return answerBytes_ > kMostUnreadReplyBytes; }
   void didReceiveMessage(const Frame& frame);
   void didReceiveReply(const Frame& frame);
   void didReceiveError(const Frame& frame);
@@ -62,6 +64,7 @@ class Messages {
   std::uint64_t nextToWrite_ = 1;
   std::map<std::uint64_t, Waiting> waiting_;  // by number, and thereby by deadline
   std::vector<Answer> answers_;
+  std::size_t answerBytes_ = 0;
   std::unique_ptr<Timer> deadlineTimer_;
 };
 

@@ -91,18 +91,20 @@ Session::Transfer Session::transferFile(const std::string& path, const PlistDict
   if (writePropertyList(metadata).size() > kMostMetadata) return tooLarge();
   std::error_code error;
   if (!fs::is_regular_file(path, error)) return makeError(ErrorCode::fileAccessDenied);
+  const std::uintmax_t size = fs::file_size(path, error);
+  if (!error && size > kMostFile) return tooLarge();
   const std::string copy = pathForCopy(core_->options().spoolFolder);
   if (!fs::copy_file(path, copy, error)) {
     const bool full = error == std::errc::no_space_on_device;
     fs::remove(copy, error);
     return makeError(full ? ErrorCode::insufficientSpace : ErrorCode::fileAccessDenied);
   }
-  const std::uintmax_t size = fs::file_size(copy, error);
-  if (error || size > kMostFile) {
+  const std::uintmax_t copied = fs::file_size(copy, error);  // it may have grown meanwhile
+  if (error || copied > kMostFile) {
     fs::remove(copy, error);
     return tooLarge();
   }
-  Transfer transfer = append(Queue::files, fileRow(copy, size, metadata));
+  Transfer transfer = append(Queue::files, fileRow(copy, copied, metadata));
   if (std::holds_alternative<Error>(transfer)) fs::remove(copy, error);
   return transfer;
 }

@@ -108,11 +108,21 @@ void SessionCore::disconnect(const std::string& reason) {
 
 void SessionCore::wake() {
   if (current_ != nullptr) current_->wake();
+  pauseOrGoOn();
+}
+
+void SessionCore::pauseOrGoOn() {
+  if (current_ == nullptr) return;
+  if (delivery_.isFull() || messages_.isBehind()) {
+    current_->setPaused(true);
+  } else if (!delivery_.isHalfFull()) {
+    current_->setPaused(false);
+  }
 }
 
 void SessionCore::payloadWasHandled(std::size_t bytes) {
   delivery_.handled(bytes);
-  if (current_ != nullptr && !delivery_.isHalfFull()) current_->setPaused(false);
+  pauseOrGoOn();
 }
 
 PlistDictionary SessionCore::introduction() const {
@@ -148,7 +158,7 @@ void SessionCore::connectionDidOpen(Connection& connection, const PlistDictionar
                                        {"item", asNumber(cursor.nextItem)},
                                        {"file", asNumber(cursor.nextFile)},
                                        {"context", asNumber(cursor.context)}});
-  connection.setPaused(delivery_.isFull());
+  pauseOrGoOn();
 }
 
 void SessionCore::connectionDidReceive(Connection& connection, const Frame& frame) {
@@ -157,15 +167,18 @@ void SessionCore::connectionDidReceive(Connection& connection, const Frame& fram
     connection.close("a frame that does not belong here");
     return;
   }
-  if (delivery_.isFull()) connection.setPaused(true);
-  connection.wake();
+  wake();
 }
 
 bool SessionCore::fill(FrameWriter& frames) {
   if (!peerResumed_) return false;
-  return messages_.fill(frames) || items_.fillAcknowledgements(frames) ||
-         contexts_.fillAcknowledgements(frames) || fileReceiver_.fillAcknowledgements(frames) ||
-         contexts_.fill(frames) || items_.fill(frames) || fileSender_.fill(frames);
+  if (messages_.fill(frames)) {
+    pauseOrGoOn();
+    return true;
+  }
+  return items_.fillAcknowledgements(frames) || contexts_.fillAcknowledgements(frames) ||
+         fileReceiver_.fillAcknowledgements(frames) || contexts_.fill(frames) || items_.fill(frames) ||
+         fileSender_.fill(frames);
 }
 
 void SessionCore::connectionDidClose(Connection& connection, const std::string&) {

@@ -57,6 +57,7 @@ class SessionCore : public ConnectionOwner {
   void takeResume(const Frame& frame);
   bool takeGap(const Frame& frame);
   void sendState();
+  void pauseOrGoOn();
   void report();
 
   Strand& strand_;

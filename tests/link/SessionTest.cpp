@@ -159,6 +159,22 @@ TEST_F(SessionTest, StopsReadingWhileHandlersAreBehindAndTellsThatItLives) {
   EXPECT_EQ(world.watch.ear.heard.back(), "message 200");
 }
 
+TEST_F(SessionTest, BoundsWhatWaitsForAPeerThatDoesNotRead) {
+  world.watch.ear.onMessage = [](const auto&, const auto& reply) { reply({{"b", Bytes(200'000)}}); };
+  RawPeer peer(world.strand, world.watch);
+  peer.stopReading();
+  for (std::uint64_t id = 1; id <= 200; ++id) {
+    peer.send(FrameType::message, id, PlistDictionary{{"message", PlistDictionary{{"n", 1}}}});
+  }
+  world.strand.advance(60s);
+  EXPECT_LE(world.watch.ear.heard.size(), kMostUndelivered + 22) << "4 MiB of replies stop it";
+  RawPeer pinging(world.strand, world.watch);
+  pinging.stopReading();
+  for (int i = 0; i < 6000; ++i) pinging.send(FrameType::ping, 0, Bytes{});
+  world.strand.advance(60s);
+  EXPECT_FALSE(world.watch.session->state().connected);
+}
+
 TEST_F(SessionTest, SlowsToTheSustainedRate) {
   world.connectAndRun();
   const Time start = world.strand.now();
