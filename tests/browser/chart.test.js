@@ -39,7 +39,7 @@ describe('the chart', { skip }, () => {
     await page.getByText('English  •  15 songs').waitFor();
     assert.equal(await rows().count(), 15);
     await rows().first().getByText('Paper Lanterns & Rain').waitFor();
-    await page.locator('.hero-art img').waitFor();
+    await page.locator('.hero-art img').first().waitFor();
     assert.ok(await page.locator('.hero-art img').evaluate((image) => image.naturalWidth > 0));
     await pair.phone.do('state');
     const { cached } = pair.phone.events.findLast((event) => event.event === 'state');
@@ -93,7 +93,7 @@ describe('the chart', { skip }, () => {
     await page.locator('.screen:not([inert]) .title').getByText('Seventeen Kites').waitFor();
     await page.locator('.second-line', { hasText: /^Seventeen Kites./ }).waitFor();
     await page.getByRole('button', { name: 'Pause' }).waitFor();
-    await page.locator('.fill > .picture img').waitFor();
+    await page.locator('.fill > .picture img').first().waitFor();
     const sent = plays().at(-1);
     assert.equal(sent.currentPosition, '3');
     assert.equal(sent.data.length, 15);

@@ -163,7 +163,7 @@ describe('controls', { skip }, () => {
     await page.locator('.tint .second-line').getByText('English').waitFor();
     assert.notEqual(await color(), first);
     assert.ok(!(await page.locator('.caption').isVisible()), 'the name stands there once');
-    await page.locator('.artwork.selected img').waitFor();
+    await page.locator('.artwork.selected img').first().waitFor();
     await page.getByRole('button', { name: 'Play', exact: true }).click();
     await eventually(() => pair.phone.requests('playRadio').at(-1)?.dataSource.title === 'Night Drive', 'playRadio');
     assert.equal((await pair.watch.screen()).identifier, 'RadioPickerView');
@@ -214,7 +214,10 @@ describe('controls', { skip }, () => {
   test('hostile texts are texts', async () => {
     await pair.phone.do('data', { body: tagged({ appPlaying: {
       title: '<img src=x onerror=alert(1)>\u202Eevil', more_info: { album: 'a'.repeat(5000), artistMap: 'no map' } } }) });
+    const asked = pair.phone.requests('currentPlayingSong').length;
     await openPlayer();
+    // What the player asks for as it opens would otherwise come after this.
+    await eventually(() => pair.phone.requests('currentPlayingSong').length > asked, 'the player has asked');
     await pair.phone.do('data', { body: tagged({ appPlaying: { title: '<b>bold</b>', more_info: 7 } }) });
     await page.locator('.screen:not([inert]) .title').getByText('<b>bold</b>').waitFor();
     assert.equal(await page.locator('.screen b').count(), 0);

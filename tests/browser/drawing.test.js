@@ -108,7 +108,7 @@ test('artwork that comes late moves nothing', async () => {
   await page.waitForTimeout(100);
   assert.deepEqual(await boxes(page), standing);
   arrive();
-  await page.locator('.fill > .picture img').waitFor();
+  await page.locator('.fill > .picture img').first().waitFor();
   assert.deepEqual(await boxes(page), standing);
 });
 
