@@ -32,7 +32,7 @@ class LinkPhoneSession : public PhoneSession {
   /// Takes the address at once. Throws std::runtime_error with a reason of one line when it cannot be used.
   /// What arrives runs on `delivery`; the main queue outlives the session.
   LinkPhoneSession(MainQueue& mainQueue, std::unique_ptr<SerialQueue> delivery, Options options);
-  /// Runs what was delivered already. Not on the delivery queue.
+  /// Runs what was delivered already. On the main queue, or while that does not run.
   ~LinkPhoneSession() override;
 
   /// The port listened on, also when the system chose it.

@@ -30,8 +30,8 @@ class Errand {
   /// Wants again what failed. `afresh`: the watch is back, and tries count anew.
   void revive(bool afresh) {
     if (afresh) tries_ = 0;
-    if (failed_ && tries_ < kMostTries) wanted_ = true;
-    if (wanted_) failed_ = false;
+    if (failed_) wanted_ = true;
+    failed_ = false;
   }
 
  private:

@@ -56,6 +56,7 @@ class Notes {
 class ThreadMainQueue : public MainQueue {
  public:
   void async(Block block) override { queue_.async(std::move(block)); }
+  void sync(const Block& block) { queue_.sync(block); }
   void after(std::chrono::nanoseconds, Block) override { FAIL() << "the session sets no timers here"; }
 
  private:
@@ -107,6 +108,13 @@ struct PhoneOverLink : testing::Test {
     });
     phone.emplace(phone::PhoneOptions{.watch = {"127.0.0.1", session->port()}});
     phone->addObserver(observer);
+  }
+  ~PhoneOverLink() override {
+    phone.reset();
+    endSession();
+  }
+  void endSession() {
+    mainQueue.sync([this] { session.reset(); });
   }
   void start() {
     session->activateSession();
@@ -176,7 +184,7 @@ TEST_F(PhoneOverLink, ComesBackWhenTheWatchDoes) {
   start();
   EXPECT_EQ(heard.await("file", 27), 27U);
   const std::uint16_t port = session->port();
-  session.reset();
+  endSession();
   session.emplace(
       mainQueue, std::make_unique<host::ThreadQueue>("delivery"),
       host::LinkPhoneSession::Options{.listenOn = {"127.0.0.1", port}, .spoolFolder = spool.path()});

@@ -127,7 +127,8 @@ void ModelWatch::transferFile(const Bytes& contents, const PlistDictionary& meta
   waiting_.push_back([this, metadata, done] {
     ++counts["file"];
     takeFile(metadata);
-    done({});
+    // Acknowledgements of files come behind the messages.
+    strand_.post([this, done] { strand_.post([done] { done({}); }); });
   });
   if (connected_) strand_.post(std::exchange(waiting_, {}).back());
 }

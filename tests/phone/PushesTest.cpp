@@ -55,10 +55,12 @@ TEST_F(PushesTest, AHelloBeforeTheLinkTellsOfTheWatchCountsForIt) {
   world.watch.connect("run 2");
   world.strand.drain();
   EXPECT_EQ(arrived("weekly_top_15"), 2) << "it was this run's";
+  world.ask("Hello");
+  EXPECT_EQ(arrived("weekly_top_15"), 3);
   world.strand.advance(seconds(2));
   world.watch.connect("run 3");
   world.strand.drain();
-  EXPECT_EQ(arrived("weekly_top_15"), 3);
+  EXPECT_EQ(arrived("weekly_top_15"), 4);
 }
 
 TEST_F(PushesTest, AnotherLanguagePurgesOnceAndTheWatchIsFilledAgain) {
@@ -76,6 +78,23 @@ TEST_F(PushesTest, AnotherLanguagePurgesOnceAndTheWatchIsFilledAgain) {
   expectWatchHas("english");
   EXPECT_EQ(world.watch.purges, 3);
   EXPECT_EQ(arrived("file"), files + 3 * static_cast<int>(kAllArtwork));
+}
+
+TEST_F(PushesTest, WhatAPurgeWouldThrowAwayWaitsForTheChart) {
+  world.watch.language = "tamil";
+  world.start();
+  EXPECT_EQ(world.watch.purges, 1);
+  expectWatchHas("english");
+  EXPECT_EQ(arrived("radio_stations"), 1);
+  EXPECT_EQ(arrived("file"), static_cast<int>(kAllArtwork) + 1);
+}
+
+TEST_F(PushesTest, ArtworkThatWasOnItsWayWhenTheWatchPurgedGoesAgain) {
+  world.start();
+  world.phone.command(R"({"do":"push_artwork"})", Origin::script);
+  world.phone.command(R"({"do":"push_chart","language":"tamil"})", Origin::script);
+  world.strand.drain();
+  expectWatchHas("tamil");
 }
 
 TEST_F(PushesTest, AChartByUserInfoIsReadableInTheEndToo) {
@@ -120,6 +139,10 @@ TEST_F(PushesTest, WhatFailsIsTriedAgainButNotForEver) {
   world.strand.advance(seconds(3600));
   EXPECT_LE(world.eventsNamed("sent").size(), 50u);
   EXPECT_EQ(world.strand.timersWaiting(), 0u);
+  world.watch.cut();
+  world.watch.stations.reset();
+  world.watch.chartData = {};
+  world.watch.volume = 0;
   world.start("run 9");
   expectWatchHas("english");
   world.command(R"({"do":"volume","value":2})");

@@ -135,19 +135,24 @@ TEST_F(PlayerDisplay, ArtworkIsTakenWhenItComesAndKeptWhenItGoes) {
 TEST_F(PlayerDisplay, ALeftScreenLivesUntilItsAnswersAndThenObservesNothing) {
   const auto observers = [this] { return world.services.notificationCenter.observerCount(); };
   const std::size_t before = observers();
-  player.awake({});
-  player->willActivate();
-  player->nextButton->tap();
-  player->volumePicker->pick(1);
-  EXPECT_EQ(observers(), before + 3);
-  const auto left = player.leave();
-  world.phone.reply(0, playing(song("late")));
-  world.phone.reply(1, {{"error", "late"}});
-  world.phone.fail(2, {7007, "late"});
-  EXPECT_FALSE(left.expired());
-  world.settle();
-  EXPECT_TRUE(left.expired());
-  EXPECT_EQ(observers(), before);
+  const std::vector<std::function<void(Player&)>> requests{
+      [](Player& screen) { screen->willActivate(); },
+      [](Player& screen) { screen->nextButton->tap(); },
+      [](Player& screen) { screen->volumePicker->pick(1 - screen->volumePicker->selectedItemIndex() % 2); },
+  };
+  for (const auto& request : requests) {
+    for (const bool fails : {false, true}) {
+      Player screen(world.platform, host);
+      screen.awake({});
+      request(screen);
+      EXPECT_EQ(observers(), before + 3);
+      const auto left = screen.leave();
+      EXPECT_FALSE(left.expired());
+      fails ? refuse() : answer(playing(song("late")));
+      EXPECT_TRUE(left.expired());
+      EXPECT_EQ(observers(), before);
+    }
+  }
 }
 
 }  // namespace

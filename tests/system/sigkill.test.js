@@ -66,6 +66,7 @@ describe('a killed watch', { skip, concurrency: 2 }, () => {
       const volumes = new Set([(await phoneState(phone)).volume]);
       const languages = ['english', 'hindi', 'tamil'];
       let interrupted = 0;  // kills that came while something was on its way
+      let startedAt = 0;    // the phone's line at which the watch in use was started
       try {
         for (let kill = 0; kill < 5; kill++) {
           const language = languages[Math.floor(random() * 3)];
@@ -92,13 +93,15 @@ describe('a killed watch', { skip, concurrency: 2 }, () => {
           assert.ok(volumes.has(find(kept.tree, 'volumePicker').selected), 'a volume that the phone had');
           await pair.watch.stop('SIGKILL');
           assert.deepEqual(strangeLines(pair.watch.log), []);
+          startedAt = phone.lines.length;
           pair.watch = await Watch.start(home, { display, link });
           if (kill < 4) await pair.watch.until((s) => s.phone.reachable);
         }
         assert.ok(interrupted > 0, 'some kills came in the middle');
         const { watch } = pair;
         await watch.until((s) => s.phone.reachable);
-        await eventually(async () => (await artworkIn(home)).length === ARTWORK && phone.delivered('volume'), 'all artwork is there again');
+        await eventually(() => phone.delivered('volume', startedAt), 'the phone has found this watch');
+        await eventually(async () => (await artworkIn(home)).length === ARTWORK, 'all artwork is there again');
         const state = await phoneState(phone);
         await eventually(() => settled(phone), 'everything that was on its way has arrived');
 

@@ -111,9 +111,10 @@ export class Phone extends Program {
       .map((e) => ({ ...plain(e.body), answer: e.answer, reply: plain(e.reply) }));
   }
 
-  /** Whether the watch has handled something that the phone pushed. It never answers message data: 7011. */
-  delivered(what) {
-    return this.events.some((e) => e.event === 'outcome' && e.what === what && (e.result !== 'error' || e.code === 7011));
+  /** Whether the watch has handled something that the phone pushed, as its lines from `from` on tell. It never
+   * answers message data: 7011. */
+  delivered(what, from = 0) {
+    return this.events.slice(from).some((e) => e.event === 'outcome' && e.what === what && (e.result !== 'error' || e.code === 7011));
   }
 }
 
