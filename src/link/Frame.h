@@ -30,6 +30,13 @@ enum class FrameType : std::uint8_t {
   fileDone = 0x43,
   fileError = 0x44,
   fileCancel = 0x45,
+  pairCommit = 0x50,  // these only on connections for pairing
+  pairNonce = 0x51,
+  pairReveal = 0x52,
+  pairProof = 0x53,
+  pairToken = 0x54,
+  pairDone = 0x55,
+  pairFail = 0x56,
 };
 
 /// Set on a frame that a receiver must understand: one that does not closes the connection. Without it, an

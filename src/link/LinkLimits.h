@@ -21,6 +21,14 @@ inline constexpr std::size_t kMostFrameBodyBeforeHello = 8 * 1024;
 /// Connections that have not introduced themselves. One more closes the oldest of them.
 inline constexpr std::size_t kMostStrangers = 10;
 
+/// Connections in their TLS handshake, what each of them may send (an honest one needs less than 2 KiB), and
+/// how long one keeps its place while others wait for it.
+inline constexpr std::size_t kMostHandshakes = 10;
+inline constexpr std::size_t kMostHandshakeBytes = 8 * 1024;
+inline constexpr std::chrono::milliseconds kHandshakeGrace{50};
+/// Attempts to pair that may fail before the window closes.
+inline constexpr int kMostPairingFailures = 3;
+
 /// Frames that one end takes: a full push of artwork, stations and chart is about 120. Past the burst,
 /// reading slows to the sustained rate and the other end's writes wait.
 inline constexpr double kSustainedFrameRate = 200;  // per second
@@ -45,14 +53,19 @@ inline constexpr int kMostAttempts = 3;
 /// How long things may take. A session gets its own copy, so that tests can change it.
 struct Timing {
   std::chrono::milliseconds connect{3'000};
+  std::chrono::milliseconds tls{5'000};
+  std::chrono::milliseconds tlsShutdown{1'000};
   std::chrono::milliseconds hello{2'000};
   std::chrono::milliseconds silence{5'000};  // then a ping
   std::chrono::milliseconds dead{15'000};    // of silence
   std::chrono::milliseconds reply{10'000};
-  std::chrono::milliseconds stateSpacing{250};     // between two reports of the state
-  std::chrono::milliseconds firstReconnect{250};   // doubled with every failure
-  std::chrono::milliseconds lastReconnect{2'000};  // on loopback, where nothing is saved by waiting longer
-  std::chrono::milliseconds healthy{10'000};       // a connection this old forgets earlier failures
+  std::chrono::milliseconds stateSpacing{250};       // between two reports of the state
+  std::chrono::milliseconds firstReconnect{250};     // doubled with every failure
+  std::chrono::milliseconds lastReconnect{2'000};    // on loopback, where nothing is saved by waiting longer
+  std::chrono::milliseconds healthy{10'000};         // a connection this old forgets earlier failures
+  std::chrono::milliseconds pairingWindow{120'000};  // also the longest wait for people to compare
+  std::chrono::milliseconds pairingStep{5'000};      // for what a machine answers at once
+  std::chrono::milliseconds pairingSpacing{10'000};  // between two attempts
 };
 
 }  // namespace tunevale::link

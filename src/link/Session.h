@@ -6,6 +6,7 @@
 #include "foundation/Bytes.h"
 #include "foundation/Mutex.h"
 #include "link/LinkLimits.h"
+#include "link/Role.h"
 #include "link/SessionDelegate.h"
 #include "link/Strand.h"
 #include "link/Stream.h"
@@ -17,8 +18,6 @@ class Mailbox;
 struct OutgoingMessage;
 enum class Queue;
 class SessionCore;
-
-enum class Role { watch, phone };
 
 /// Runs blocks one at a time, first in first out, never inside the call.
 using Executor = std::function<void(Block)>;
