@@ -14,6 +14,7 @@ enum class FrameType : std::uint8_t {
   ping = 0x04,
   pong = 0x05,
   bye = 0x06,
+  unpair = 0x07,
   message = 0x10,
   reply = 0x11,
   messageError = 0x12,

@@ -1,66 +1,72 @@
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <optional>
-#include <string>
+#include <span>
+#include <vector>
 
-#include "foundation/Bytes.h"
+#include "link/CrashPoint.h"
+#include "link/StoreTypes.h"
 
 namespace tunevale::link {
 
-/// 128 random bits, born with a store: rows are known by (epoch, number).
-using Epoch = std::array<std::byte, 16>;
-
-enum class Queue { items, files };
-
-/// One row of a queue. The body is a property list: an item's contents, or a file's path and metadata.
-struct Row {
-  std::uint64_t number = 0;
-  Bytes body;
-};
-
-/// How far this end has received what the other end numbered.
-struct Cursor {
-  std::optional<Epoch> epoch;  // nothing until the other end's first row or context
-  std::uint64_t nextItem = 1;
-  std::uint64_t nextFile = 1;
-  std::uint64_t context = 0;
-  std::uint64_t& next(Queue queue) { return queue == Queue::items ? nextItem : nextFile; }
-};
-
 /// What one end keeps until the other end, or its own application, has it. Numbers begin at 1 and rise; those
-/// of removed rows are not used again. What a call changes is kept once it returns. Any thread.
+/// of removed rows are not used again. What a call says it has changed is kept, whatever happens to the
+/// process or the power. False or nothing: it could not be kept, and nothing has changed. Any thread.
 class LinkStore {
  public:
   virtual ~LinkStore() = default;
   virtual Epoch epoch() const = 0;
 
-  /// Queues a row to send and gives its number; nothing when the queue is full.
-  virtual std::optional<std::uint64_t> append(Queue queue, Bytes body) = 0;
+  /// Queues a row to send and gives its number; nothing when the queue is full, too.
+  virtual std::optional<std::uint64_t> append(Queue queue, ByteView body) = 0;
   /// The first row to send with at least this number.
   virtual std::optional<Row> firstFrom(Queue queue, std::uint64_t number) const = 0;
-  /// False when there is no such row.
-  virtual bool remove(Queue queue, std::uint64_t number) = 0;
+  /// Also false when there is no such row. `delivered`: the other end has it, or has refused it.
+  virtual bool remove(Queue queue, std::uint64_t number, bool delivered) = 0;
+  /// The other end has everything below this number: removes these rows, some at a time, and gives what it
+  /// has removed. Empty when there are no more.
+  virtual std::vector<Row> acknowledge(Queue queue, std::uint64_t below) = 0;
   /// The number that the next append() gives.
   virtual std::uint64_t nextNumber(Queue queue) const = 0;
+  /// Whether the other end, if its store and this one are what they were, can wait for this number: it never
+  /// waits for what it has acknowledged, nor for more than could be sent to it.
+  virtual bool canWaitFor(Queue queue, std::uint64_t next) const = 0;
+  /// Rows, those that are there and those that come, may be sent from now on, or no longer.
+  virtual bool setSending(bool sending) = 0;
 
   /// The context to send, with its version; a version of 0 is no context.
   virtual Row context() const = 0;
   virtual std::uint64_t contextVersion() const = 0;
-  virtual void setContext(Row context) = 0;
+  virtual bool setContext(const Row& context) = 0;
 
   virtual Cursor cursor() const = 0;
-  /// Forgets how far the other end's former numbering went.
-  virtual void restart(const Cursor& cursor) = 0;
-  /// Keeps a received row and moves the cursor past it, in one step; false when it cannot be kept.
-  virtual bool receive(Queue queue, Row row) = 0;
-  /// The same for the received context.
-  virtual bool receiveContext(Row context) = 0;
+  /// Forgets how far the other end's former numbering went. Received rows stay.
+  virtual bool restart(const Cursor& cursor) = 0;
+  /// Keeps received rows and moves the cursor past them, all in one step. Gives the id of the first; the
+  /// others follow it.
+  virtual std::optional<std::uint64_t> receive(Queue queue, std::span<const Row> rows) = 0;
+  /// The same for the received context, in the place of the one before.
+  virtual bool receiveContext(const Row& context) = 0;
   /// Moves the cursor past a row that is refused.
-  virtual void skip(Queue queue, std::uint64_t number) = 0;
-  /// The application has handled a received row.
-  virtual void removeReceived(Queue queue, std::uint64_t number) = 0;
+  virtual bool skip(Queue queue, std::uint64_t number) = 0;
+
+  /// What a former process received and did not handle, in its order; all of it is `again`.
+  virtual std::vector<Received> received(Queue queue) const = 0;
+  virtual std::optional<Row> receivedContext() const = 0;
+  /// The application has handled it. Kept by the next flush(), or the end of this store.
+  virtual void removeReceived(std::uint64_t id) = 0;
+  virtual void contextWasHandled(std::uint64_t version) = 0;
+  virtual void flush() = 0;
+
+  /// Ends the pairing: pin, cursor, queues and contexts go in one step, the epoch is a new one. Gives the
+  /// numbers of the rows that were still to be sent, items first; nothing when it could not be done.
+  struct Unsent {
+    std::vector<std::uint64_t> items;
+    std::vector<std::uint64_t> files;
+  };
+  virtual std::optional<Unsent> unpair() = 0;
+
+  /// For tests, which may let the process die here.
+  virtual void passes(CrashPoint) {}
 };
 
 }  // namespace tunevale::link

@@ -18,16 +18,18 @@ class Mailbox;
 struct OutgoingMessage;
 enum class Queue;
 class SessionCore;
+class Spool;
 
 /// Runs blocks one at a time, first in first out, never inside the call.
 using Executor = std::function<void(Block)>;
 
 struct SessionOptions {
   Role role = Role::watch;
-  /// Received files and copies of files to send lie here; it exists and is this session's alone. What a
-  /// former session left in it is removed.
+  /// Received files and copies of files to send lie here, this session's alone; made where it is missing. It
+  /// belongs to the store: what a former session left in it and the store does not know is removed.
   std::string spoolFolder;
   Timing timing;
+  std::shared_ptr<Spool> spool{};  // in the place of the folder, for tests
 };
 
 /// One end of the paired link. Operations may be called from any thread and return at once, unless they say
@@ -73,6 +75,10 @@ class Session {
   /// one that introduces itself well replaces the one before. Strand only.
   using Closed = std::function<void(const std::string& reason, Duration openFor)>;
   void adopt(std::unique_ptr<Stream> stream, bool opener, Closed closed = {});
+  /// Ends the pairing on this end, at once and for good, and on the other where it can be reached: pin,
+  /// queues and cursors go. The connection closes within a second. Error 7015 when it cannot be written: then
+  /// nothing has changed. Any thread.
+  std::optional<Error> unpair();
   /// Says goodbye and closes what is open; a connector may bring another. Strand only.
   void disconnect(const std::string& reason);
 

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "link/KeyHash.h"
+#include "link/LinkStore.h"
+
+namespace tunevale::link {
+
+/// A store in one file (mode 0600), which survives the process and the power. Whoever has it open has it
+/// alone. The folder must exist.
+class SqliteStore : public LinkStore {
+ public:
+  struct Options {
+    std::string path;  // empty: in memory, gone with the store
+    std::string vfs;   // SQLite's way to the disk, for tests; empty: the usual one
+  };
+  /// `fresh`: the epoch if the file is a new one. Throws std::runtime_error with a reason of one line when
+  /// the file cannot be used: damaged, open elsewhere, of a later version.
+  SqliteStore(const Options& options, const Epoch& fresh);
+  ~SqliteStore() override;
+
+  /// The paired end's key; nothing while unpaired. Does not wait for the disk.
+  std::optional<KeyHash> pin() const;
+  /// Pairs. Another key than the one before takes nothing over: what was queued for that or came from it goes
+  /// in the same step, and the epoch is a new one. False: nothing has changed.
+  bool setPin(const KeyHash& key);
+
+  Epoch epoch() const override;
+  std::optional<std::uint64_t> append(Queue queue, ByteView body) override;
+  std::optional<Row> firstFrom(Queue queue, std::uint64_t number) const override;
+  bool remove(Queue queue, std::uint64_t number, bool delivered) override;
+  std::vector<Row> acknowledge(Queue queue, std::uint64_t below) override;
+  std::uint64_t nextNumber(Queue queue) const override;
+  bool canWaitFor(Queue queue, std::uint64_t next) const override;
+  bool setSending(bool sending) override;
+  Row context() const override;
+  std::uint64_t contextVersion() const override;
+  bool setContext(const Row& context) override;
+  Cursor cursor() const override;
+  bool restart(const Cursor& cursor) override;
+  std::optional<std::uint64_t> receive(Queue queue, std::span<const Row> rows) override;
+  bool receiveContext(const Row& context) override;
+  bool skip(Queue queue, std::uint64_t number) override;
+  std::vector<Received> received(Queue queue) const override;
+  std::optional<Row> receivedContext() const override;
+  void removeReceived(std::uint64_t id) override;
+  void contextWasHandled(std::uint64_t version) override;
+  void flush() override;
+  std::optional<Unsent> unpair() override;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace tunevale::link
