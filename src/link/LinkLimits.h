@@ -25,7 +25,7 @@ inline constexpr std::size_t kMostStrangers = 10;
 /// how long one keeps its place while others wait for it.
 inline constexpr std::size_t kMostHandshakes = 10;
 inline constexpr std::size_t kMostHandshakeBytes = 8 * 1024;
-inline constexpr std::chrono::milliseconds kHandshakeGrace{50};
+inline constexpr std::chrono::milliseconds kHandshakeGrace{20};
 /// Attempts to pair that may fail before the window closes.
 inline constexpr int kMostPairingFailures = 3;
 

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "foundation/PlistValue.h"
 #include "link/FrameReader.h"
 #include "link/LinkLimits.h"
 #include "link/PairingSecrets.h"
@@ -15,8 +16,7 @@ namespace tunevale::link {
 enum class PairingOutcome {
   paired,      // both ends have pinned
   incomplete,  // pinned here; the connection ended before the other end said the same
-  refused,     // a user said no, here or there
-  failed,      // proofs or frames were wrong, or the other end went, or took too long
+  failed,      // a user said no, proofs or frames were wrong, or the other end went or took too long
 };
 
 class PairingExchange;
@@ -26,8 +26,8 @@ class PairingOwner {
  public:
   virtual ~PairingOwner() = default;
   /// The phone's first frame has come (watch only). Text: why not, and the exchange ends with it.
-  virtual std::optional<std::string> objectionToAttempt(PairingExchange& exchange) = 0;
-  /// The token that a phone may prove; each call that finds one uses it up when `proved` holds for it.
+  virtual std::optional<std::string> objectionToAttempt(PairingExchange& exchange, bool byToken) = 0;
+  /// Whether `proved` holds for the token that is to be proved now, which is then used up (watch only).
   virtual bool takeToken(const std::function<bool(const PairingToken&)>& proved) = 0;
   /// Show these six digits and call confirm() with the user's answer.
   virtual void compare(const std::string& code) = 0;
@@ -71,13 +71,12 @@ class PairingExchange : private StreamReceiver {
   void takeReveal(const Frame& frame);
   void takeProof(const Frame& frame);
   void takeToken(const Frame& frame);
-  void takeDone();
-  void compare();
+  void takeFail(const Frame& frame);
+  void startComparing();
   void pinWhenProved();
-  void pinNow();
-  void send(FrameType type, const char* key, ByteView value);
-  void wait(Duration limit);
-  void fail(PairingOutcome outcome, const std::string& reason);
+  void expect(Phase phase, Duration limit);
+  void send(FrameType type, const char* key, const PlistValue& value);
+  void flush();
   void end(PairingOutcome outcome, const std::string& reason);
 
   Strand& strand_;
@@ -96,7 +95,6 @@ class PairingExchange : private StreamReceiver {
   bool said_ = false;    // the own user has said yes
   bool proved_ = false;  // the other end has proved that its user has
   bool pinned_ = false;
-  bool peerDone_ = false;
   std::unique_ptr<Timer> timer_;
 };
 

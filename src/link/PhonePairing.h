@@ -9,7 +9,8 @@
 
 namespace tunevale::link {
 
-/// The phone's side of pairing: one attempt at an address. Strand (the loop) only; destroying it gives up.
+/// The phone's side of pairing: one attempt at an address. Strand (the loop) only. Destroying it gives up;
+/// not from inside its callbacks.
 class PhonePairing : private PairingOwner {
  public:
   /// Begins at once. The last status is paired, incomplete or failed. Throws std::runtime_error when the host
@@ -23,7 +24,7 @@ class PhonePairing : private PairingOwner {
   const PairingStatus& status() const { return status_; }
 
  private:
-  std::optional<std::string> objectionToAttempt(PairingExchange&) override { return std::nullopt; }
+  std::optional<std::string> objectionToAttempt(PairingExchange&, bool) override { return std::nullopt; }
   bool takeToken(const std::function<bool(const PairingToken&)>&) override { return false; }
   void compare(const std::string& code) override;
   bool pin(const KeyHash& peer) override;

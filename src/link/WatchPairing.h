@@ -30,11 +30,12 @@ class WatchPairing : private PairingOwner {
   static PairingToken newToken();
 
  private:
-  std::optional<std::string> objectionToAttempt(PairingExchange& exchange) override;
+  std::optional<std::string> objectionToAttempt(PairingExchange& exchange, bool byToken) override;
   bool takeToken(const std::function<bool(const PairingToken&)>& proved) override;
   void compare(const std::string& code) override;
   bool pin(const KeyHash& peer) override;
   void exchangeDidEnd(PairingExchange& exchange, PairingOutcome outcome, const std::string& reason) override;
+  void stop(const std::string& reason);
   void report(PairingStatus::Step step, std::string text);
 
   Strand& strand_;
