@@ -2,9 +2,11 @@
 
 #include <atomic>
 
+#include "host/PairingDesk.h"
 #include "link/LinkLoop.h"
-#include "link/MemoryStore.h"
 #include "link/Session.h"
+#include "link/SqliteStore.h"
+#include "link/TlsListener.h"
 #include "platform/PhoneSessionDelegate.h"
 
 namespace tunevale::host {
@@ -42,11 +44,17 @@ class Receiver : public link::SessionDelegate {
     delegate->sessionDidFinishUserInfoTransfer(session_, {userInfo},
                                                error ? std::optional(platformError(*error)) : std::nullopt);
   }
-  void sessionStateDidChange(const link::LinkState&) override {
-    if (!closed && changed) changed();
+  void sessionDidUnpair() override {
+    if (!closed) desk->peerDidUnpair();
+  }
+  void sessionStateDidChange(const link::LinkState& state) override {
+    if (closed) return;
+    if (state.connected) desk->peerDidConnect();
+    if (changed) changed();
   }
 
   PhoneSessionDelegate* delegate = nullptr;  // set before anything is delivered
+  PairingDesk* desk = nullptr;               // the same; lives until this is closed
   std::function<void()> changed;
   std::atomic<bool> closed = false;
   std::atomic<std::size_t> pending = 0;
@@ -54,6 +62,12 @@ class Receiver : public link::SessionDelegate {
  private:
   PhoneSession& session_;
 };
+
+link::Epoch newEpoch() {
+  link::Epoch epoch{};
+  link::fillRandom(epoch);
+  return epoch;
+}
 
 /// Counts a request until its one handler has run.
 template <class Handler>
@@ -67,23 +81,50 @@ auto counted(const std::shared_ptr<Receiver>& receiver, Handler handler) {
 }  // namespace
 
 struct LinkPhoneSession::Parts {
-  Parts(PhoneSession& phoneSession, MainQueue& mainQueue, std::unique_ptr<SerialQueue> delivery,
-        Options options)
-      : receiver(std::make_shared<Receiver>(phoneSession)),
-        listener(loop, options.listenOn),
+  Parts(PhoneSession& phoneSession, MainQueue& main, std::unique_ptr<SerialQueue> delivery, Options options)
+      : mainQueue(main),
+        receiver(std::make_shared<Receiver>(phoneSession)),
+        identity(link::Identity::loadOrCreate(options.folder)),
+        store({.path = options.folder + "/link.sqlite", .vfs = {}}, newEpoch()),
+        desk({.strand = loop,
+              .store = store,
+              .own = identity.keyHash(),
+              .timing = options.timing,
+              .changed = [this] { tellChange(); },
+              .log = options.log ? options.log : [](const std::string&) {}}),
+        listener(loop, options.listenOn, identity, desk.rules()),
         queue(std::move(delivery)),
         session(
             std::in_place, loop, store,
-            link::SessionOptions{link::Role::watch, options.spoolFolder, options.timing}, *receiver,
-            [this](Block block) { queue->async(std::move(block)); },
-            [&mainQueue, held = receiver](Block block) {
-              mainQueue.async([held, block = std::move(block)] { block(); });
-            }) {}
+            link::SessionOptions{.role = link::Role::watch,
+                                 .spoolFolder = options.folder + "/Spool",
+                                 .timing = options.timing},
+            *receiver, [this](Block block) { queue->async(std::move(block)); },
+            [&main, held = receiver](Block block) {
+              main.async([held, block = std::move(block)] { block(); });
+            }) {
+    receiver->desk = &desk;
+    desk.connect(*session, {options.listenOn.host, listener.port()});
+  }
 
+  /// Pairing goes on before the session is activated, and is heard of by whoever listens then.
+  void tellChange() {
+    mainQueue.async([held = receiver] {
+      if (!held->closed && held->changed) held->changed();
+    });
+  }
+  void take(link::SecureStream stream) {
+    if (stream.isPairing) return desk.take(std::move(stream));
+    session->adopt(std::move(stream.stream), false);
+  }
+
+  MainQueue& mainQueue;
   const std::shared_ptr<Receiver> receiver;
   link::LinkLoop loop{"link"};
-  link::MemoryStore store{link::newEpoch(loop)};
-  link::TcpListener listener;
+  const link::Identity identity;
+  link::SqliteStore store;
+  PairingDesk desk;
+  link::TlsListener listener;
   std::unique_ptr<SerialQueue> queue;
   std::optional<link::Session> session;
 };
@@ -110,6 +151,14 @@ LinkPhoneSession::State LinkPhoneSession::state() const {
   return {parts_->session->isActivated(), state.reachable, state.needsUnlock};
 }
 
+PairingControl& LinkPhoneSession::pairing() {
+  return parts_->desk;
+}
+
+const link::KeyHash& LinkPhoneSession::keyHash() const {
+  return parts_->identity.keyHash();
+}
+
 void LinkPhoneSession::setChangeHandler(std::function<void()> handler) {
   parts_->receiver->changed = std::move(handler);
 }
@@ -126,8 +175,7 @@ void LinkPhoneSession::activateSession() {
   if (parts_->receiver->delegate == nullptr || parts_->session->isActivated()) return;
   parts_->session->activate();
   parts_->loop.post([parts = parts_.get()] {
-    parts->listener.start(
-        [parts](std::unique_ptr<link::Stream> stream) { parts->session->adopt(std::move(stream), false); });
+    parts->listener.start([parts](link::SecureStream stream) { parts->take(std::move(stream)); });
   });
 }
 

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "link/Identity.h"
 #include "link/LinkLimits.h"
 #include "link/TcpListener.h"
 #include "platform/PhoneSession.h"
@@ -13,15 +14,19 @@
 
 namespace tunevale::host {
 
-/// The phone session over the paired link. The watch listens, the phone connects. The session is activated
-/// from activateSession() on, whether or not a phone is there; whether one is, isReachable() tells.
+class PairingControl;
+
+/// The phone session over the paired link. The watch listens, the paired phone connects. The session is
+/// activated from activateSession() on, whether or not a phone is there; whether one is, isReachable() tells.
 class LinkPhoneSession : public PhoneSession {
  public:
   struct Options {
     link::Endpoint listenOn;
-    /// Received files lie here while they are handled. It exists and is this session's alone.
-    std::string spoolFolder;
+    /// Key, pairing, queues and received files are here, for this session alone; made where it is missing.
+    std::string folder;
     link::Timing timing{};
+    /// A line for the log; any thread. May be empty.
+    std::function<void(const std::string&)> log{};
   };
   struct State {
     bool activated = false;
@@ -29,7 +34,8 @@ class LinkPhoneSession : public PhoneSession {
     bool locked = false;
   };
 
-  /// Takes the address at once. Throws std::runtime_error with a reason of one line when it cannot be used.
+  /// Takes the address at once. Throws std::runtime_error with a reason of one line when it, or the folder,
+  /// cannot be used.
   /// What arrives runs on `delivery`; the main queue outlives the session.
   LinkPhoneSession(MainQueue& mainQueue, std::unique_ptr<SerialQueue> delivery, Options options);
   /// Runs what was delivered already. On the main queue, or while that does not run.
@@ -38,7 +44,12 @@ class LinkPhoneSession : public PhoneSession {
   /// The port listened on, also when the system chose it.
   std::uint16_t port() const;
   State state() const;  // any thread
-  /// Called on the main queue after the state has changed. Set it before activateSession().
+  /// Who the phone is, and how it becomes another one. Lives as long as the session.
+  PairingControl& pairing();
+  /// This end's key.
+  const link::KeyHash& keyHash() const;
+  /// Called on the main queue after the state, or what is known of pairing, has changed. Set it before
+  /// activateSession().
   void setChangeHandler(std::function<void()> handler);
   /// Requests whose handler has not run yet. Any thread.
   std::size_t pendingRequests() const;

@@ -7,6 +7,7 @@
 #include "host/InputHandler.h"
 #include "host/LayoutReader.h"
 #include "host/Navigation.h"
+#include "host/PairingPage.h"
 #include "host/Publisher.h"
 #include "host/RunLoop.h"
 #include "host/ScreenState.h"
@@ -31,7 +32,9 @@ struct WatchDisplay::Parts {
         settler(platform.mainQueue, std::move(options.pendingRequests)),
         inputs(navigation),
         server(loop.context(), options.address),
-        display(server, {publisher, inputs, settler, images, layout.imageFolder, options.webFolder}) {
+        display(server, {publisher, inputs, settler, images, layout.imageFolder, options.webFolder}),
+        pairing(options.pairing) {
+    if (pairing != nullptr) addPairingRoutes(server, *pairing);
     loop.setTurnEndHandler([this] { turnDidEnd(); });
   }
   ~Parts() { loop.setTurnEndHandler(nullptr); }
@@ -39,11 +42,15 @@ struct WatchDisplay::Parts {
   boost::json::object currentScreen() {
     phone = PhoneState::of(platform.defaultSession);
     face.setShown(!navigation.isForeground());
-    return screenJson(navigation, face.answers(), phone, images);
+    boost::json::object screen = screenJson(navigation, face.answers(), phone, images);
+    if (pairing != nullptr) pairingView = pairing->view();
+    screen["pairing"] = pairing != nullptr ? boost::json::value(pairingJson(pairingView)) : nullptr;
+    return screen;
   }
 
   void turnDidEnd() {
-    if (PhoneState::of(platform.defaultSession) != phone) publisher.markChanged();
+    const bool pairingChanged = pairing != nullptr && pairing->view() != pairingView;
+    if (pairingChanged || PhoneState::of(platform.defaultSession) != phone) publisher.markChanged();
     if (display.hasDisplays()) publisher.publish();
     settler.turnDidEnd();
   }
@@ -61,6 +68,8 @@ struct WatchDisplay::Parts {
   InputHandler inputs;
   http::HttpServer server;
   DisplayServer display;
+  PairingControl* const pairing;
+  PairingView pairingView;
 };
 
 WatchDisplay::WatchDisplay(Platform& platform, RunLoop& loop, const ControllerRegistry& registry,

@@ -17,6 +17,7 @@ class HttpServer;
 namespace tunevale::host {
 
 class ControllerRegistry;
+class PairingControl;
 class RunLoop;
 
 /// The watch as others see it: the screens of a layout, shown by a display server on the main loop. Main
@@ -29,6 +30,8 @@ class WatchDisplay {
     http::Address address;
     /// How many answers the phone still owes; answers to inputs wait for them. May be empty.
     std::function<std::size_t()> pendingRequests;
+    /// Null where there is nobody to pair with. It outlives the display.
+    PairingControl* pairing = nullptr;
   };
 
   /// Reads the layout and listens. Everything handed in outlives it; it uses the loop's turn end handler, and
@@ -40,7 +43,7 @@ class WatchDisplay {
 
   /// Opens the initial screen: once, when the extension has launched and before the loop runs.
   void start();
-  /// To be called when the phone's state may have changed. Any thread, while the loop lives.
+  /// To be called when the phone's state, or pairing, may have changed. Any thread, while the loop lives.
   void phoneStateDidChange();
   /// For further pages on the same server.
   http::HttpServer& server();

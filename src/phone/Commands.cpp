@@ -69,7 +69,8 @@ void Commands::obey(std::string_view line, Origin origin) {
 }
 
 Commands::Deed Commands::deed(const std::string& name, CommandReader& reader, Origin origin) {
-  for (Deed found : {sending(name, reader, origin), pushing(name, reader), playing(name, reader)}) {
+  for (Deed found :
+       {sending(name, reader, origin), pushing(name, reader), playing(name, reader), pairing(name, reader)}) {
     if (found) return found;
   }
   if (name == "set") return switching(reader);
@@ -218,6 +219,25 @@ Commands::Deed Commands::caching(CommandReader& reader) {
     for (const std::string& id : removed) state_.cached.erase(id);
     if (state_.cached != before) pushes_.want(Pushes::Thing::cachedContext);
   };
+}
+
+Commands::Deed Commands::pairing(const std::string& name, CommandReader& reader) {
+  if (name == "unpair") return [this] { link_.unpair(); };
+  if (name == "pair") {
+    const auto address =
+        link::parsePairingAddress(reader.required<std::string>("address", &CommandReader::text));
+    if (!address) reader.fail("address is none to pair with");
+    return [this, address] { link_.pair(*address); };
+  }
+  if (name == "confirm_pairing" || name == "refuse_pairing") {
+    const std::string code = reader.required<std::string>("code", &CommandReader::text);
+    const PairingState& now = state_.pairing;
+    if (now.status.step != link::PairingStatus::Step::comparing || now.status.code != code) {
+      reader.fail("that code is not being compared");
+    }
+    return [this, code, yes = name == "confirm_pairing"] { link_.answerPairing(code, yes); };
+  }
+  return {};
 }
 
 }  // namespace tunevale::phone

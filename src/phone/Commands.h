@@ -38,6 +38,7 @@ class Commands {
   Deed playing(const std::string& name, CommandReader& reader);
   Deed switching(CommandReader& reader);
   Deed caching(CommandReader& reader);
+  Deed pairing(const std::string& name, CommandReader& reader);
   /// A deed that counts as done by the phone's owner.
   Deed player(void (Player::*operation)());
 

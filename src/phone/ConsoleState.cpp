@@ -58,6 +58,10 @@ json::object switchesObject(const Switches& switches) {
           {"failing", switches.failing}, {"pushes", switches.pushes},       {"refuse", switches.refuse}};
 }
 
+json::value textOrNull(std::string_view text) {
+  return text.empty() ? json::value() : json::value(json::string(text));
+}
+
 json::array logArray(const Traffic& traffic) {
   json::array lines;
   for (auto entry = traffic.log().rbegin(); entry != traffic.log().rend(); ++entry) {
@@ -83,6 +87,14 @@ std::string plainText(std::string_view catalogueText) {
   return text;
 }
 
+json::object pairingObject(const PairingState& pairing) {
+  return {{"watch", textOrNull(pairing.watch ? link::fingerprint(*pairing.watch) : "")},
+          {"step", wordFor(pairing.status.step)},
+          {"code", textOrNull(pairing.status.code)},
+          {"text", textOrNull(pairing.status.text)},
+          {"trouble", textOrNull(wordFor(pairing.trouble))}};
+}
+
 json::object stateObject(const PhoneState& state) {
   const Player& player = state.player;
   json::array queue;
@@ -103,7 +115,8 @@ json::object stateObject(const PhoneState& state) {
           {"languages", std::move(languages)},
           {"cached", std::move(cached)},
           {"switches", switchesObject(state.switches)},
-          {"link", {{"connected", state.link.connected}, {"reachable", state.link.reachable}}}};
+          {"link", {{"connected", state.link.connected}, {"reachable", state.link.reachable}}},
+          {"pairing", pairingObject(state.pairing)}};
 }
 
 std::string consoleState(const PhoneState& state, const Traffic& traffic) {

@@ -11,7 +11,9 @@ namespace tunevale::phone {
 
 /// What the phone is doing, for "state" events and the console; docs/phone.md gives the shape.
 boost::json::object stateObject(const PhoneState& state);
-/// The same with what moves by itself ("position", "now") and the log of the link.
+/// How it is paired, for "pairing" events.
+boost::json::object pairingObject(const PairingState& pairing);
+/// The same as stateObject() with what moves by itself ("position", "now") and the log of the link.
 std::string consoleState(const PhoneState& state, const Traffic& traffic);
 
 /// Catalogue text as a person reads it: the usual HTML entities undone, once.

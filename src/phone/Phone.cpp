@@ -6,9 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "link/Connector.h"
 #include "link/LinkLoop.h"
-#include "link/MemoryStore.h"
+#include "link/Session.h"
+#include "link/SqliteStore.h"
+#include "phone/PairingClerk.h"
 #include "phone/SessionWatchLink.h"
 
 namespace tunevale::phone {
@@ -17,25 +18,32 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A folder of this process alone.
-class ScratchFolder {
+/// The given folder, or one of this process alone.
+class PhoneFolder {
  public:
-  ScratchFolder() : path_((fs::temp_directory_path() / "tunevale-phone-XXXXXX").string()) {
+  explicit PhoneFolder(const std::string& given) : path_(given), scratch_(given.empty()) {
+    if (!scratch_) return;
+    path_ = (fs::temp_directory_path() / "tunevale-phone-XXXXXX").string();
     if (::mkdtemp(path_.data()) == nullptr) throw std::runtime_error("cannot make a folder as " + path_);
-    fs::create_directory(spool());
   }
-  ~ScratchFolder() {
+  ~PhoneFolder() {
     std::error_code ignored;  // what is left is in the temporary folder, where it is swept away some day
-    fs::remove_all(path_, ignored);
+    if (scratch_) fs::remove_all(path_, ignored);
   }
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
+  PhoneFolder(const PhoneFolder&) = delete;
+  PhoneFolder& operator=(const PhoneFolder&) = delete;
   const std::string& path() const { return path_; }
-  std::string spool() const { return path_ + "/spool"; }
 
  private:
   std::string path_;
+  const bool scratch_;
 };
+
+link::Epoch newEpoch() {
+  link::Epoch epoch{};
+  link::fillRandom(epoch);
+  return epoch;
+}
 
 /// Tells everybody.
 class Observers : public PhoneObserver {
@@ -56,25 +64,38 @@ class Observers : public PhoneObserver {
 
 struct Phone::Parts {
   explicit Parts(const PhoneOptions& options)
-      : watchLink(loop, scratch.path(), options.timing),
-        session(loop, store, {link::Role::phone, scratch.spool(), options.timing}, watchLink, turn(), turn()),
+      : folder(options.folder),
+        identity(link::Identity::loadOrCreate(folder.path())),
+        store({.path = folder.path() + "/link.sqlite", .vfs = {}}, newEpoch()),
+        watchLink(loop, folder.path(), options.timing),
+        session(
+            loop, store,
+            {.role = link::Role::phone, .spoolFolder = folder.path() + "/Spool", .timing = options.timing},
+            watchLink, turn(), turn()),
         app(loop, watchLink, observers, options.settings),
-        connector(loop, session, link::tcpDial(loop, options.watch, options.timing), options.timing) {
-    watchLink.connect(session, app);
+        clerk({.loop = loop,
+               .identity = identity,
+               .store = store,
+               .session = session,
+               .timing = options.timing,
+               .changed = [this](const PairingState& state) { app.pairingDidChange(state); }}) {
+    clerk.setEndpoint(options.watch);
+    watchLink.connect(session, app, clerk);
     session.activate();
   }
   link::Executor turn() {
     return [this](link::Block block) { loop.post(std::move(block)); };
   }
 
-  const ScratchFolder scratch;
+  const PhoneFolder folder;
   link::LinkLoop loop{"phone"};
-  link::MemoryStore store{link::newEpoch(loop)};
+  const link::Identity identity;
+  link::SqliteStore store;
   Observers observers;
   SessionWatchLink watchLink;
   link::Session session;
   PhoneApp app;
-  link::Connector connector;
+  PairingClerk clerk;
 };
 
 Phone::Phone(PhoneOptions options) : parts_(std::make_unique<Parts>(options)) {}
@@ -87,8 +108,23 @@ void Phone::addObserver(std::shared_ptr<PhoneObserver> observer) {
   parts_->observers.all.push_back(std::move(observer));
 }
 
-void Phone::start() {
-  parts_->loop.post([parts = parts_.get()] { parts->connector.start(); });
+const link::KeyHash& Phone::keyHash() const {
+  return parts_->identity.keyHash();
+}
+
+std::optional<link::KeyHash> Phone::watch() const {
+  return parts_->store.pin();
+}
+
+void Phone::start(std::optional<link::PairingAddress> pair) {
+  parts_->loop.post([parts = parts_.get(), pair = std::move(pair)] {
+    if (parts->store.pin()) parts->app.pairingDidChange(parts->clerk.state());
+    if (pair) {
+      parts->clerk.pair(*pair);
+    } else {
+      parts->clerk.connect();
+    }
+  });
   parts_->loop.start();
 }
 

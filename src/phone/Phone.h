@@ -5,6 +5,7 @@
 #include <string>
 
 #include "link/LinkLimits.h"
+#include "link/PairingAddress.h"
 #include "link/TcpListener.h"
 #include "phone/PhoneApp.h"
 
@@ -15,7 +16,10 @@ class io_context;
 namespace tunevale::phone {
 
 struct PhoneOptions {
-  link::Endpoint watch;  // where the watch listens
+  link::Endpoint watch;  // where the paired watch listens
+  /// Key, pairing and queues are here, for this phone alone; made where it is missing. Empty: in a temporary
+  /// folder, which goes with the phone.
+  std::string folder{};
   PhoneSettings settings{};
   link::Timing timing{};
 };
@@ -24,8 +28,8 @@ struct PhoneOptions {
 /// commands and events. Any thread, unless it says otherwise.
 class Phone {
  public:
-  /// Makes a folder below the system's temporary folder, which goes with the phone. Throws std::runtime_error
-  /// with a reason of one line when it cannot, or when the address is no address.
+  /// Throws std::runtime_error with a reason of one line when the folder cannot be used, or when the address
+  /// is no address.
   explicit Phone(PhoneOptions options);
   /// Stops. Not on the phone's own thread.
   ~Phone();
@@ -34,8 +38,11 @@ class Phone {
 
   /// Hears what happens, on the phone's thread. Before start().
   void addObserver(std::shared_ptr<PhoneObserver> observer);
-  /// Starts the thread and begins to connect. Once.
-  void start();
+  /// This end's key, and that of the paired watch. Before start().
+  const link::KeyHash& keyHash() const;
+  std::optional<link::KeyHash> watch() const;
+  /// Starts the thread, pairs if there is an address for it, and connects. Once.
+  void start(std::optional<link::PairingAddress> pair = {});
   /// Ends the thread; nothing is heard of the phone any more. Not on its own thread.
   void stop();
 

@@ -23,6 +23,12 @@ void PhoneApp::linkStateDidChange(const link::LinkState& state) {
   core_->settle();
 }
 
+void PhoneApp::pairingDidChange(const PairingState& pairing) {
+  core_->state.pairing = pairing;
+  core_->events.emit("pairing", pairingObject(pairing));
+  core_->settle();
+}
+
 Answer PhoneApp::didReceiveMessage(const PlistDictionary& message) {
   core_->catchUp();
   Answer answer = core_->requests.answer(message);

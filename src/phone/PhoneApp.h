@@ -15,6 +15,7 @@
 namespace tunevale::phone {
 
 class PhoneCore;
+struct PairingState;
 
 /// Where a command comes from. The console may not name files of this machine.
 enum class Origin { script, console };
@@ -32,6 +33,7 @@ class PhoneApp {
   ~PhoneApp();
 
   void linkStateDidChange(const link::LinkState& state);
+  void pairingDidChange(const PairingState& pairing);
 
   /// What the watch sent. What the request brings about goes to the link before the answer is given back.
   Answer didReceiveMessage(const PlistDictionary& message);

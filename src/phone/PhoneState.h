@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "link/SessionDelegate.h"
+#include "phone/PairingState.h"
 #include "phone/PhoneSettings.h"
 #include "phone/Player.h"
 
@@ -19,6 +20,7 @@ struct PhoneState {
   std::set<std::string> cached;  // ids of the songs that are on the phone
   Switches switches;
   link::LinkState link;
+  PairingState pairing;
 
   PlistArray cachedIds() const {
     PlistArray ids;

@@ -4,6 +4,8 @@
 #include <fstream>
 #include <utility>
 
+#include "phone/PairingClerk.h"
+
 namespace tunevale::phone {
 
 namespace {
@@ -14,9 +16,22 @@ Outcome failure(const link::Error& error) {
 
 }  // namespace
 
-void SessionWatchLink::connect(link::Session& session, PhoneApp& app) {
+void SessionWatchLink::connect(link::Session& session, PhoneApp& app, PairingClerk& clerk) {
   session_ = &session;
   app_ = &app;
+  clerk_ = &clerk;
+}
+
+void SessionWatchLink::pair(const link::PairingAddress& address) {
+  clerk_->pair(address);
+}
+
+void SessionWatchLink::answerPairing(std::string_view code, bool yes) {
+  clerk_->answer(code, yes);
+}
+
+void SessionWatchLink::unpair() {
+  clerk_->unpair();
 }
 
 void SessionWatchLink::sendMessage(const PlistDictionary& message, Done done) {
@@ -137,7 +152,12 @@ void SessionWatchLink::sessionDidDeliverApplicationContext(std::uint64_t version
   }
 }
 
+void SessionWatchLink::sessionDidUnpair() {
+  clerk_->watchDidUnpair();
+}
+
 void SessionWatchLink::sessionStateDidChange(const link::LinkState& state) {
+  if (state.connected) clerk_->watchDidConnect();
   app_->linkStateDidChange(state);
 }
 

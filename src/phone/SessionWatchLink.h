@@ -11,6 +11,8 @@
 
 namespace tunevale::phone {
 
+class PairingClerk;
+
 /// The way to the watch over the paired link, and what comes back. Its session delivers and answers on the
 /// strand; so everything here runs there.
 class SessionWatchLink : public WatchLink, public link::SessionDelegate {
@@ -18,8 +20,8 @@ class SessionWatchLink : public WatchLink, public link::SessionDelegate {
   /// `folder`: for files on their way into the session's spool; exists and is this object's alone.
   SessionWatchLink(link::Strand& strand, std::string folder, const link::Timing& timing)
       : strand_(strand), folder_(std::move(folder)), timing_(timing) {}
-  /// Before anything else; both outlive every call.
-  void connect(link::Session& session, PhoneApp& app);
+  /// Before anything else; all outlive every call.
+  void connect(link::Session& session, PhoneApp& app, PairingClerk& clerk);
 
   void sendMessage(const PlistDictionary& message, Done done) override;
   void sendMessageData(const Bytes& data, Done done) override;
@@ -28,6 +30,9 @@ class SessionWatchLink : public WatchLink, public link::SessionDelegate {
   void transferFile(const Bytes& contents, const PlistDictionary& metadata, Done done) override;
   void setActive(bool active) override { session_->setActive(active); }
   void setLocked(bool locked) override { session_->setLocked(locked); }
+  void pair(const link::PairingAddress& address) override;
+  void answerPairing(std::string_view code, bool yes) override;
+  void unpair() override;
 
  private:
   using Waiting = std::map<std::uint64_t, Done>;
@@ -46,6 +51,7 @@ class SessionWatchLink : public WatchLink, public link::SessionDelegate {
                                         const std::optional<link::Error>& error) override;
   void sessionDidFinishFileTransfer(std::uint64_t number, const std::optional<link::Error>& error) override;
   void sessionDidDeliverApplicationContext(std::uint64_t version) override;
+  void sessionDidUnpair() override;
   void sessionStateDidChange(const link::LinkState& state) override;
 
   void await(Waiting& waiting, const link::Session::Transfer& transfer, Done done);
@@ -59,6 +65,7 @@ class SessionWatchLink : public WatchLink, public link::SessionDelegate {
   const link::Timing timing_;
   link::Session* session_ = nullptr;
   PhoneApp* app_ = nullptr;
+  PairingClerk* clerk_ = nullptr;
   Waiting userInfos_;
   Waiting files_;
   std::multimap<std::uint64_t, Done> contexts_;  // by version

@@ -6,6 +6,7 @@
 #include "foundation/Bytes.h"
 #include "foundation/PlistDictionary.h"
 #include "link/LinkErrors.h"
+#include "link/PairingAddress.h"
 
 namespace tunevale::phone {
 
@@ -35,6 +36,11 @@ class WatchLink {
   /// What this end tells of itself: whether it takes messages, and whether it waits to be unlocked.
   virtual void setActive(bool active) = 0;
   virtual void setLocked(bool locked) = 0;
+
+  /// Who the watch is. A link that always has the same one does nothing.
+  virtual void pair(const link::PairingAddress& /*address*/) {}
+  virtual void answerPairing(std::string_view /*code*/, bool /*yes*/) {}
+  virtual void unpair() {}
 };
 
 }  // namespace tunevale::phone

@@ -1,0 +1,152 @@
+#include "host/PairingDesk.h"
+
+#include "link/PairingAddress.h"
+#include "link/Session.h"
+#include "link/SqliteStore.h"
+
+namespace tunevale::host {
+
+using Step = link::PairingStatus::Step;
+using Trouble = PairingView::Trouble;
+
+PairingDesk::PairingDesk(Parts parts)
+    : parts_(std::move(parts)),
+      pairing_(parts_.strand, parts_.own,
+               {.pin = [this](const link::KeyHash& peer) { return pin(peer); },
+                .changed = [this](const link::PairingStatus& status) { statusDidChange(status); }},
+               parts_.timing) {}
+
+PairingDesk::~PairingDesk() {
+  *alive_ = false;
+}
+
+link::TlsListener::Rules PairingDesk::rules() {
+  return {.pin = [this] { return parts_.store.pin(); },
+          .isPairing = [this] { return pairing_.isOpen(); },
+          .refused = [this](const link::Refused& refused) { connectionWasRefused(refused); },
+          .timing = parts_.timing};
+}
+
+void PairingDesk::connect(link::Session& session, const link::Endpoint& endpoint) {
+  session_ = &session;
+  endpoint_ = endpoint;
+}
+
+bool PairingDesk::pin(const link::KeyHash& peer) {
+  const auto before = parts_.store.pin();
+  // The former phone is told where it can be, and is gone in any case before the new one comes.
+  if (before && *before != peer && session_->unpair()) return false;
+  if (!parts_.store.setPin(peer)) return false;
+  update([](PairingView& view) {
+    view.trouble = Trouble::none;
+    view.stranger.reset();
+  });
+  return true;
+}
+
+void PairingDesk::statusDidChange(const link::PairingStatus& status) {
+  const bool open = pairing_.isOpen();
+  update([&](PairingView& view) {
+    view.status = status;
+    if (status.step == Step::incomplete) view.trouble = Trouble::incomplete;
+    if (open) return;
+    view.address.clear();
+    view.closesAt = {};
+  });
+}
+
+void PairingDesk::connectionWasRefused(const link::Refused& refused) {
+  using link::Refusal;
+  Trouble trouble = Trouble::none;
+  if (refused.why == Refusal::otherKey) trouble = Trouble::otherKey;
+  if (refused.why == Refusal::notPaired || refused.why == Refusal::notKnown) trouble = Trouble::incomplete;
+  if (trouble == Trouble::none) return;
+  bool news = false;
+  update([&](PairingView& view) {
+    // The worse one stays until the person has read it.
+    if (view.trouble == Trouble::otherKey) return;
+    news = view.trouble != trouble;
+    view.trouble = trouble;
+    view.stranger = trouble == Trouble::otherKey ? refused.key : std::nullopt;
+  });
+  if (news) parts_.log("Phone link: " + refused.text);
+}
+
+void PairingDesk::peerDidConnect() {
+  update([](PairingView& view) {
+    if (view.trouble == Trouble::incomplete) view.trouble = Trouble::none;
+  });
+}
+
+void PairingDesk::peerDidUnpair() {
+  update([](PairingView& view) {
+    view.trouble = Trouble::none;
+    view.stranger.reset();
+    if (view.status.step == Step::paired || view.status.step == Step::incomplete) view.status = {};
+  });
+  parts_.changed();  // the pin is the store's
+}
+
+PairingView PairingDesk::view() const {
+  PairingView view;
+  {
+    const MutexLock lock(mutex_);
+    view = view_;
+  }
+  view.peer = parts_.store.pin();
+  return view;
+}
+
+void PairingDesk::post(std::function<void()> block) {
+  parts_.strand.post([alive = alive_, block = std::move(block)] {
+    if (*alive) block();
+  });
+}
+
+std::string PairingDesk::open(bool byCode, bool withToken) {
+  link::PairingAddress address{endpoint_, parts_.own, std::nullopt};
+  if (withToken) address.token = link::WatchPairing::newToken();
+  post([this, byCode, address] {
+    update([&](PairingView& view) {
+      view.address = inWords(address);
+      view.closesAt = std::chrono::system_clock::now() + parts_.timing.pairingWindow;
+    });
+    pairing_.open(byCode, address.token);
+  });
+  return inWords(address);
+}
+
+void PairingDesk::close() {
+  post([this] { pairing_.close(); });
+}
+
+void PairingDesk::answer(std::string_view code, bool yes) {
+  post([this, code = std::string(code), yes] {
+    if (pairing_.status().step == Step::comparing && pairing_.status().code == code) pairing_.confirm(yes);
+  });
+}
+
+std::optional<std::string> PairingDesk::unpair() {
+  if (const auto error = session_->unpair()) return error->description;
+  peerDidUnpair();
+  return std::nullopt;
+}
+
+void PairingDesk::dismissTrouble() {
+  update([](PairingView& view) {
+    view.trouble = Trouble::none;
+    view.stranger.reset();
+  });
+}
+
+void PairingDesk::update(const std::function<void(PairingView&)>& change) {
+  {
+    const MutexLock lock(mutex_);
+    const PairingView before = view_;
+    change(view_);
+    if (view_ == before) return;
+  }
+  parts_.changed();
+}
+
+}  // namespace tunevale::host
