@@ -6,7 +6,8 @@
 namespace tunevale::link {
 namespace {
 
-constexpr std::size_t kBatch = 64 * 1024;  // frames that go out in one write
+constexpr std::size_t kBatch = 64 * 1024;                // frames that go out in one write
+constexpr std::chrono::milliseconds kMostFarewell{500};  // for a last word to be taken
 
 }  // namespace
 
@@ -54,7 +55,7 @@ void Connection::wake() {
   Bytes batch = std::move(first_);
   first_.clear();
   FrameWriter frames(batch);
-  while (phase_ == Phase::open && batch.size() < kBatch && owner_.fill(frames)) {
+  while (phase_ == Phase::open && !leaving_ && batch.size() < kBatch && owner_.fill(frames)) {
   }
   if (batch.empty()) return;
   writing_ = true;
@@ -75,6 +76,14 @@ void Connection::setPaused(bool paused) {
   }
 }
 
+void Connection::closeAfter(FrameType last, const std::string& reason) {
+  if (phase_ == Phase::closed || leaving_) return;
+  FrameWriter(first_).add(last, 0);
+  leaving_ = reason;
+  silenceTimer_ = strand_.after(kMostFarewell, [this, reason] { end(reason); });
+  wake();
+}
+
 void Connection::close(const std::string& reason) {
   if (phase_ == Phase::closed) return;
   if (!writing_) {
@@ -93,7 +102,11 @@ void Connection::streamDidRead(ByteView bytes) {
 
 void Connection::streamDidWrite() {
   writing_ = false;
-  wake();
+  if (leaving_ && first_.empty()) {
+    close(std::string(*leaving_));
+  } else {
+    wake();
+  }
 }
 
 void Connection::streamDidEnd(const std::string& reason) {
@@ -101,7 +114,7 @@ void Connection::streamDidEnd(const std::string& reason) {
 }
 
 void Connection::takeFrames() {
-  while (phase_ != Phase::closed && !paused_ && rateTimer_ == nullptr) {
+  while (phase_ != Phase::closed && !leaving_ && !paused_ && rateTimer_ == nullptr) {
     if (const Duration wait = rate_.wait(strand_.now()); wait > Duration::zero()) {
       stream_->setReading(false);
       rateTimer_ = strand_.after(wait, [this] {

@@ -42,6 +42,8 @@ class Connection : private StreamReceiver {
   void wake();
   /// Whether to stop taking frames. The other end is still told that this one lives.
   void setPaused(bool paused);
+  /// Sends this frame as the last one, and closes once it is on its way, or soon without.
+  void closeAfter(FrameType last, const std::string& reason);
   /// Says why, as far as there is a way to, and closes.
   void close(const std::string& reason);
 
@@ -69,6 +71,7 @@ class Connection : private StreamReceiver {
   Bytes first_;
   bool writing_ = false;
   bool paused_ = false;
+  std::optional<std::string> leaving_;  // why; nothing more is taken or sent
   Time heard_;
   Time pinged_;
   Time opened_;

@@ -2,6 +2,10 @@
 
 namespace tunevale::link {
 
+void Contexts::deliverReceived() {
+  if (const std::optional<Row> context = store_.receivedContext()) deliver(context->number, context->body);
+}
+
 void Contexts::resume(std::uint64_t version) {
   written_ = version;
   if (version > 0) didDeliver(version);
@@ -10,8 +14,9 @@ void Contexts::resume(std::uint64_t version) {
 bool Contexts::fill(FrameWriter& frames) {
   if (store_.contextVersion() <= written_) return false;
   const Row context = store_.context();
-  frames.add(FrameType::context, context.number, context.body);
   written_ = context.number;
+  if (context.body.empty()) return false;  // went with an earlier pairing
+  frames.add(FrameType::context, context.number, context.body);
   return true;
 }
 
@@ -28,13 +33,27 @@ bool Contexts::didReceiveContext(const Frame& frame) {
   owesAck_ = true;
   if (frame.id <= cursor.context) return true;
   if (!store_.receiveContext({frame.id, Bytes(frame.body.begin(), frame.body.end())})) return false;
-  // One that does not decode is acknowledged all the same: sending it again would not mend it.
-  if (const std::optional<PlistDictionary> context = readBody(frame.body)) {
-    delivery_.deliver(frame.body.size(), [context = *context](SessionDelegate& delegate) {
-      delegate.sessionDidReceiveApplicationContext(context);
-    });
-  }
+  deliver(frame.id, frame.body);
   return true;
+}
+
+void Contexts::deliver(std::uint64_t version, ByteView body) {
+  const std::optional<PlistDictionary> context = readBody(body);
+  if (!context) {
+    // It is acknowledged all the same: sending it again would not mend it.
+    store_.contextWasHandled(version);
+    return;
+  }
+  delivery_.deliver(
+      {.bytes = body.size(), .isKept = true},
+      [&store = store_, context = *context](SessionDelegate& delegate) {
+        store.passes(CrashPoint::handlerBefore);
+        delegate.sessionDidReceiveApplicationContext(context);
+      },
+      [&store = store_, version] {
+        store.passes(CrashPoint::handlerAfter);
+        store.contextWasHandled(version);
+      });
 }
 
 void Contexts::didReceiveAck(const Frame& frame) {

@@ -11,6 +11,8 @@ class Contexts {
  public:
   Contexts(LinkStore& store, Delivery& delivery) : store_(store), delivery_(delivery) {}
 
+  /// Delivers what an earlier process received.
+  void deliverReceived();
   /// The other end has this version.
   void resume(std::uint64_t version);
   bool fill(FrameWriter& frames);
@@ -21,6 +23,7 @@ class Contexts {
   void connectionDidClose() { owesAck_ = false; }
 
  private:
+  void deliver(std::uint64_t version, ByteView body);
   void didDeliver(std::uint64_t version);
 
   LinkStore& store_;

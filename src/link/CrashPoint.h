@@ -30,7 +30,6 @@ enum class CrashPoint {
   fileWhole,
   fileSynced,
   fileRenamed,
-  fileHandled,
   fileRemoved,
 };
 
@@ -43,6 +42,6 @@ inline constexpr std::array kCrashPointNames = {
     "file-copied",          "file-offered",          "file-chunk-sent",
     "file-row-removed",     "file-part-opened",      "file-chunk-kept",
     "file-whole",           "file-synced",           "file-renamed",
-    "file-handled",         "file-removed"};
+    "file-removed"};
 
 }  // namespace tunevale::link

@@ -17,19 +17,18 @@ bool succeeds(const Delivery::Call& call, SessionDelegate& delegate) {
 
 }  // namespace
 
-void Delivery::deliver(std::size_t bytes, Call call, int attempts, Block handled) {
+void Delivery::deliver(const Weight& weight, Call call, Block handled, int attempts) {
   ++payloads_;
-  bytes_ += bytes;
-  deliver_([mailbox = mailbox_, &delegate = delegate_, bytes, call = std::move(call), attempts,
+  bytes_ += weight.bytes;
+  fileBytes_ += weight.fileBytes;
+  deliver_([mailbox = mailbox_, &delegate = delegate_, weight, call = std::move(call), attempts,
             handled = std::move(handled)]() mutable {
     for (int attempt = 0; attempt < attempts; ++attempt) {
       if (succeeds(call, delegate)) break;
     }
     call = {};  // a reply handler in it that nobody kept is dropped here, before the next payload
-    mailbox->post([bytes, handled = std::move(handled)](SessionCore& core) {
-      if (handled) handled();
-      core.payloadWasHandled(bytes);
-    });
+    if (handled) handled();  // here, so that it is said of the last one too when the session is ending
+    mailbox->post([weight](SessionCore& core) { core.payloadWasHandled(weight); });
   });
 }
 
@@ -41,9 +40,10 @@ void Delivery::tellState(const LinkState& state) {
   answer_([&delegate = delegate_, state] { delegate.sessionStateDidChange(state); });
 }
 
-void Delivery::handled(std::size_t bytes) {
+void Delivery::handled(const Weight& weight) {
   --payloads_;
-  bytes_ -= bytes;
+  bytes_ -= weight.bytes;
+  fileBytes_ -= weight.fileBytes;
 }
 
 }  // namespace tunevale::link

@@ -17,8 +17,15 @@ class Delivery {
         deliver_(std::move(deliver)),
         answer_(std::move(answer)) {}
 
-  /// Calls the delegate in turn, up to `attempts` times as long as it throws; then `handled` on the strand.
-  void deliver(std::size_t bytes, Call call, int attempts = 1, Block handled = {});
+  /// What waits for its turn.
+  struct Weight {
+    std::size_t bytes = 0;
+    std::uint64_t fileBytes = 0;
+    bool isKept = false;  // the store has a word to say when it is handled
+  };
+  /// Calls the delegate in turn, up to `attempts` times as long as it throws; then `handled`, in the same
+  /// turn.
+  void deliver(const Weight& weight, Call call, Block handled = {}, int attempts = 1);
   /// Tells the delegate something that came from this end itself.
   void tell(Call call);
   /// Runs a block on the answer executor.
@@ -28,8 +35,12 @@ class Delivery {
   /// Whether so much waits that reading should pause, and whether enough is handled to go on.
   bool isFull() const { return payloads_ >= kMostUndelivered || bytes_ >= kMostUndeliveredBytes; }
   bool isHalfFull() const { return payloads_ > kMostUndelivered / 2 || bytes_ > kMostUndeliveredBytes / 2; }
-  /// One payload of this size has been handled.
-  void handled(std::size_t bytes);
+  /// A file may be larger than the room for all, but then it comes alone.
+  bool hasRoomForFile(std::uint64_t size) const {
+    return fileBytes_ == 0 || fileBytes_ + size <= kMostUndeliveredFileBytes;
+  }
+  /// One payload of this weight has been handled.
+  void handled(const Weight& weight);
 
  private:
   std::shared_ptr<Mailbox> mailbox_;
@@ -38,6 +49,7 @@ class Delivery {
   Executor answer_;
   std::size_t payloads_ = 0;
   std::size_t bytes_ = 0;
+  std::uint64_t fileBytes_ = 0;
 };
 
 }  // namespace tunevale::link

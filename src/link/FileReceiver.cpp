@@ -1,31 +1,21 @@
 #include "link/FileReceiver.h"
 
-#include <filesystem>
+#include <algorithm>
 
-#include "link/MemoryStore.h"
+#include "link/PlantedFault.h"
 
 namespace tunevale::link {
-namespace {
 
-/// Removes a file with the last of those who may still read it.
-class Removal {
- public:
-  explicit Removal(std::string path) : path_(std::move(path)) {}
-  ~Removal() {
-    std::error_code ignored;  // it may have been moved away, and a sweep at the next start finds what stays
-    std::filesystem::remove(path_, ignored);
+void FileReceiver::deliverReceived() {
+  for (const Received& received : store_.received(Queue::files)) {
+    const FileRow row = readFileRow(received.body);
+    if (spool_->open(row.name) != nullptr) {
+      deliver(received.id, received.arrival, row);
+    } else {
+      store_.removeReceived(received.id);  // handled: only then is the file removed, or taken away
+    }
   }
-  Removal(const Removal&) = delete;
-  Removal& operator=(const Removal&) = delete;
-  const std::string& path() const { return path_; }
-
- private:
-  const std::string path_;
-};
-
-constexpr const char* kUnfinished = ".part";
-
-}  // namespace
+}
 
 bool FileReceiver::fillAcknowledgements(FrameWriter& frames) {
   if (owed_.empty()) return false;
@@ -36,37 +26,63 @@ bool FileReceiver::fillAcknowledgements(FrameWriter& frames) {
 
 bool FileReceiver::didReceiveBegin(const Frame& frame) {
   const Cursor cursor = store_.cursor();
-  if (!cursor.epoch) return false;
+  if (!cursor.epoch || owed_.size() > kMostUnreadAnswers) return false;
   if (frame.id < cursor.nextFile) {
     owed_.push_back({FrameType::fileDone, frame.id, {}});
-    return owed_.size() <= kMostUnreadAnswers;
+    return true;
   }
   const std::optional<PlistDictionary> body = readBody(frame.body);
   const PlistValue* metadata = body ? body->find("metadata") : nullptr;
-  if (metadata == nullptr || metadata->dictionary() == nullptr) {
-    refuse(frame.id, ErrorCode::unsupportedTypes);
-    return owed_.size() <= kMostUnreadAnswers;
+  const std::optional<Bytes32> hash = body ? hashIn(*body, "sha256") : std::nullopt;
+  if (metadata == nullptr || metadata->dictionary() == nullptr || !hash) {
+    return refuse(frame.id, ErrorCode::unsupportedTypes);
   }
   const std::uint64_t size = numberIn(*body, "size");
   if (size > kMostFile || frame.body.size() > kMostMetadata + kBodyKeys) {
-    refuse(frame.id, ErrorCode::payloadTooLarge);
-    return owed_.size() <= kMostUnreadAnswers;
+    return refuse(frame.id, ErrorCode::payloadTooLarge);
   }
-  if (partial_ == nullptr || partial_->number != frame.id || partial_->size != size) {
-    forget();
+  if (partial_ == nullptr || partial_->number != frame.id || partial_->size != size ||
+      partial_->hash != *hash) {
+    if (partial_ != nullptr && partial_->number != frame.id) forget();
     partial_ = std::make_unique<Partial>();
     partial_->number = frame.id;
     partial_->size = size;
-    partial_->path = newPath();
-    partial_->file.open(partial_->path + kUnfinished, std::ios::binary | std::ios::trunc);
+    partial_->hash = *hash;
+    open(*cursor.epoch);
   }
   partial_->metadata = *metadata->dictionary();
-  if (!partial_->file) {
-    refuse(frame.id, ErrorCode::insufficientSpace);
-    return true;
+  if (partial_->file == nullptr) return refuse(frame.id, ErrorCode::insufficientSpace);
+  partial_->isHeld = true;
+  return makeRoom();
+}
+
+void FileReceiver::open(const Epoch& epoch) {
+  Partial& partial = *partial_;
+  partial.name = partName(epoch, partial.number);
+  partial.received = {};
+  partial.file = spool_->open(partial.name);
+  Bytes chunk;
+  for (std::uint64_t at = 0; partial.file != nullptr && at < partial.file->size(); at += chunk.size()) {
+    chunk.resize(static_cast<std::size_t>(std::min<std::uint64_t>(kFileChunk, partial.file->size() - at)));
+    if (partial.file->size() > partial.size || !partial.file->read(at, chunk)) {
+      partial.file.reset();
+    } else {
+      partial.received.add(chunk);
+    }
   }
-  owed_.push_back({FrameType::fileHave, frame.id, PlistDictionary{{"offset", asNumber(partial_->received)}}});
-  return completeIfWhole() && owed_.size() <= kMostUnreadAnswers;
+  partial.fromBefore = partial.file != nullptr;
+  if (partial.fromBefore) return;
+  partial.received = {};
+  partial.file = spool_->create(partial.name);
+  store_.passes(CrashPoint::filePartOpened);
+}
+
+bool FileReceiver::makeRoom() {
+  if (partial_ == nullptr || !partial_->isHeld || !delivery_.hasRoomForFile(partial_->size)) return true;
+  partial_->isHeld = false;
+  owed_.push_back(
+      {FrameType::fileHave, partial_->number, PlistDictionary{{"offset", asNumber(partial_->file->size())}}});
+  return completeIfWhole();
 }
 
 bool FileReceiver::didReceiveData(const Frame& frame) {
@@ -74,16 +90,12 @@ bool FileReceiver::didReceiveData(const Frame& frame) {
   const std::optional<PlistDictionary> body = readBody(frame.body);
   const PlistValue* value = body ? body->find("data") : nullptr;
   const std::optional<ByteView> data = value != nullptr ? value->bytes() : std::nullopt;
-  if (!data || partial_ == nullptr || partial_->number != frame.id ||
-      numberIn(*body, "offset") != partial_->received || data->size() > partial_->size - partial_->received) {
-    return false;
-  }
-  partial_->file.write(asText(*data).data(), static_cast<std::streamsize>(data->size()));
-  partial_->received += data->size();
-  if (!partial_->file) {
-    refuse(frame.id, ErrorCode::insufficientSpace);
-    return true;
-  }
+  if (!data || partial_ == nullptr || partial_->number != frame.id || partial_->isHeld) return false;
+  const std::uint64_t size = partial_->file->size();
+  if (numberIn(*body, "offset") != size || data->size() > partial_->size - size) return false;
+  if (!partial_->file->append(*data)) return refuse(frame.id, ErrorCode::insufficientSpace);
+  partial_->received.add(*data);
+  store_.passes(CrashPoint::fileChunkKept);
   return completeIfWhole();
 }
 
@@ -93,51 +105,81 @@ void FileReceiver::didReceiveCancel(const Frame& frame) {
 
 void FileReceiver::forget() {
   if (partial_ == nullptr) return;
-  const Removal unfinished(partial_->path + kUnfinished);
+  spool_->remove(partial_->name);
   partial_.reset();
 }
 
-void FileReceiver::refuse(std::uint64_t number, ErrorCode code) {
-  forget();
-  store_.skip(Queue::files, number);
-  owed_.push_back({FrameType::fileError, number, PlistDictionary{{"code", static_cast<int>(code)}}});
+void FileReceiver::connectionDidClose() {
+  owed_.clear();
+  if (partial_ != nullptr) partial_->isHeld = false;
 }
 
-bool FileReceiver::completeIfWhole() {
-  if (partial_->received < partial_->size) return true;
-  partial_->file.close();
-  std::error_code error;
-  std::filesystem::rename(partial_->path + kUnfinished, partial_->path, error);
-  if (!partial_->file || error) {
-    refuse(partial_->number, ErrorCode::insufficientSpace);
-    return true;
-  }
-  const std::unique_ptr<Partial> whole = std::move(partial_);
-  const auto removal = std::make_shared<Removal>(whole->path);
-  const PlistDictionary row{{"path", whole->path}, {"metadata", whole->metadata}};
-  if (!store_.receive(Queue::files, {whole->number, writePropertyList(row)})) return false;
-  owed_.push_back({FrameType::fileDone, whole->number, {}});
-  delivery_.deliver(
-      0,
-      [removal, metadata = whole->metadata](SessionDelegate& delegate) {
-        delegate.sessionDidReceiveFile(removal->path(), metadata);
-      },
-      kMostAttempts,
-      [&store = store_, number = whole->number] { store.removeReceived(Queue::files, number); });
+bool FileReceiver::refuse(std::uint64_t number, ErrorCode code) {
+  forget();
+  if (!store_.skip(Queue::files, number)) return false;
+  owed_.push_back({FrameType::fileError, number, PlistDictionary{{"code", static_cast<int>(code)}}});
   return true;
 }
 
-std::string FileReceiver::newPath() {
-  Epoch bits = newEpoch(strand_);  // as a UUID of version 4 (RFC 4122)
-  bits[6] = (bits[6] & std::byte{0x0F}) | std::byte{0x40};
-  bits[8] = (bits[8] & std::byte{0x3F}) | std::byte{0x80};
-  std::string path = folder_ + "/";
-  for (std::size_t i = 0; i < bits.size(); ++i) {
-    if (i == 4 || i == 6 || i == 8 || i == 10) path += '-';
-    path += "0123456789abcdef"[std::to_integer<unsigned>(bits[i] >> 4)];
-    path += "0123456789abcdef"[std::to_integer<unsigned>(bits[i] & std::byte{0x0F})];
+bool FileReceiver::completeIfWhole() {
+  if (partial_->file->size() < partial_->size) return true;
+  store_.passes(CrashPoint::fileWhole);
+  if (partial_->received.finish() != partial_->hash) {
+    if (!partial_->fromBefore) return refuse(partial_->number, ErrorCode::deliveryFailed);
+    // The beginning that an earlier process kept is not what it was: all of it once more.
+    partial_->received = {};
+    partial_->fromBefore = false;
+    partial_->file = spool_->create(partial_->name);
+    if (partial_->file == nullptr) return refuse(partial_->number, ErrorCode::insufficientSpace);
+    owed_.push_back({FrameType::fileHave, partial_->number, PlistDictionary{{"offset", 0}}});
+    return true;
   }
-  return path;
+  return keepWhole();
+}
+
+bool FileReceiver::keepWhole() {
+  const bool synced = partial_->file->sync();
+  if (synced) store_.passes(CrashPoint::fileSynced);
+  const FileRow row{newSpoolName(), partial_->size, partial_->hash, partial_->metadata};
+  if (!synced || !spool_->rename(partial_->name, row.name) || !spool_->sync()) {
+    spool_->remove(row.name);
+    return refuse(partial_->number, ErrorCode::insufficientSpace);
+  }
+  store_.passes(CrashPoint::fileRenamed);
+  const std::uint64_t number = partial_->number;
+  partial_.reset();
+  const Row rows[] = {{number, writeFileRow(row)}};
+  const std::optional<std::uint64_t> id = store_.receive(Queue::files, rows);
+  if (!id) {
+    spool_->remove(row.name);  // the other end sends it again
+    return false;
+  }
+  owed_.push_back({FrameType::fileDone, number, {}});
+  deliver(*id, {store_.cursor().epoch.value_or(Epoch{}), number, false}, row);
+  return true;
+}
+
+void FileReceiver::deliver(std::uint64_t id, Arrival arrival, const FileRow& row) {
+  delivery_.deliver(
+      {.fileBytes = row.size},
+      [&store = store_, spool = spool_, id, arrival, name = row.name,
+       metadata = row.metadata](SessionDelegate& delegate) mutable {
+        if (kPlantedFault == PlantedFault::removalSplit) {
+          store.removeReceived(id);
+          store.flush();
+        }
+        store.passes(CrashPoint::handlerBefore);
+        delegate.sessionWillReceive(arrival);
+        arrival.again = true;
+        delegate.sessionDidReceiveFile(spool->path(name), metadata);
+      },
+      [&store = store_, spool = spool_, id, name = row.name] {
+        store.passes(CrashPoint::handlerAfter);
+        spool->remove(name);
+        store.passes(CrashPoint::fileRemoved);
+        store.removeReceived(id);
+      },
+      kMostAttempts);
 }
 
 }  // namespace tunevale::link

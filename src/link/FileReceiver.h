@@ -1,53 +1,60 @@
 #pragma once
 
-#include <fstream>
 #include <memory>
 #include <vector>
 
 #include "link/Delivery.h"
+#include "link/FileRows.h"
 #include "link/FrameWriter.h"
-#include "link/LinkStore.h"
 
 namespace tunevale::link {
 
-/// Files on their way in. One that was cut off goes on where it stopped. Nothing of the other end's names
-/// becomes a path. Strand only.
+/// Files on their way in. One that was cut off goes on where it stopped, in a later process too. Nothing of
+/// the other end's names becomes a path. Strand only.
 class FileReceiver {
  public:
-  FileReceiver(Strand& strand, LinkStore& store, Delivery& delivery, std::string folder)
-      : strand_(strand), store_(store), delivery_(delivery), folder_(std::move(folder)) {}
+  FileReceiver(LinkStore& store, Delivery& delivery, std::shared_ptr<Spool> spool)
+      : store_(store), delivery_(delivery), spool_(std::move(spool)) {}
 
+  /// Delivers what an earlier process received.
+  void deliverReceived();
   bool fillAcknowledgements(FrameWriter& frames);
   /// These are false when the connection cannot go on.
   bool didReceiveBegin(const Frame& frame);
   bool didReceiveData(const Frame& frame);
   void didReceiveCancel(const Frame& frame);
+  /// The application has handled something: a file may come in that waited for room.
+  bool makeRoom();
   /// The other end numbers anew.
   void forget();
-  void connectionDidClose() { owed_.clear(); }
+  void connectionDidClose();
 
  private:
   struct Partial {
     std::uint64_t number = 0;
     std::uint64_t size = 0;
-    std::uint64_t received = 0;
+    Bytes32 hash{};
     PlistDictionary metadata;
-    std::string path;
-    std::ofstream file;
+    std::string name;
+    std::unique_ptr<SpoolFile> file;
+    Sha256 received;          // of what is in the file
+    bool fromBefore = false;  // its beginning was there already, and may not be what it should be
+    bool isHeld = false;      // not answered yet, for want of room
   };
   struct Owed {
     FrameType type;
     std::uint64_t number;
     PlistDictionary body;
   };
-  void refuse(std::uint64_t number, ErrorCode code);
+  void open(const Epoch& epoch);
+  bool refuse(std::uint64_t number, ErrorCode code);
   bool completeIfWhole();
-  std::string newPath();
+  bool keepWhole();
+  void deliver(std::uint64_t id, Arrival arrival, const FileRow& row);
 
-  Strand& strand_;
   LinkStore& store_;
   Delivery& delivery_;
-  const std::string folder_;
+  const std::shared_ptr<Spool> spool_;
   std::unique_ptr<Partial> partial_;
   std::vector<Owed> owed_;
 };

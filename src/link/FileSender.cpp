@@ -1,27 +1,33 @@
 #include "link/FileSender.h"
 
 #include <algorithm>
-#include <filesystem>
 
 namespace tunevale::link {
-namespace {
 
-std::string pathIn(const PlistDictionary& row) {
-  const PlistValue* path = row.find("path");
-  return std::string(path != nullptr ? path->string().value_or("") : "");
-}
-
-}  // namespace
-
-Bytes fileRow(const std::string& path, std::uint64_t size, const PlistDictionary& metadata) {
-  return writePropertyList(PlistDictionary{{"path", path}, {"size", asNumber(size)}, {"metadata", metadata}});
+std::variant<std::uint64_t, ErrorCode> FileSender::queue(const std::string& path,
+                                                         const PlistDictionary& metadata) {
+  if (queuedBytes_ > kMostQueuedFileBytes) return ErrorCode::insufficientSpace;
+  std::variant<FileRow, ErrorCode> copied = copyIntoSpool(path, *spool_, store_);
+  if (const ErrorCode* error = std::get_if<ErrorCode>(&copied)) return *error;
+  FileRow& row = std::get<FileRow>(copied);
+  row.metadata = metadata;
+  // Counted first: the row may be sent and gone before append() returns here.
+  queuedBytes_ += row.size;
+  if (const std::optional<std::uint64_t> number = store_.append(Queue::files, writeFileRow(row))) {
+    return *number;
+  }
+  queuedBytes_ -= row.size;
+  spool_->remove(row.name);
+  return ErrorCode::insufficientSpace;
 }
 
 void FileSender::resume(std::uint64_t next) {
   connectionDidClose();
-  while (const std::optional<Row> row = store_.firstFrom(Queue::files, 1)) {
-    if (row->number >= next) return;
-    finish(*row, std::nullopt);
+  for (std::vector<Row> rows; !(rows = store_.acknowledge(Queue::files, next)).empty();) {
+    for (const Row& row : rows) {
+      rowWasRemoved(row);
+      tell(row.number, std::nullopt);
+    }
   }
 }
 
@@ -36,22 +42,22 @@ bool FileSender::fill(FrameWriter& frames) {
 }
 
 bool FileSender::offerNext(FrameWriter& frames) {
-  while (const std::optional<Row> row = store_.firstFrom(Queue::files, 1)) {
-    const PlistDictionary body = readBody(row->body).value_or(PlistDictionary{});
-    file_.clear();
-    file_.open(pathIn(body), std::ios::binary);
-    if (!file_) {
-      finish(*row, ErrorCode::fileAccessDenied);
+  while (!stuck_) {
+    const std::optional<Row> row = store_.firstFrom(Queue::files, 1);
+    if (!row) break;
+    const FileRow body = readFileRow(row->body);
+    file_ = spool_->open(body.name);
+    if (file_ == nullptr || file_->size() != body.size) {
+      stuck_ = !finish(row->number, ErrorCode::fileAccessDenied, false);
       continue;
     }
     number_ = row->number;
-    size_ = numberIn(body, "size");
+    size_ = body.size;
     phase_ = Phase::offered;
-    const PlistValue* metadata = body.find("metadata");
     frames.add(FrameType::fileBegin, number_,
-               PlistDictionary{{"size", asNumber(size_)},
-                               {"metadata", metadata != nullptr ? *metadata : PlistDictionary{}},
-                               {"sha256", ByteView{}}});
+               PlistDictionary{
+                   {"size", asNumber(size_)}, {"metadata", body.metadata}, {"sha256", ByteView(body.hash)}});
+    store_.passes(CrashPoint::fileOffered);
     return true;
   }
   return false;
@@ -59,60 +65,76 @@ bool FileSender::offerNext(FrameWriter& frames) {
 
 bool FileSender::sendChunk(FrameWriter& frames) {
   Bytes chunk(static_cast<std::size_t>(std::min<std::uint64_t>(kFileChunk, size_ - offset_)));
-  file_.seekg(static_cast<std::streamoff>(offset_));
-  if (!file_.read(reinterpret_cast<char*>(chunk.data()), static_cast<std::streamsize>(chunk.size()))) {
+  if (!file_->read(offset_, chunk)) {
     cancelled_.push_back(number_);
-    finish(number_, ErrorCode::fileAccessDenied);
+    stuck_ = !finish(number_, ErrorCode::fileAccessDenied, false);
     return fill(frames);
   }
   frames.add(FrameType::fileData, number_, PlistDictionary{{"offset", asNumber(offset_)}, {"data", chunk}});
   offset_ += chunk.size();
   if (offset_ == size_) phase_ = Phase::sent;
+  store_.passes(CrashPoint::fileChunkSent);
   return true;
 }
 
 void FileSender::cancel(std::uint64_t number) {
   const bool isCurrent = phase_ != Phase::idle && number == number_;
-  finish(number, std::nullopt);  // removes the copy; nobody is told, as the caller knows
-  if (isCurrent) cancelled_.push_back(number);
+  if (finish(number, std::nullopt, false, false) && isCurrent) cancelled_.push_back(number);
 }
 
 void FileSender::didReceiveHave(const Frame& frame) {
-  if (phase_ != Phase::offered || frame.id != number_) return;
+  // The second answer, after everything was sent, asks for it once more: what came was not what was offered.
+  if ((phase_ != Phase::offered && phase_ != Phase::sent) || frame.id != number_) return;
   const std::optional<PlistDictionary> body = readBody(frame.body);
   offset_ = std::min(body ? numberIn(*body, "offset") : 0, size_);
   phase_ = offset_ == size_ ? Phase::sent : Phase::sending;
 }
 
 void FileSender::didReceiveDone(const Frame& frame) {
-  finish(frame.id, std::nullopt);
+  if (frame.id == number_) stuck_ = !finish(frame.id, std::nullopt, true);
 }
 
 void FileSender::didReceiveError(const Frame& frame) {
+  if (frame.id != number_) return;
   const std::optional<PlistDictionary> body = readBody(frame.body);
-  finish(frame.id, errorCodeFrom(body ? static_cast<long long>(numberIn(*body, "code")) : 0));
+  stuck_ = !finish(frame.id, errorCodeFrom(body ? static_cast<long long>(numberIn(*body, "code")) : 0), true);
 }
 
 void FileSender::connectionDidClose() {
   phase_ = Phase::idle;
-  file_.close();
+  stuck_ = false;
+  file_.reset();
   cancelled_.clear();
 }
 
-void FileSender::finish(std::uint64_t number, std::optional<ErrorCode> code) {
-  const std::optional<Row> row = store_.firstFrom(Queue::files, number);
-  if (row && row->number == number) finish(*row, code);
+void FileSender::forgetAll(const std::vector<std::uint64_t>& numbers, ErrorCode code) {
+  connectionDidClose();
+  queuedBytes_ = 0;
+  for (const std::uint64_t number : numbers) tell(number, code);
 }
 
-void FileSender::finish(const Row& row, std::optional<ErrorCode> code) {
-  if (phase_ != Phase::idle && row.number == number_) {
+bool FileSender::finish(std::uint64_t number, std::optional<ErrorCode> code, bool delivered, bool tells) {
+  const std::optional<Row> row = store_.firstFrom(Queue::files, number);
+  if (!row || row->number != number) return true;  // answered twice, or cancelled meanwhile
+  if (phase_ != Phase::idle && number == number_) {
     phase_ = Phase::idle;
-    file_.close();
+    file_.reset();
   }
-  std::error_code ignored;  // the copy is swept away with the spool folder at the latest
-  std::filesystem::remove(pathIn(readBody(row.body).value_or(PlistDictionary{})), ignored);
-  store_.remove(Queue::files, row.number);
-  delivery_.tell([number = row.number, code](SessionDelegate& delegate) {
+  if (!store_.remove(Queue::files, number, delivered)) return false;
+  rowWasRemoved(*row);
+  if (tells) tell(number, code);
+  return true;
+}
+
+void FileSender::rowWasRemoved(const Row& row) {
+  store_.passes(CrashPoint::fileRowRemoved);
+  const FileRow body = readFileRow(row.body);
+  spool_->remove(body.name);
+  queuedBytes_ -= body.size;
+}
+
+void FileSender::tell(std::uint64_t number, std::optional<ErrorCode> code) {
+  delivery_.tell([number, code](SessionDelegate& delegate) {
     delegate.sessionDidFinishFileTransfer(number, code ? std::optional(makeError(*code)) : std::nullopt);
   });
 }

@@ -1,22 +1,24 @@
 #pragma once
 
-#include <fstream>
+#include <atomic>
 #include <optional>
 #include <vector>
 
 #include "link/Delivery.h"
+#include "link/FileRows.h"
 #include "link/FrameWriter.h"
-#include "link/LinkStore.h"
 
 namespace tunevale::link {
 
-/// The body of a row for a file of ours: where its copy lies, and what goes with it.
-Bytes fileRow(const std::string& path, std::uint64_t size, const PlistDictionary& metadata);
-
-/// Files on their way out, one after another, a chunk at a time. Strand only.
+/// Files on their way out, one after another, a chunk at a time. Strand only, but for what says otherwise.
 class FileSender {
  public:
-  FileSender(LinkStore& store, Delivery& delivery) : store_(store), delivery_(delivery) {}
+  /// `queued`: bytes that wait from earlier.
+  FileSender(LinkStore& store, Delivery& delivery, std::shared_ptr<Spool> spool, std::uint64_t queued)
+      : store_(store), delivery_(delivery), spool_(std::move(spool)), queuedBytes_(queued) {}
+
+  /// Copies a file and queues it; its number, or 7009, 7013 or 7015. Any thread.
+  std::variant<std::uint64_t, ErrorCode> queue(const std::string& path, const PlistDictionary& metadata);
 
   /// The other end has everything below this number.
   void resume(std::uint64_t next);
@@ -26,21 +28,28 @@ class FileSender {
   void didReceiveDone(const Frame& frame);
   void didReceiveError(const Frame& frame);
   void connectionDidClose();
+  /// The rows are gone already.
+  void forgetAll(const std::vector<std::uint64_t>& numbers, ErrorCode code);
 
  private:
   enum class Phase { idle, offered, sending, sent };
   bool offerNext(FrameWriter& frames);
   bool sendChunk(FrameWriter& frames);
-  void finish(const Row& row, std::optional<ErrorCode> code);
-  void finish(std::uint64_t number, std::optional<ErrorCode> code);
+  /// False when the row could not be removed; nobody is told then.
+  bool finish(std::uint64_t number, std::optional<ErrorCode> code, bool delivered, bool tells = true);
+  void rowWasRemoved(const Row& row);
+  void tell(std::uint64_t number, std::optional<ErrorCode> code);
 
   LinkStore& store_;
   Delivery& delivery_;
+  const std::shared_ptr<Spool> spool_;
+  std::atomic<std::uint64_t> queuedBytes_;
   Phase phase_ = Phase::idle;
+  bool stuck_ = false;        // what cannot be removed is not offered again in this connection
   std::uint64_t number_ = 0;  // of the current one
   std::uint64_t size_ = 0;
   std::uint64_t offset_ = 0;
-  std::ifstream file_;
+  std::unique_ptr<SpoolFile> file_;
   std::vector<std::uint64_t> cancelled_;
 };
 

@@ -2,7 +2,15 @@
 
 #include <algorithm>
 
+#include "link/PlantedFault.h"
+
 namespace tunevale::link {
+
+void Items::deliverReceived() {
+  for (const Received& row : store_.received(Queue::items)) {
+    deliver(row.id, row.arrival, row.body.size(), readBody(row.body).value_or(PlistDictionary{}));
+  }
+}
 
 void Items::resume(std::uint64_t next) {
   finishBelow(next);
@@ -14,44 +22,85 @@ bool Items::fill(FrameWriter& frames) {
   if (!row) return false;
   frames.add(FrameType::item, row->number, row->body);
   nextToWrite_ = row->number + 1;
+  if constexpr (kPlantedFault == PlantedFault::deleteOnSend) store_.remove(Queue::items, row->number, false);
+  store_.passes(CrashPoint::itemFilled);
   return true;
 }
 
 bool Items::fillAcknowledgements(FrameWriter& frames) {
   if (refused_.empty() && !owesAck_) return false;
-  for (const std::uint64_t number : refused_) {
-    frames.add(FrameType::nak, number,
-               PlistDictionary{{"code", static_cast<int>(ErrorCode::unsupportedTypes)}});
+  for (const auto& [number, code] : refused_) {
+    frames.add(FrameType::nak, number, PlistDictionary{{"code", static_cast<int>(code)}});
   }
   refused_.clear();
-  frames.add(FrameType::ack, store_.cursor().nextItem - 1);
+  std::uint64_t received = store_.cursor().nextItem - 1;
+  if (kPlantedFault == PlantedFault::ackBeforeCommit && !unkept_.empty()) received = unkept_.back().number;
+  frames.add(FrameType::ack, received);
   owesAck_ = false;
+  store_.passes(CrashPoint::ackFilled);
   return true;
 }
 
 void Items::cancel(std::uint64_t number) {
   // One that is on its way may arrive all the same; its acknowledgement finds no row.
-  store_.remove(Queue::items, number);
+  store_.remove(Queue::items, number, false);
 }
 
 bool Items::didReceiveItem(const Frame& frame) {
   const Cursor cursor = store_.cursor();
   if (!cursor.epoch) return false;
-  owesAck_ = true;
-  if (frame.id < cursor.nextItem) return true;
+  if (frame.id < (unkept_.empty() ? cursor.nextItem : unkept_.back().number + 1)) {
+    owesAck_ = true;
+    return true;
+  }
   const std::optional<PlistValue> value = readPropertyList(frame.body);
   const PlistDictionary* userInfo = value ? value->dictionary() : nullptr;
-  if (userInfo == nullptr) {
-    store_.skip(Queue::items, frame.id);
-    refused_.push_back(frame.id);
-    return refused_.size() <= kMostUnreadAnswers;
+  if (userInfo == nullptr || frame.body.size() > kMostUserInfo) {
+    refused_.emplace_back(frame.id,
+                          userInfo == nullptr ? ErrorCode::unsupportedTypes : ErrorCode::payloadTooLarge);
+    owesAck_ = true;
+    return keep() && store_.skip(Queue::items, frame.id) && refused_.size() <= kMostUnreadAnswers;
   }
-  if (!store_.receive(Queue::items, {frame.id, Bytes(frame.body.begin(), frame.body.end())})) return false;
-  delivery_.deliver(
-      frame.body.size(),
-      [userInfo = *userInfo](SessionDelegate& delegate) { delegate.sessionDidReceiveUserInfo(userInfo); },
-      kMostAttempts, [&store = store_, number = frame.id] { store.removeReceived(Queue::items, number); });
+  unkept_.push_back({frame.id, Bytes(frame.body.begin(), frame.body.end())});
+  unkeptInfos_.push_back(*userInfo);
+  if constexpr (kPlantedFault == PlantedFault::ackBeforeCommit) owesAck_ = true;
+  return unkept_.size() < kMostBatch || keep();
+}
+
+bool Items::keep() {
+  if (unkept_.empty()) return true;
+  const std::vector<Row> rows = std::move(unkept_);
+  const std::vector<PlistDictionary> infos = std::move(unkeptInfos_);
+  unkept_.clear();
+  unkeptInfos_.clear();
+  const std::optional<std::uint64_t> first = store_.receive(Queue::items, rows);
+  if (!first) return false;
+  owesAck_ = true;
+  const Epoch epoch = store_.cursor().epoch.value_or(Epoch{});
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    deliver(*first + i, {epoch, rows[i].number, false}, rows[i].body.size(), infos[i]);
+  }
   return true;
+}
+
+void Items::deliver(std::uint64_t id, Arrival arrival, std::size_t size, const PlistDictionary& userInfo) {
+  delivery_.deliver(
+      {.bytes = size, .isKept = true},
+      [&store = store_, id, arrival, userInfo](SessionDelegate& delegate) mutable {
+        if (kPlantedFault == PlantedFault::removalSplit) {
+          store.removeReceived(id);
+          store.flush();
+        }
+        store.passes(CrashPoint::handlerBefore);
+        delegate.sessionWillReceive(arrival);
+        arrival.again = true;
+        delegate.sessionDidReceiveUserInfo(userInfo);
+      },
+      [&store = store_, id] {
+        store.passes(CrashPoint::handlerAfter);
+        store.removeReceived(id);
+      },
+      kMostAttempts);
 }
 
 void Items::didReceiveAck(const Frame& frame) {
@@ -62,23 +111,29 @@ void Items::didReceiveNak(const Frame& frame) {
   std::optional<Row> row = store_.firstFrom(Queue::items, frame.id);
   if (!row || row->number != frame.id || frame.id >= nextToWrite_) return;
   const std::optional<PlistDictionary> body = readBody(frame.body);
-  finish(std::move(*row), errorCodeFrom(body ? static_cast<long long>(numberIn(*body, "code")) : 0));
+  if (!store_.remove(Queue::items, frame.id, true)) return;  // told when it is acknowledged
+  tell(std::move(*row), errorCodeFrom(body ? static_cast<long long>(numberIn(*body, "code")) : 0));
 }
 
 void Items::connectionDidClose() {
   owesAck_ = false;
   refused_.clear();
+  keep();  // or it comes again
+}
+
+void Items::forgetAll(const std::vector<std::uint64_t>& numbers, ErrorCode code) {
+  unkept_.clear();
+  unkeptInfos_.clear();
+  for (const std::uint64_t number : numbers) tell({number, {}}, code);
 }
 
 void Items::finishBelow(std::uint64_t number) {
-  while (std::optional<Row> row = store_.firstFrom(Queue::items, 1)) {
-    if (row->number >= number) return;
-    finish(std::move(*row), std::nullopt);
+  for (std::vector<Row> rows; !(rows = store_.acknowledge(Queue::items, number)).empty();) {
+    for (Row& row : rows) tell(std::move(row), std::nullopt);
   }
 }
 
-void Items::finish(Row row, std::optional<ErrorCode> code) {
-  store_.remove(Queue::items, row.number);
+void Items::tell(Row row, std::optional<ErrorCode> code) {
   delivery_.tell([row = std::move(row), code](SessionDelegate& delegate) {
     const std::optional<PlistDictionary> userInfo = readBody(row.body);
     delegate.sessionDidFinishUserInfoTransfer(row.number, userInfo.value_or(PlistDictionary{}),

@@ -13,26 +13,36 @@ class Items {
  public:
   Items(LinkStore& store, Delivery& delivery) : store_(store), delivery_(delivery) {}
 
+  /// Delivers what an earlier process received.
+  void deliverReceived();
   /// The other end has everything below this number.
   void resume(std::uint64_t next);
   bool fill(FrameWriter& frames);
   bool fillAcknowledgements(FrameWriter& frames);
   void cancel(std::uint64_t number);
-  /// False when the connection cannot go on.
+  /// These are false when the connection cannot go on.
   bool didReceiveItem(const Frame& frame);
+  /// Keeps what has come, in one step, and delivers it; only then is it acknowledged.
+  bool keep();
+  bool hasUnkept() const { return !unkept_.empty(); }
   void didReceiveAck(const Frame& frame);
   void didReceiveNak(const Frame& frame);
   void connectionDidClose();
+  /// The rows are gone already.
+  void forgetAll(const std::vector<std::uint64_t>& numbers, ErrorCode code);
 
  private:
-  void finish(Row row, std::optional<ErrorCode> code);
+  void deliver(std::uint64_t id, Arrival arrival, std::size_t size, const PlistDictionary& userInfo);
+  void tell(Row row, std::optional<ErrorCode> code);
   void finishBelow(std::uint64_t number);
 
   LinkStore& store_;
   Delivery& delivery_;
   std::uint64_t nextToWrite_ = 1;
+  std::vector<Row> unkept_;
+  std::vector<PlistDictionary> unkeptInfos_;
   bool owesAck_ = false;
-  std::vector<std::uint64_t> refused_;
+  std::vector<std::pair<std::uint64_t, ErrorCode>> refused_;
 };
 
 }  // namespace tunevale::link

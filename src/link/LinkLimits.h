@@ -37,6 +37,8 @@ inline constexpr double kFrameBurst = 400;
 /// Payloads that were received and not yet handled. Past either, reading pauses until half is handled.
 inline constexpr std::size_t kMostUndelivered = 64;
 inline constexpr std::size_t kMostUndeliveredBytes = 4 * 1024 * 1024;
+/// Received files that wait for their handlers. Past it, the next file is not answered until there is room.
+inline constexpr std::uint64_t kMostUndeliveredFileBytes = 64 * 1024 * 1024;
 
 /// What is ready for an end that does not read: replies, past which this end stops reading too, and small
 /// answers (pongs, acknowledgements), past which the connection is closed. An honest end never comes near.
@@ -47,6 +49,9 @@ inline constexpr std::size_t kMostUnreadAnswers = 4096;
 /// What waits to be sent, per queue.
 inline constexpr std::size_t kMostQueuedRows = 10'000;
 inline constexpr std::size_t kMostQueuedBytes = 32 * 1024 * 1024;
+inline constexpr std::uint64_t kMostQueuedFileBytes = 256 * 1024 * 1024;  // beside their rows
+/// Received items that are kept in one step: what comes in one read, up to this many.
+inline constexpr std::size_t kMostBatch = 32;
 /// How often an item is given to a handler that throws.
 inline constexpr int kMostAttempts = 3;
 

@@ -27,10 +27,11 @@ class LinkStore {
   virtual std::vector<Row> acknowledge(Queue queue, std::uint64_t below) = 0;
   /// The number that the next append() gives.
   virtual std::uint64_t nextNumber(Queue queue) const = 0;
-  /// Whether the other end, if its store and this one are what they were, can wait for this number: it never
-  /// waits for what it has acknowledged, nor for more than could be sent to it.
+  /// Whether the other end can wait for this number, or have this context, if its store and this one are what
+  /// they were: it never waits for what it has acknowledged, nor has more than was ever to be sent to it.
   virtual bool canWaitFor(Queue queue, std::uint64_t next) const = 0;
-  /// Rows, those that are there and those that come, may be sent from now on, or no longer.
+  virtual bool canHaveContext(std::uint64_t version) const = 0;
+  /// Rows and contexts, those that are there and those that come, may be sent from now on, or no longer.
   virtual bool setSending(bool sending) = 0;
 
   /// The context to send, with its version; a version of 0 is no context.

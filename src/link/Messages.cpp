@@ -115,7 +115,7 @@ void Messages::didReceiveMessage(const Frame& frame) {
                           ? strand_.now() + std::chrono::milliseconds(timeToLive)
                           : Time::max();
   const auto token = std::make_shared<ReplyToken>(mailbox_, connection_, frame.id);
-  delivery_.deliver(frame.body.size(), [&strand = strand_, token, expiry, dictionary, bytes,
+  delivery_.deliver({.bytes = frame.body.size()}, [&strand = strand_, token, expiry, dictionary, bytes,
                                         keep = *body](SessionDelegate& delegate) {
     if (strand.now() > expiry) return;  // the sender has given it up; a command must not run late
     if (dictionary != nullptr) {

@@ -1,23 +1,13 @@
 #include "link/Session.h"
 
-#include <filesystem>
-
 #include "foundation/PropertyList.h"
 #include "link/SessionCore.h"
 
 namespace tunevale::link {
 namespace {
 
-namespace fs = std::filesystem;
-
 Error tooLarge() {
   return makeError(ErrorCode::payloadTooLarge);
-}
-
-/// An unused path in the spool folder for the copy of a file. Any thread.
-std::string pathForCopy(const std::string& folder) {
-  static std::atomic<std::uint64_t> copies = 0;
-  return folder + "/out-" + std::to_string(++copies);
 }
 
 }  // namespace
@@ -35,7 +25,7 @@ Session::~Session() {
 }
 
 void Session::activate() {
-  core_->activate();
+  if (core_->activate()) mailbox_->post([](SessionCore& core) { core.deliverReceived(); });
 }
 bool Session::isActivated() const {
   return core_->isActivated();
@@ -74,39 +64,25 @@ void Session::send(OutgoingMessage message, bool fits) {
 
 Session::Transfer Session::transferUserInfo(const PlistDictionary& userInfo) {
   if (!isActivated()) return makeError(ErrorCode::notActivated);
-  Bytes body = writePropertyList(userInfo);
+  const Bytes body = writePropertyList(userInfo);
   if (body.size() > kMostUserInfo) return tooLarge();
-  return append(Queue::items, std::move(body));
-}
-
-Session::Transfer Session::append(Queue queue, Bytes body) {
-  const std::optional<std::uint64_t> number = core_->store().append(queue, std::move(body));
+  const std::optional<std::uint64_t> number = core_->store().append(Queue::items, body);
   if (!number) return makeError(ErrorCode::insufficientSpace);
-  mailbox_->post([](SessionCore& core) { core.wake(); });
+  wake();
   return *number;
 }
 
 Session::Transfer Session::transferFile(const std::string& path, const PlistDictionary& metadata) {
   if (!isActivated()) return makeError(ErrorCode::notActivated);
   if (writePropertyList(metadata).size() > kMostMetadata) return tooLarge();
-  std::error_code error;
-  if (!fs::is_regular_file(path, error)) return makeError(ErrorCode::fileAccessDenied);
-  const std::uintmax_t size = fs::file_size(path, error);
-  if (!error && size > kMostFile) return tooLarge();
-  const std::string copy = pathForCopy(core_->options().spoolFolder);
-  if (!fs::copy_file(path, copy, error)) {
-    const bool full = error == std::errc::no_space_on_device;
-    fs::remove(copy, error);
-    return makeError(full ? ErrorCode::insufficientSpace : ErrorCode::fileAccessDenied);
-  }
-  const std::uintmax_t copied = fs::file_size(copy, error);  // it may have grown meanwhile
-  if (error || copied > kMostFile) {
-    fs::remove(copy, error);
-    return tooLarge();
-  }
-  Transfer transfer = append(Queue::files, fileRow(copy, copied, metadata));
-  if (std::holds_alternative<Error>(transfer)) fs::remove(copy, error);
-  return transfer;
+  const std::variant<std::uint64_t, ErrorCode> queued = core_->files().queue(path, metadata);
+  if (const ErrorCode* error = std::get_if<ErrorCode>(&queued)) return makeError(*error);
+  wake();
+  return std::get<std::uint64_t>(queued);
+}
+
+void Session::wake() {
+  mailbox_->post([](SessionCore& core) { core.wake(); });
 }
 
 void Session::cancelUserInfo(std::uint64_t number) {
@@ -129,8 +105,8 @@ Session::Transfer Session::updateApplicationContext(const PlistDictionary& conte
   if (row.number > 0 && row.body == body) return row.number;
   row.body = std::move(body);
   ++row.number;
-  core_->store().setContext(row);
-  mailbox_->post([](SessionCore& core) { core.wake(); });
+  if (!core_->store().setContext(row)) return makeError(ErrorCode::insufficientSpace);
+  wake();
   return row.number;
 }
 
@@ -140,6 +116,13 @@ void Session::setActive(bool active) {
 
 void Session::setLocked(bool locked) {
   mailbox_->post([locked](SessionCore& core) { core.setLocked(locked); });
+}
+
+std::optional<Error> Session::unpair() {
+  const std::optional<LinkStore::Unsent> unsent = core_->store().unpair();
+  if (!unsent) return makeError(ErrorCode::insufficientSpace);
+  mailbox_->post([unsent = *unsent](SessionCore& core) { core.didUnpair(unsent, true); });
+  return std::nullopt;
 }
 
 void Session::adopt(std::unique_ptr<Stream> stream, bool opener, Closed closed) {

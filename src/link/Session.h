@@ -16,7 +16,6 @@ namespace tunevale::link {
 class LinkStore;
 class Mailbox;
 struct OutgoingMessage;
-enum class Queue;
 class SessionCore;
 class Spool;
 
@@ -84,7 +83,7 @@ class Session {
 
  private:
   void send(OutgoingMessage message, bool fits);
-  Transfer append(Queue queue, Bytes body);
+  void wake();
 
   Mutex contextMutex_;  // between comparing a context and keeping it
   std::shared_ptr<Mailbox> mailbox_;

@@ -1,7 +1,7 @@
 #include "link/SessionCore.h"
 
 #include <algorithm>
-#include <filesystem>
+#include <utility>
 
 #include "link/MemoryStore.h"
 
@@ -9,6 +9,7 @@ namespace tunevale::link {
 namespace {
 
 constexpr std::int64_t kVersion = 1;
+constexpr const char* kCannotKeep = "what comes cannot be kept";
 // Numbers of rows and versions: more than anyone counts to, and free of overflow.
 constexpr std::uint64_t kMostNumber = std::uint64_t{1} << 62;
 
@@ -21,13 +22,6 @@ std::optional<ByteView> bytesIn(const PlistDictionary& body, std::string_view ke
   return value != nullptr ? value->bytes() : std::nullopt;
 }
 
-void empty(const std::string& folder) {
-  std::error_code ignored;  // what cannot be removed does no harm: no name is used twice
-  for (const auto& entry : std::filesystem::directory_iterator(folder, ignored)) {
-    std::filesystem::remove(entry.path(), ignored);
-  }
-}
-
 }  // namespace
 
 SessionCore::SessionCore(Strand& strand, LinkStore& store, SessionOptions options, SessionDelegate& delegate,
@@ -35,26 +29,33 @@ SessionCore::SessionCore(Strand& strand, LinkStore& store, SessionOptions option
     : strand_(strand),
       store_(store),
       options_(std::move(options)),
+      spool_(options_.spool != nullptr ? options_.spool : folderSpool(options_.spoolFolder)),
       delivery_(mailbox, delegate, std::move(deliver), std::move(answer)),
       messages_(strand, mailbox, delivery_, options_.timing),
       items_(store, delivery_),
       contexts_(store, delivery_),
-      fileSender_(store, delivery_),
-      fileReceiver_(strand, store, delivery_, options_.spoolFolder),
+      fileSender_(store, delivery_, spool_, sweepSpool(*spool_, store)),
+      fileReceiver_(store, delivery_, spool_),
       report_(strand, delivery_, options_.timing.stateSpacing) {
   const Epoch run = newEpoch(strand);
   run_ = asText(run);
-  empty(options_.spoolFolder);
 }
 
 SessionCore::~SessionCore() {
   messages_.failAll(ErrorCode::sessionInactive);
-  fileReceiver_.forget();
 }
 
-void SessionCore::activate() {
-  if (activated_.exchange(true)) return;
+bool SessionCore::activate() {
+  if (activated_.exchange(true)) return false;
   delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidActivate(); });
+  return true;
+}
+
+void SessionCore::deliverReceived() {
+  if (std::exchange(deliveredReceived_, true)) return;
+  contexts_.deliverReceived();
+  items_.deliverReceived();
+  fileReceiver_.deliverReceived();
 }
 
 void SessionCore::send(OutgoingMessage message) {
@@ -90,6 +91,7 @@ void SessionCore::adopt(std::unique_ptr<Stream> stream, bool opener, Session::Cl
     if (closed) closed("the session is not activated", {});
     return;
   }
+  deliverReceived();  // before anything new
   const auto strangers = static_cast<std::size_t>(std::count_if(
       connections_.begin(), connections_.end(), [](const auto& one) { return !one->isOpen(); }));
   if (strangers >= kMostStrangers) {
@@ -120,9 +122,54 @@ void SessionCore::pauseOrGoOn() {
   }
 }
 
-void SessionCore::payloadWasHandled(std::size_t bytes) {
-  delivery_.handled(bytes);
+void SessionCore::payloadWasHandled(const Delivery::Weight& weight) {
+  delivery_.handled(weight);
+  if (weight.isKept) keepLater();
+  if (weight.fileBytes > 0) {
+    if (!fileReceiver_.makeRoom() && current_ != nullptr) current_->close(kCannotKeep);
+    wake();
+  }
   pauseOrGoOn();
+}
+
+void SessionCore::keepLater() {
+  if (keepTimer_ == nullptr) keepTimer_ = strand_.after({}, [this] { keep(); });
+}
+
+void SessionCore::keep() {
+  keepTimer_.reset();
+  if (!items_.keep() && current_ != nullptr) current_->close(kCannotKeep);
+  store_.flush();
+  wake();
+}
+
+void SessionCore::didUnpair(const LinkStore::Unsent& unsent, bool tellPeer) {
+  if (current_ != nullptr) {
+    if (tellPeer) {
+      current_->closeAfter(FrameType::unpair, "the pairing has ended");
+    } else {
+      current_->close("the pairing has ended");
+    }
+  }
+  std::vector<Connection*> others;
+  for (const auto& one : connections_) {
+    if (one.get() != current_) others.push_back(one.get());
+  }
+  for (Connection* one : others) one->close("the pairing has ended");
+  items_.forgetAll(unsent.items, ErrorCode::notPaired);
+  fileSender_.forgetAll(unsent.files, ErrorCode::notPaired);
+  fileReceiver_.forget();
+  sweepSpool(*spool_, store_);
+  delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidUnpair(); });
+}
+
+void SessionCore::takeUnpair() {
+  // Where it cannot be written, the other end's refusals show that something is wrong.
+  if (const std::optional<LinkStore::Unsent> unsent = store_.unpair()) {
+    didUnpair(*unsent, false);
+  } else {
+    current_->close(kCannotKeep);
+  }
 }
 
 PlistDictionary SessionCore::introduction() const {
@@ -164,9 +211,10 @@ void SessionCore::connectionDidOpen(Connection& connection, const PlistDictionar
 void SessionCore::connectionDidReceive(Connection& connection, const Frame& frame) {
   if (&connection != current_) return;
   if (!take(frame)) {
-    connection.close("a frame that does not belong here");
+    connection.close("a frame that does not belong here, or cannot be kept");
     return;
   }
+  if (items_.hasUnkept()) keepLater();
   wake();
 }
 
@@ -176,9 +224,11 @@ bool SessionCore::fill(FrameWriter& frames) {
     pauseOrGoOn();
     return true;
   }
-  return items_.fillAcknowledgements(frames) || contexts_.fillAcknowledgements(frames) ||
-         fileReceiver_.fillAcknowledgements(frames) || contexts_.fill(frames) || items_.fill(frames) ||
-         fileSender_.fill(frames);
+  if (items_.fillAcknowledgements(frames) || contexts_.fillAcknowledgements(frames) ||
+      fileReceiver_.fillAcknowledgements(frames)) {
+    return true;
+  }
+  return maySend_ && (contexts_.fill(frames) || items_.fill(frames) || fileSender_.fill(frames));
 }
 
 void SessionCore::connectionDidClose(Connection& connection, const std::string&) {
@@ -191,6 +241,8 @@ void SessionCore::connectionDidClose(Connection& connection, const std::string&)
   current_ = nullptr;
   peerResumed_ = false;
   peerActive_ = false;
+  maySend_ = false;
+  store_.setSending(false);
   messages_.connectionDidClose();
   items_.connectionDidClose();
   contexts_.connectionDidClose();
@@ -218,6 +270,9 @@ bool SessionCore::take(const Frame& frame) {
       return true;
     case FrameType::gap:
       return takeGap(frame);
+    case FrameType::unpair:
+      takeUnpair();
+      return true;
     default:
       return takeQueueFrame(frame);
   }
@@ -275,10 +330,11 @@ void SessionCore::takeResume(const Frame& frame) {
   const Epoch own = store_.epoch();
   std::uint64_t item = numberIn(body, "item");
   std::uint64_t file = numberIn(body, "file");
-  const bool known = epoch && std::equal(epoch->begin(), epoch->end(), own.begin(), own.end()) && item > 0 &&
-                     item <= store_.nextNumber(Queue::items) && file > 0 &&
-                     file <= store_.nextNumber(Queue::files) &&
-                     numberIn(body, "context") <= store_.contextVersion();
+  const bool known = epoch && std::equal(epoch->begin(), epoch->end(), own.begin(), own.end()) &&
+                     store_.canWaitFor(Queue::items, item) && store_.canWaitFor(Queue::files, file) &&
+                     store_.canHaveContext(numberIn(body, "context"));
+  // What the other end acknowledged, it has lost: it knows nothing, or not all of it.
+  const bool lost = !known && !(store_.canWaitFor(Queue::items, 1) && store_.canWaitFor(Queue::files, 1));
   if (!known) {
     const auto firstOf = [this](Queue queue) {
       const std::optional<Row> row = store_.firstFrom(queue, 1);
@@ -293,6 +349,8 @@ void SessionCore::takeResume(const Frame& frame) {
   items_.resume(item);
   fileSender_.resume(file);
   contexts_.resume(known ? numberIn(body, "context") : 0);
+  if (lost) delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidResetQueues(); });
+  maySend_ = store_.setSending(true);
   peerResumed_ = true;
   report();
 }
@@ -310,7 +368,8 @@ bool SessionCore::takeGap(const Frame& frame) {
   }
   std::copy(epoch->begin(), epoch->end(), cursor.epoch->begin());
   const bool isFirst = !store_.cursor().epoch;
-  store_.restart(cursor);
+  // What has come of the numbering before is kept under it.
+  if (!items_.keep() || !store_.restart(cursor)) return false;
   fileReceiver_.forget();
   if (!isFirst) delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidResetQueues(); });
   return true;

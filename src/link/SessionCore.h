@@ -21,7 +21,7 @@ class SessionCore : public ConnectionOwner {
               Executor deliver, Executor answer, std::shared_ptr<Mailbox> mailbox);
   ~SessionCore() override;
 
-  void activate();
+  bool activate();                                            // any thread; false when it was
   bool isActivated() const { return activated_; }             // any thread
   LinkState state() const { return report_.current(); }       // any thread
   LinkStore& store() { return store_; }                       // any thread
@@ -30,18 +30,22 @@ class SessionCore : public ConnectionOwner {
   /// How many milliseconds a message is worth something to its sender. Any thread.
   std::uint64_t timeToLive() const { return static_cast<std::uint64_t>(options_.timing.reply.count()); }
 
+  /// Gives the delegate what an earlier process left; after activate(), once.
+  void deliverReceived();
   void send(OutgoingMessage message);
   void fail(OutgoingMessage message, ErrorCode code) { messages_.fail(std::move(message), code); }
   Messages& messages() { return messages_; }
   Items& items() { return items_; }
-  FileSender& files() { return fileSender_; }
+  FileSender& files() { return fileSender_; }  // queue(): any thread
   void setActive(bool active);
   void setLocked(bool locked);
   void adopt(std::unique_ptr<Stream> stream, bool opener, Session::Closed closed);
   void disconnect(const std::string& reason);
   /// There may be something to send.
   void wake();
-  void payloadWasHandled(std::size_t bytes);
+  void payloadWasHandled(const Delivery::Weight& weight);
+  /// The store has forgotten the other end; so does the rest, and the other end is told.
+  void didUnpair(const LinkStore::Unsent& unsent, bool tellPeer);
 
  private:
   PlistDictionary introduction() const override;
@@ -57,12 +61,17 @@ class SessionCore : public ConnectionOwner {
   void takeResume(const Frame& frame);
   bool takeGap(const Frame& frame);
   void sendState();
+  void takeUnpair();
+  /// Keeps what has come when the reading of this turn is over, and notes what has been handled.
+  void keepLater();
+  void keep();
   void pauseOrGoOn();
   void report();
 
   Strand& strand_;
   LinkStore& store_;
   const SessionOptions options_;
+  const std::shared_ptr<Spool> spool_;
   Delivery delivery_;
   Messages messages_;
   Items items_;
@@ -72,10 +81,13 @@ class SessionCore : public ConnectionOwner {
   StateReport report_;
   std::string run_;
   std::atomic<bool> activated_ = false;
+  bool deliveredReceived_ = false;
+  std::unique_ptr<Timer> keepTimer_;
 
   bool active_ = true;
   bool locked_ = false;
   bool peerResumed_ = false;
+  bool maySend_ = false;
   bool peerActive_ = false;
   LinkState state_;
   std::list<std::unique_ptr<Connection>> connections_;  // oldest first

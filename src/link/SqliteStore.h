@@ -34,6 +34,7 @@ class SqliteStore : public LinkStore {
   std::vector<Row> acknowledge(Queue queue, std::uint64_t below) override;
   std::uint64_t nextNumber(Queue queue) const override;
   bool canWaitFor(Queue queue, std::uint64_t next) const override;
+  bool canHaveContext(std::uint64_t version) const override;
   bool setSending(bool sending) override;
   Row context() const override;
   std::uint64_t contextVersion() const override;

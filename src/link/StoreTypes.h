@@ -27,6 +27,7 @@ struct Cursor {
   std::uint64_t nextFile = 1;
   std::uint64_t context = 0;
   std::uint64_t& next(Queue queue) { return queue == Queue::items ? nextItem : nextFile; }
+  friend bool operator==(const Cursor&, const Cursor&) = default;
 };
 
 /// Where an item or a file that arrives stands in its sender's numbering.

@@ -1,0 +1,95 @@
+#include "link/FileRows.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+#include "link/FrameWriter.h"
+#include "link/LinkLimits.h"
+
+namespace tunevale::link {
+
+Bytes writeFileRow(const FileRow& row) {
+  return writePropertyList(PlistDictionary{{"name", row.name},
+                                           {"size", asNumber(row.size)},
+                                           {"sha256", ByteView(row.hash)},
+                                           {"metadata", row.metadata}});
+}
+
+FileRow readFileRow(ByteView body) {
+  const PlistDictionary values = readBody(body).value_or(PlistDictionary{});
+  const PlistValue* name = values.find("name");
+  const PlistValue* metadata = values.find("metadata");
+  const std::optional<Bytes32> hash = hashIn(values, "sha256");
+  if (name == nullptr || metadata == nullptr || metadata->dictionary() == nullptr || !hash) return {};
+  return {std::string(name->string().value_or("")), numberIn(values, "size"), *hash, *metadata->dictionary()};
+}
+
+std::optional<Bytes32> hashIn(const PlistDictionary& body, std::string_view key) {
+  const PlistValue* value = body.find(key);
+  const ByteView bytes = value != nullptr ? value->bytes().value_or(ByteView{}) : ByteView{};
+  std::optional<Bytes32> hash;
+  if (bytes.size() == sizeof(Bytes32)) std::copy(bytes.begin(), bytes.end(), hash.emplace().begin());
+  return hash;
+}
+
+std::variant<FileRow, ErrorCode> copyIntoSpool(const std::string& path, Spool& spool, LinkStore& store) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return ErrorCode::fileAccessDenied;
+  if (std::filesystem::file_size(path, error) > kMostFile && !error) return ErrorCode::payloadTooLarge;
+  std::ifstream source(path, std::ios::binary);
+  if (!source) return ErrorCode::fileAccessDenied;
+
+  FileRow row;
+  row.name = newSpoolName();
+  const auto fail = [&](ErrorCode code) {
+    spool.remove(row.name);
+    return code;
+  };
+  const std::unique_ptr<SpoolFile> copy = spool.create(row.name);
+  if (copy == nullptr) return ErrorCode::insufficientSpace;
+  Sha256 hash;
+  Bytes chunk(kFileChunk);
+  while (source) {
+    source.read(reinterpret_cast<char*>(chunk.data()), static_cast<std::streamsize>(chunk.size()));
+    const ByteView read(chunk.data(), static_cast<std::size_t>(source.gcount()));
+    if (copy->size() + read.size() > kMostFile) return fail(ErrorCode::payloadTooLarge);  // it has grown
+    hash.add(read);
+    if (!copy->append(read)) return fail(ErrorCode::insufficientSpace);
+  }
+  if (source.bad()) return fail(ErrorCode::fileAccessDenied);
+  if (!copy->sync() || !spool.sync()) return fail(ErrorCode::insufficientSpace);
+  row.size = copy->size();
+  row.hash = hash.finish();
+  store.passes(CrashPoint::fileCopied);
+  return row;
+}
+
+std::string partName(const Epoch& epoch, std::uint64_t number) {
+  std::string name = "part-";
+  for (const std::byte byte : epoch) {
+    name += "0123456789abcdef"[std::to_integer<unsigned>(byte >> 4)];
+    name += "0123456789abcdef"[std::to_integer<unsigned>(byte & std::byte{0x0F})];
+  }
+  return name + "-" + std::to_string(number);
+}
+
+std::uint64_t sweepSpool(Spool& spool, const LinkStore& store) {
+  std::uint64_t queued = 0;
+  std::set<std::string> known;
+  for (std::optional<Row> row; (row = store.firstFrom(Queue::files, row ? row->number + 1 : 1));) {
+    const FileRow file = readFileRow(row->body);
+    known.insert(file.name);
+    queued += file.size;
+  }
+  for (const Received& row : store.received(Queue::files)) known.insert(readFileRow(row.body).name);
+  const Cursor cursor = store.cursor();
+  if (cursor.epoch) known.insert(partName(*cursor.epoch, cursor.nextFile));
+  for (const std::string& name : spool.names()) {
+    if (!known.contains(name)) spool.remove(name);
+  }
+  return queued;
+}
+
+}  // namespace tunevale::link

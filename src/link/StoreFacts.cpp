@@ -1,0 +1,97 @@
+#include "link/StoreFacts.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace tunevale::link {
+namespace {
+
+constexpr const char* kTables = R"(
+  CREATE TABLE facts (
+    one INTEGER PRIMARY KEY CHECK (one = 1), epoch BLOB NOT NULL, pin BLOB,
+    item_next INTEGER NOT NULL, item_acknowledged INTEGER NOT NULL, item_sent INTEGER NOT NULL,
+    file_next INTEGER NOT NULL, file_acknowledged INTEGER NOT NULL, file_sent INTEGER NOT NULL,
+    context_version INTEGER NOT NULL, context_sent INTEGER NOT NULL,
+    peer_epoch BLOB, peer_item INTEGER NOT NULL, peer_file INTEGER NOT NULL, peer_context INTEGER NOT NULL) STRICT;
+  CREATE TABLE items (number INTEGER PRIMARY KEY, body BLOB NOT NULL) STRICT;
+  CREATE TABLE files (number INTEGER PRIMARY KEY, body BLOB NOT NULL) STRICT;
+  CREATE TABLE received (
+    id INTEGER PRIMARY KEY, queue INTEGER NOT NULL, epoch BLOB NOT NULL, number INTEGER NOT NULL,
+    body BLOB NOT NULL) STRICT;
+  CREATE TABLE contexts (
+    received INTEGER PRIMARY KEY, version INTEGER NOT NULL, body BLOB NOT NULL, handled INTEGER NOT NULL) STRICT;
+  PRAGMA user_version = 1)";
+
+template <std::size_t size>
+std::optional<std::array<std::byte, size>> fixed(ByteView bytes) {
+  std::optional<std::array<std::byte, size>> value;
+  if (bytes.size() == size) std::copy(bytes.begin(), bytes.end(), value.emplace().begin());
+  return value;
+}
+
+template <class Value>
+ByteView optionalBytes(const std::optional<Value>& value) {
+  return value ? ByteView(*value) : ByteView{};
+}
+
+}  // namespace
+
+void makeStoreTables(Database& database, const Epoch& fresh) {
+  const std::string version = database.ask("PRAGMA user_version").value_or("");
+  if (version == "1") return;
+  if (version != "0") throw std::runtime_error("the link's store is of a later version of this program");
+  database.require("BEGIN");
+  database.require(kTables);
+  StoreFacts facts;
+  facts.epoch = fresh;
+  if (!FactsTable(database).write(facts)) database.fail();
+  database.require("COMMIT");
+}
+
+FactsTable::FactsTable(Database& database)
+    : read_(database.handle(),
+            "SELECT epoch, pin, item_next, item_acknowledged, item_sent, file_next, file_acknowledged, "
+            "file_sent, context_version, context_sent, peer_epoch, peer_item, peer_file, peer_context "
+            "FROM facts"),
+      write_(database.handle(),
+             "INSERT OR REPLACE INTO facts VALUES (1, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)") {}
+
+StoreFacts FactsTable::read() {
+  if (!read_.step()) throw std::runtime_error("the link's store cannot be read");
+  StoreFacts facts;
+  const auto epoch = fixed<sizeof(Epoch)>(read_.bytes(0));
+  facts.pin = fixed<sizeof(KeyHash)>(read_.bytes(1));
+  facts.items = {read_.number(2), read_.number(3), read_.number(4)};
+  facts.files = {read_.number(5), read_.number(6), read_.number(7)};
+  facts.contextVersion = read_.number(8);
+  facts.contextSent = read_.number(9);
+  facts.cursor.epoch = fixed<sizeof(Epoch)>(read_.bytes(10));
+  facts.cursor.nextItem = read_.number(11);
+  facts.cursor.nextFile = read_.number(12);
+  facts.cursor.context = read_.number(13);
+  read_.reset();
+  if (!epoch) throw std::runtime_error("the link's store is damaged");
+  facts.epoch = *epoch;
+  return facts;
+}
+
+bool FactsTable::write(const StoreFacts& facts) {
+  int column = 0;
+  const auto add = [&](auto value) { write_.bind(++column, value); };
+  add(ByteView(facts.epoch));
+  add(optionalBytes(facts.pin));
+  for (const StoreFacts::Numbers& numbers : {facts.items, facts.files}) {
+    add(numbers.next);
+    add(numbers.acknowledged);
+    add(numbers.sent);
+  }
+  add(facts.contextVersion);
+  add(facts.contextSent);
+  add(optionalBytes(facts.cursor.epoch));
+  add(facts.cursor.nextItem);
+  add(facts.cursor.nextFile);
+  add(facts.cursor.context);
+  return write_.run();
+}
+
+}  // namespace tunevale::link
