@@ -1,0 +1,144 @@
+// The numbers of docs/phone-link.md, which Python's library made: this end reads and computes the same.
+#include <fstream>
+#include <iterator>
+
+#include <boost/json.hpp>
+#include <gtest/gtest.h>
+
+#include "foundation/KeyedArchive.h"
+#include "foundation/PropertyList.h"
+#include "link/FrameReader.h"
+#include "link/LinkLimits.h"
+#include "link/PairingAddress.h"
+#include "link/PairingSecrets.h"
+#include "tagged/TaggedJson.h"
+
+namespace tunevale::link {
+namespace {
+
+namespace json = boost::json;
+
+std::string contents(const std::string& path) {
+  std::ifstream file(std::string(TUNEVALE_SOURCE_DIR) + path, std::ios::binary);
+  EXPECT_TRUE(file) << path;
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+json::value vectors(const std::string& name) {
+  return json::parse(contents("/tests/link/vectors/" + name + ".json"));
+}
+
+std::string text(const json::value& from, const char* key) {
+  return std::string(from.at(key).as_string());
+}
+
+Bytes fromHex(const std::string& hex) {
+  Bytes bytes;
+  for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+    bytes.push_back(static_cast<std::byte>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+  }
+  return bytes;
+}
+
+Bytes32 bytes32(const json::value& from, const char* key) {
+  Bytes32 bytes{};
+  const Bytes read = fromHex(text(from, key));
+  EXPECT_EQ(read.size(), bytes.size());
+  std::copy_n(read.begin(), bytes.size(), bytes.begin());
+  return bytes;
+}
+
+PlistValue valueIn(const json::value& tagged) {
+  std::string error;
+  const auto value = fromTaggedJson(tagged, error);
+  EXPECT_TRUE(value) << error;
+  return value.value_or(PlistValue());
+}
+
+void expectFrame(const json::value& vector) {
+  SCOPED_TRACE(text(vector, "name") + " " + text(vector, "hex"));
+  const Bytes bytes = fromHex(text(vector, "hex"));
+  FrameReader reader(kMostFrameBody);
+  for (const std::byte& one : bytes) reader.append({&one, 1});
+  const auto frame = reader.next();
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(static_cast<int>(frame->type), vector.at("type").as_int64());
+  EXPECT_EQ(frame->flags, vector.at("flags").as_int64());
+  EXPECT_EQ(std::to_string(frame->id), text(vector, "id"));
+  if (vector.at("body").is_null()) {
+    EXPECT_TRUE(frame->body.empty());
+  } else {
+    EXPECT_EQ(readPropertyList(frame->body), valueIn(vector.at("body")));
+  }
+  Bytes again;
+  appendFrame(again, *frame);
+  EXPECT_EQ(again, bytes);
+  EXPECT_FALSE(reader.next());
+}
+
+TEST(Vectors, FramesAreReadAsTheyAreMeant) {
+  const json::value all = vectors("frames");
+  for (const json::value& vector : all.at("frames").as_array()) expectFrame(vector);
+  EXPECT_GE(all.at("frames").as_array().size(), 25U);
+  const auto brokenAfter = [](const json::value& vector) {
+    FrameReader reader(kMostFrameBody);
+    reader.append(fromHex(text(vector, "hex")));
+    EXPECT_FALSE(reader.next()) << text(vector, "name");
+    return reader.broken() != nullptr;
+  };
+  for (const json::value& one : all.at("broken").as_array())
+    EXPECT_TRUE(brokenAfter(one)) << text(one, "name");
+  for (const json::value& one : all.at("incomplete").as_array())
+    EXPECT_FALSE(brokenAfter(one)) << text(one, "name");
+}
+
+TEST(Vectors, ArchivesHoldWhatTheySay) {
+  const json::value all = vectors("archives");
+  for (const json::value& vector : all.as_array()) {
+    SCOPED_TRACE(text(vector, "name"));
+    const PlistValue value = valueIn(vector.at("value"));
+    EXPECT_EQ(unarchiveObjectWithData(fromHex(text(vector, "hex"))), value);
+    EXPECT_EQ(unarchiveObjectWithData(archivedDataWithRootObject(value)), value);
+  }
+}
+
+TEST(Vectors, PairingComesToTheSameNumbers) {
+  const json::value v = vectors("pairing");
+  EXPECT_EQ(sha256({fromHex(text(v, "phoneKey"))}), bytes32(v, "fP"));
+  EXPECT_EQ(sha256({fromHex(text(v, "watchKey"))}), bytes32(v, "fW"));
+  const PairingChannel channel{bytes32(v, "K"), bytes32(v, "fW"), bytes32(v, "fP")};
+  const Bytes32 watchNonce = bytes32(v, "nW");
+  const Bytes32 phoneNonce = bytes32(v, "nP");
+  EXPECT_EQ(pairingCommitment(channel, phoneNonce), bytes32(v, "commit"));
+  EXPECT_EQ(pairingCode(channel, watchNonce, phoneNonce), text(v, "code"));
+  const auto address = parsePairingAddress(text(v, "address"));
+  ASSERT_TRUE(address && address->key && address->token);
+  EXPECT_EQ(*address->key, channel.watch);
+  EXPECT_EQ(inWords(*address), text(v, "address"));
+  for (const auto& [role, name] : {std::pair(Role::watch, "watch"), std::pair(Role::phone, "phone")}) {
+    EXPECT_EQ(confirmationProof(channel, role, watchNonce, phoneNonce), bytes32(v.at("proof"), name));
+    EXPECT_EQ(tokenProof(channel, role, *address->token), bytes32(v.at("tokenProof"), name));
+  }
+  for (const char* transcript : {"byCode", "byToken"}) {
+    for (const json::value& frame : v.at(transcript).as_array()) expectFrame(frame);
+  }
+  expectFrame(v.at("refused"));
+}
+
+// The page is what strangers have: what it works out must be these very numbers.
+TEST(Vectors, ThePageShowsThem) {
+  const std::string page = contents("/docs/phone-link.md");
+  const json::value v = vectors("pairing");
+  for (const char* key : {"fP", "fW", "K", "nP", "nW", "token", "commit", "codeDigest"}) {
+    EXPECT_NE(page.find(text(v, key)), std::string::npos) << key;
+  }
+  for (const char* kind : {"proof", "tokenProof"}) {
+    for (const char* role : {"watch", "phone"}) {
+      EXPECT_NE(page.find(text(v.at(kind), role)), std::string::npos) << kind << " of the " << role;
+    }
+  }
+  EXPECT_NE(page.find(codeInWords(text(v, "code"))), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tunevale::link
