@@ -7,6 +7,7 @@ import { crown } from './crown.js';
 import { flash } from './common/dom.js';
 import { keys } from './keys.js';
 import { pages } from './pages.js';
+import { pairingScreen } from './pairing.js';
 import { phoneMark } from './phone-mark.js';
 import { fitFace } from './scale.js';
 import { focusedPicker } from './screen.js';
@@ -50,17 +51,26 @@ const parts = [
   watchFace(layer, () => send({ foreground: true }), () => screens.focus()),
   alerts(layer, (index, element) => send({ alert: index }, element), () => screens.focus()),
 ];
+const pairing = pairingScreen(layer, byId('pairing-open'), {
+  onOpen: () => setInert(),
+  giveFocusBack: () => screens.focus(),
+});
+parts.push(pairing);
 const phone = phoneMark({ mark: byId('phone-mark'), notice: byId('notice'), face: byId('face') });
+
+/** Under an alert, the watch face or pairing the app is there, but not to be reached. */
+function setInert() {
+  app.inert = Boolean(current?.alert) || current?.foreground === false || pairing.isOpen;
+}
 
 function show(screen) {
   current = screen;
-  // Under an alert or the watch face the app is there, but not to be reached.
-  app.inert = Boolean(screen.alert) || screen.foreground === false;
+  setInert();
   for (const part of parts) part.show(screen);
-  phone.show(screen.phone);
+  phone.show(screen.phone, screen.pairing);
 }
 
-keys({ screen: () => current, send, turn: turning.key });
+keys({ screen: () => (pairing.isOpen ? null : current), send, turn: turning.key });
 clock(byId('time'));
 fitFace(document.querySelector('.bench'), byId('watch'), byId('face'));
 consoleBeside(document.body);

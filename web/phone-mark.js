@@ -2,11 +2,13 @@ const STATES = {
   connected: 'Phone connected',
   unreachable: 'Phone unreachable',
   locked: 'Phone locked',
+  unpaired: 'No phone paired',
   starting: 'Phone link not active',
 };
 
-const stateOf = ({ activated, reachable, locked }) => {
+const stateOf = ({ activated, reachable, locked }, pairing) => {
   if (!activated) return 'starting';
+  if (pairing && !pairing.phone) return 'unpaired';
   if (locked) return 'locked';
   return reachable ? 'connected' : 'unreachable';
 };
@@ -31,8 +33,8 @@ export function phoneMark({ mark, notice, face }) {
 
   return {
     connection,
-    show(phone) {
-      const state = stateOf(phone ?? {});
+    show(phone, pairing) {
+      const state = stateOf(phone ?? {}, pairing);
       if (mark.dataset.state === state) return;
       mark.dataset.state = state;
       mark.textContent = STATES[state];

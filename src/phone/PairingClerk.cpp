@@ -3,6 +3,7 @@
 #include <array>
 #include <stdexcept>
 
+#include "link/LinkLoop.h"
 #include "link/Session.h"
 #include "link/SqliteStore.h"
 

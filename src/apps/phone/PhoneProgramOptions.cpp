@@ -8,13 +8,19 @@
 namespace tunevale {
 
 const char* const kPhoneUsage =
-    R"(usage: tunevale-phone [--link ADDR:PORT] [--console ADDR:PORT] [--language NAME] [--empty] [--no-push]
+    R"(usage: tunevale-phone [--home DIR] [--pair ADDRESS] [--link ADDR:PORT] [--console ADDR:PORT]
+                      [--language NAME] [--empty] [--no-push]
 
-The reference phone: connects to a watch, and stays connected. It reads one command per line from standard
+The reference phone: connects to its paired watch, and stays connected. It reads one command per line from standard
 input and writes one event per line to standard output, both as JSON; docs/phone.md lists them. The end of
 standard input ends it, unless it has a console.
 
-  --link ADDR:PORT     where the watch waits for the phone (default: 127.0.0.1:8421)
+  --home DIR           where the phone keeps its key, its pairing and what waits to be sent (default: tunevale-phone
+                       in the user's data directory)
+  --pair ADDRESS       first pairs with the watch at that address, which is the one that the watch shows, or its
+                       ADDR:PORT; without a token in it, asks on standard error whether the codes are the same and
+                       takes the answer as a line of input
+  --link ADDR:PORT     where the paired watch waits for the phone (default: 127.0.0.1:8421)
   --console ADDR:PORT  offers the phone's console to a browser there (port 0 takes a free one)
   --language NAME      of its chart: english, hindi or tamil (default: english)
   --empty              begins with nothing to play
@@ -36,8 +42,14 @@ std::optional<http::Address> addressOf(const CommandLine& line, const std::strin
 
 PhoneProgramOptions readPhoneProgramOptions(int count, const char* const* words) {
   const CommandLine line(count, words, {"--empty", "--no-push", "--help", "--version"},
-                         {"--link", "--console", "--language"});
+                         {"--home", "--pair", "--link", "--console", "--language"});
   PhoneProgramOptions options;
+  options.home = line.value("--home").value_or("");
+  if (line.value("--home") && options.home.empty()) throw UsageError("--home takes a directory");
+  if (const auto address = line.value("--pair")) {
+    options.pair = link::parsePairingAddress(*address);
+    if (!options.pair) throw UsageError("--pair takes an address to pair with, not " + *address);
+  }
   options.link = addressOf(line, "--link").value_or(options.link);
   options.console = addressOf(line, "--console");
   options.settings.language = line.value("--language").value_or(options.settings.language);

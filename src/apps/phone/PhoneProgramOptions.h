@@ -1,14 +1,18 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "http/Address.h"
+#include "link/PairingAddress.h"
 #include "phone/PhoneSettings.h"
 
 namespace tunevale {
 
 /// What the command line of tunevale-phone asks for.
 struct PhoneProgramOptions {
+  std::string home;  // empty: the user's data directory
+  std::optional<link::PairingAddress> pair;
   http::Address link{"127.0.0.1", 8421};
   std::optional<http::Address> console;
   phone::PhoneSettings settings;

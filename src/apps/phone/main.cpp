@@ -1,15 +1,18 @@
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <future>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 
 #include <boost/asio/signal_set.hpp>
 
 #include "apps/CommandLine.h"
-#include "apps/phone/InputLines.h"
+#include "apps/InputLines.h"
+#include "apps/phone/PairingPrompt.h"
 #include "apps/phone/PhoneProgramOptions.h"
 #include "http/HttpServer.h"
 #include "phone/Console.h"
@@ -49,12 +52,26 @@ class Output : public phone::PhoneObserver {
   Ending& ending_;
 };
 
+/// $XDG_DATA_HOME/tunevale-phone, or $HOME/.local/share/tunevale-phone (XDG base directories).
+std::string homePath(const PhoneProgramOptions& options) {
+  if (!options.home.empty()) return options.home;
+  const char* data = std::getenv("XDG_DATA_HOME");
+  if (data != nullptr && *data == '/') return std::string(data) + "/tunevale-phone";
+  const char* home = std::getenv("HOME");
+  if (home != nullptr && *home == '/') return std::string(home) + "/.local/share/tunevale-phone";
+  throw std::runtime_error("no home: set HOME or give --home");
+}
+
 int runPhone(const PhoneProgramOptions& options) {
   std::signal(SIGPIPE, SIG_IGN);
   Ending ending;
-  phone::Phone phone({.watch = {options.link.host, options.link.port}, .settings = options.settings});
+  phone::Phone phone({.watch = {options.link.host, options.link.port},
+                      .folder = homePath(options),
+                      .settings = options.settings});
   const auto output = std::make_shared<Output>(ending);
+  const auto prompt = std::make_shared<PairingPrompt>();
   phone.addObserver(output);
+  phone.addObserver(prompt);
   std::string ready = R"({"event":"ready")";
 
   std::unique_ptr<http::HttpServer> server;
@@ -74,15 +91,19 @@ int runPhone(const PhoneProgramOptions& options) {
   signals.async_wait([&ending](const boost::system::error_code& error, int) {
     if (!error) ending.wish();
   });
-  phone.start();
+  phone.start(options.pair);
   {
-    const InputLines input(
-        {.line = [&phone](std::string_view line) { phone.perform(std::string(line), phone::Origin::script); },
-         .tooLong = [&phone] { phone.reject("the line is too long"); },
-         .end =
-             [&phone, &ending, &options] {
-               if (!options.console) phone.state([&ending](const std::string&) { ending.wish(); });
-             }});
+    const InputLines input({.line =
+                                [&phone, &prompt](std::string_view line) {
+                                  phone.perform(prompt->commandFor(line).value_or(std::string(line)),
+                                                phone::Origin::script);
+                                },
+                            .tooLong = [&phone] { phone.reject("the line is too long"); },
+                            .end =
+                                [&phone, &ending, &options] {
+                                  if (!options.console)
+                                    phone.state([&ending](const std::string&) { ending.wish(); });
+                                }});
     ending.await();
   }
   phone.stop();

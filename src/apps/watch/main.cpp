@@ -1,12 +1,14 @@
 #include <cstdio>
 #include <exception>
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
 #include "apps/CommandLine.h"
 #include "apps/watch/Controllers.h"
+#include "apps/watch/Demo.h"
+#include "apps/watch/PairingTerminal.h"
+#include "apps/watch/PhoneSide.h"
 #include "apps/watch/WatchOptions.h"
 #include "complication/ComplicationController.h"
 #include "core/ExtensionDelegate.h"
@@ -15,13 +17,11 @@
 #include "host/HomeFolder.h"
 #include "host/LinkPhoneSession.h"
 #include "host/Logs.h"
+#include "host/PairingControl.h"
 #include "host/RunLoop.h"
 #include "host/Services.h"
-#include "host/ThreadQueue.h"
 #include "host/WatchDisplay.h"
 #include "http/HttpServer.h"
-#include "phone/Console.h"
-#include "phone/Phone.h"
 
 namespace tunevale {
 
@@ -41,37 +41,30 @@ std::unique_ptr<Log> makeLog(const WatchOptions& options) {
   return std::make_unique<host::StderrLog>();
 }
 
-/// The folder for files on their way in; emptied, since what a crash left there is sent again.
-std::string spoolFolder(const host::HomeFolder& home) {
-  const std::string path = home.path() + "/Spool";
-  std::filesystem::remove_all(path);
-  std::filesystem::create_directory(path);
-  return path;
-}
-
-host::LinkPhoneSession::Options sessionOptions(const WatchOptions& options, const host::HomeFolder& home) {
-  return {.listenOn = {options.link.host, options.link.port}, .spoolFolder = spoolFolder(home)};
-}
-
-host::WatchDisplay::Options displayOptions(const WatchOptions& options,
-                                           const host::LinkPhoneSession& session) {
+host::WatchDisplay::Options displayOptions(const WatchOptions& options, PhoneSide& phoneSide) {
   const std::string resources = TUNEVALE_RESOURCES;
   return {.layoutFile = resources + "/layout/Interface.xml",
           .webFolder = resources + "/web",
           .address = options.display,
-          .pendingRequests = [&session] { return session.pendingRequests(); }};
+          .pendingRequests = [&phoneSide] { return phoneSide.pendingRequests(); },
+          .pairing = phoneSide.link() != nullptr ? &phoneSide.link()->pairing() : nullptr};
 }
 
-/// The demo phone, with its console on the watch's own display server.
-struct Demo {
-  Demo(host::RunLoop& loop, host::WatchDisplay& display, std::uint16_t linkPort, const std::string& linkHost)
-      : phone({.watch = {linkHost, linkPort}}),
-        console(phone, display.server(), loop.context(), std::string(TUNEVALE_RESOURCES) + "/web") {
-    phone.start();
+/// Says where everything is, and opens pairing where the command line wants it.
+std::unique_ptr<PairingTerminal> announce(const WatchOptions& options, host::WatchDisplay& display,
+                                          host::LinkPhoneSession* link) {
+  std::printf("Display: %s/\n", display.server().url().c_str());
+  std::unique_ptr<PairingTerminal> terminal;
+  if (link != nullptr) {
+    std::printf("Link: %s:%u\n", options.link.host.c_str(), static_cast<unsigned>(link->port()));
+    if (options.pair) terminal = std::make_unique<PairingTerminal>(link->pairing());
+    if (options.pair || options.pairingToken) {
+      std::printf("Pairing: %s\n", link->pairing().open(options.pair, options.pairingToken).c_str());
+    }
   }
-  phone::Phone phone;
-  phone::Console console;
-};
+  std::fflush(stdout);
+  return terminal;
+}
 
 /// Runs the extension until the process is told to end.
 int runWatch(const WatchOptions& options) {
@@ -80,30 +73,34 @@ int runWatch(const WatchOptions& options) {
   host::RunLoop loop;
   loop.handleSignals();
   host::Services services(home, loop, *log);
-  auto session = std::make_unique<host::LinkPhoneSession>(
-      loop, std::make_unique<host::ThreadQueue>("delivery"), sessionOptions(options, home));
-  Platform platform = services.makePlatform(*session);
+  auto phoneSide = std::make_unique<PhoneSide>(loop, home, *log, options);
+  Platform platform = services.makePlatform(phoneSide->session());
   ExtensionDelegate delegate(platform);
   platform.sharedExtension.setDelegate(&delegate);
 
   host::ControllerRegistry registry(platform);
   addControllers(registry);
   ComplicationController complications;
-  host::WatchDisplay display(platform, loop, registry, complications, displayOptions(options, *session));
-  session->setChangeHandler([&display] { display.phoneStateDidChange(); });
-  std::printf("Display: %s/\nLink: %s:%u\n", display.server().url().c_str(), options.link.host.c_str(),
-              static_cast<unsigned>(session->port()));
-  std::fflush(stdout);
+  host::WatchDisplay display(platform, loop, registry, complications, displayOptions(options, *phoneSide));
+  std::unique_ptr<PairingTerminal> terminal = announce(options, display, phoneSide->link());
+  phoneSide->setChangeHandler([&display, &terminal] {
+    display.phoneStateDidChange();
+    if (terminal != nullptr) terminal->update();
+  });
 
   delegate.applicationDidFinishLaunching();
   display.start();
   std::unique_ptr<Demo> demo;
-  if (options.demo) demo = std::make_unique<Demo>(loop, display, session->port(), options.link.host);
+  if (options.demo) {
+    demo = Demo::start(loop, display, *phoneSide->link(), options.link.host, home.path() + "/Demo");
+    if (demo == nullptr) log->write("This watch is paired with another phone: the demo phone stays away.");
+  }
   loop.run();
 
   // The phone goes first, then what it sent is handled, while everything that it reaches still stands.
   demo.reset();
-  session.reset();
+  terminal.reset();
+  phoneSide.reset();
   return 0;
 }
 

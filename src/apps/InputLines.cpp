@@ -1,4 +1,4 @@
-#include "apps/phone/InputLines.h"
+#include "apps/InputLines.h"
 
 #include <array>
 #include <cerrno>
