@@ -10,12 +10,14 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::size_t kHandshakeBytes = 3000;  // about, both ways
+constexpr std::size_t kUsualBytes =
+    3500;  // about, both ways: the handshake, the introductions and a few items
 
 /// What happens to one connection: each kind in turn, its measure by chance.
 FaultProxy::Faults faultsFor(int round, std::mt19937_64& dice) {
   FaultProxy::Faults faults;
-  const std::size_t most = kHandshakeBytes + (round % 2 == 0 ? 4000 : 200'000);
+  const bool hasFile = round % 3 == 0 || round % 5 == 0;
+  const std::size_t most = kUsualBytes + (hasFile && dice() % 2 == 0 ? 40'000 : 0);
   switch (round % 6) {
     case 0:
     case 1:
@@ -24,7 +26,7 @@ FaultProxy::Faults faultsFor(int round, std::mt19937_64& dice) {
       break;
     case 2:
       faults.slice = 1;
-      faults.cutAfter = 1 + dice() % (kHandshakeBytes + 4000);
+      faults.cutAfter = 1 + dice() % kUsualBytes;
       break;
     case 3:
       faults.delay = std::chrono::microseconds(dice() % 20'000);
@@ -34,7 +36,7 @@ FaultProxy::Faults faultsFor(int round, std::mt19937_64& dice) {
       break;
     case 4:
       faults.bytesPerSecond = 32 * 1024;
-      faults.cutAfter = 1 + dice() % 12'000;
+      faults.cutAfter = 1 + dice() % std::min<std::size_t>(most, 12'000);
       break;
     default:
       faults.slice = 1 + dice() % 40;  // and never cut
