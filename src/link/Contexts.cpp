@@ -3,7 +3,8 @@
 namespace tunevale::link {
 
 void Contexts::deliverReceived() {
-  if (const std::optional<Row> context = store_.receivedContext()) deliver(context->number, context->body);
+  if (const std::optional<Row> context = store_.receivedContext())
+    deliver({store_.cursor().epoch.value_or(Epoch{}), context->number, true}, context->body);
 }
 
 void Contexts::resume(std::uint64_t version) {
@@ -33,11 +34,12 @@ bool Contexts::didReceiveContext(const Frame& frame) {
   owesAck_ = true;
   if (frame.id <= cursor.context) return true;
   if (!store_.receiveContext({frame.id, Bytes(frame.body.begin(), frame.body.end())})) return false;
-  deliver(frame.id, frame.body);
+  deliver({*cursor.epoch, frame.id, false}, frame.body);
   return true;
 }
 
-void Contexts::deliver(std::uint64_t version, ByteView body) {
+void Contexts::deliver(const Arrival& arrival, ByteView body) {
+  const std::uint64_t version = arrival.number;
   const std::optional<PlistDictionary> context = readBody(body);
   if (!context) {
     // It is acknowledged all the same: sending it again would not mend it.
@@ -46,8 +48,9 @@ void Contexts::deliver(std::uint64_t version, ByteView body) {
   }
   delivery_.deliver(
       {.bytes = body.size(), .isKept = true},
-      [&store = store_, context = *context](SessionDelegate& delegate) {
+      [&store = store_, arrival, context = *context](SessionDelegate& delegate) {
         store.passes(CrashPoint::handlerBefore);
+        delegate.sessionWillReceive(arrival);
         delegate.sessionDidReceiveApplicationContext(context);
       },
       [&store = store_, version] {

@@ -23,7 +23,7 @@ class Contexts {
   void connectionDidClose() { owesAck_ = false; }
 
  private:
-  void deliver(std::uint64_t version, ByteView body);
+  void deliver(const Arrival& arrival, ByteView body);
   void didDeliver(std::uint64_t version);
 
   LinkStore& store_;

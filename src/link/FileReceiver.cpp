@@ -150,10 +150,8 @@ bool FileReceiver::keepWhole() {
   partial_.reset();
   const Row rows[] = {{number, writeFileRow(row)}};
   const std::optional<std::uint64_t> id = store_.receive(Queue::files, rows);
-  if (!id) {
-    spool_->remove(row.name);  // the other end sends it again
-    return false;
-  }
+  // The other end sends it again. The file stays until the sweep: a commit that failed may yet turn up.
+  if (!id) return false;
   owed_.push_back({FrameType::fileDone, number, {}});
   deliver(*id, {store_.cursor().epoch.value_or(Epoch{}), number, false}, row);
   return true;

@@ -10,7 +10,8 @@ namespace tunevale::link {
 
 /// What one end keeps until the other end, or its own application, has it. Numbers begin at 1 and rise; those
 /// of removed rows are not used again. What a call says it has changed is kept, whatever happens to the
-/// process or the power. False or nothing: it could not be kept, and nothing has changed. Any thread.
+/// process or the power. False or nothing: it could not be kept, and nothing has changed; but where a disk
+/// failed in the middle, the next process may find it kept. Any thread.
 class LinkStore {
  public:
   virtual ~LinkStore() = default;

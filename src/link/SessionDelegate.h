@@ -37,8 +37,8 @@ class SessionDelegate {
   virtual void sessionDidActivate() {}
   virtual void sessionDidReceiveMessage(const PlistDictionary& /*message*/, const MessageReply& /*reply*/) {}
   virtual void sessionDidReceiveMessageData(ByteView /*data*/, const DataReply& /*reply*/) {}
-  /// The next call is a user info or a file, and this is which. A handler whose effect must not come twice
-  /// keeps the epoch and number beside its effect, and skips what is `again` and not above them.
+  /// The next call is a user info, a context or a file, and this is which. A handler whose effect must not
+  /// come twice keeps the epoch and number beside its effect, and skips what is `again` and not above them.
   virtual void sessionWillReceive(const Arrival& /*arrival*/) {}
   virtual void sessionDidReceiveUserInfo(const PlistDictionary& /*userInfo*/) {}
   virtual void sessionDidReceiveApplicationContext(const PlistDictionary& /*context*/) {}

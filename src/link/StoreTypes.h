@@ -30,7 +30,7 @@ struct Cursor {
   friend bool operator==(const Cursor&, const Cursor&) = default;
 };
 
-/// Where an item or a file that arrives stands in its sender's numbering.
+/// Where an item, a context or a file that arrives stands in its sender's numbering.
 struct Arrival {
   Epoch epoch{};
   std::uint64_t number = 0;

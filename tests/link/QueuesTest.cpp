@@ -196,7 +196,8 @@ TEST_F(QueuesTest, HostileFilesAreRefusedOrCloseTheConnection) {
     peer.send(FrameType::fileBegin, 2, PlistDictionary{{"size", 4}});
     world.strand.run();
     EXPECT_EQ(peer.last(FrameType::fileError)->id, 2U);
-    peer.send(FrameType::fileBegin, 3, PlistDictionary{{"size", 4}, {"metadata", PlistDictionary{}}});
+    peer.send(FrameType::fileBegin, 3,
+              PlistDictionary{{"size", 4}, {"metadata", PlistDictionary{}}, {"sha256", Bytes(32)}});
     peer.send(FrameType::fileData, 3, PlistDictionary{{"offset", 0}, {"data", Bytes(5)}});
     world.strand.run();
     EXPECT_TRUE(peer.ended) << "more than was announced";
