@@ -102,11 +102,11 @@ async function measureChanges(watch, phone) {
 
 await inHome(async (home) => {
   await measureStarts('empty home', home);
-  const watch = await Watch.start(home);
+  const watch = await Watch.start(home, { pairing: true });
   let phone;
   try {
     await measureIdle(watch, 'no phone');
-    phone = await Phone.start(watch.link);
+    phone = await Phone.start(join(home, 'Phone'), { pairing: watch.pairing });
     await eventually(async () => (await artworkIn(home)).length === ARTWORK && settled(phone), 'all was sent');
     await phone.do('pause');  // what plays goes on to the next song by itself
     await eventually(() => settled(phone), 'the watch knows');

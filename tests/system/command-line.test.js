@@ -72,7 +72,15 @@ describe('command lines', { skip, concurrency: 4 }, () => {
   refused('tunevale-watch', () => ['--home', join(folder, 'taken'), ...free], /taken/);
   refused('tunevale-watch', () => [...fresh('a'), '--display', busyAt, '--link', '127.0.0.1:0'], /in use/);
   refused('tunevale-watch', () => [...fresh('b'), '--display', '127.0.0.1:0', '--link', busyAt], /in use/);
-  refused('tunevale-phone', () => ['--console', busyAt], /in use/);
+  refused('tunevale-watch', () => [...fresh('c'), ...free, '--record', join(folder, 'file')], /cannot record to .*file: File exists/);
+  refused('tunevale-watch', () => [...fresh('e'), '--replay', join(folder, 'none')], /cannot read the recording/);
+  refused('tunevale-watch', () => [...fresh('f'), '--replay', join(folder, 'file')], /file is no recording/);
+  refused('tunevale-watch', () => ['--replay', 'x', '--pair'], /nobody to pair with/);
+  refused('tunevale-watch', () => ['--replay', 'x', '--link', '127.0.0.1:0'], /no link for --link/);
+  refused('tunevale-watch', () => ['--replay', 'x', '--replay-speed', '-1'], /takes 0 to 1000, not -1/);
+  refused('tunevale-watch', () => ['--replay-speed', '2'], /is for --replay/);
+  refused('tunevale-phone', () => [...fresh('d'), '--console', busyAt], /in use/);
+  refused('tunevale-phone', () => [...fresh('g'), '--pair', 'tunevale-pair://127.0.0.1:1?key=12'], /address to pair with/);
   refused('tunevale-phone', () => ['--language', 'klingon'], /not klingon/);
 
   test('the watch whose home was wanted by another still answers', async () => {

@@ -67,7 +67,7 @@ function phoneEvent(pick, whole) {
 /** Every screen, freshly opened. The number of changes so far is not a part of what is shown. */
 async function tour(watch) {
   const shown = {};
-  const keep = (name, { version, ...screen }) => (shown[name] = screen);
+  const keep = (name, { version, pairing, ...screen }) => (shown[name] = screen);
   keep('home', await goHome(watch));
   for (const [row, name] of [[0, 'playlist'], [2, 'player']]) {
     keep(name, await watch.input({ select: { table: 'table', row } }));

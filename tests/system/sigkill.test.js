@@ -50,7 +50,7 @@ function assertWholePng(bytes, name) {
 async function assertTidy(home) {
   const entries = await readdir(home, { recursive: true, withFileTypes: true });
   const files = entries.filter((entry) => entry.isFile()).map((entry) => join(entry.path, entry.name).slice(home.length + 1));
-  const known = /^(Documents\/ImageCache\/[^/]+\.png|Library\/Preferences\/com\.tunevale\.watch\.plist|\.?lock)$/;
+  const known = /^(Documents\/ImageCache\/[^/]+\.png|Library\/Preferences\/com\.tunevale\.watch\.plist|Library\/Link\/(identity\.pem|link\.sqlite(-wal)?|Spool\/[^/]+)|\.?lock)$/;
   const strange = files.filter((path) => !known.test(path));
   assert.deepEqual(strange, []);
   for (const name of await artworkIn(home)) assertWholePng(await readFile(join(home, 'Documents/ImageCache', name)), name);

@@ -53,10 +53,13 @@ class Program {
 }
 
 export class Watch extends Program {
-  static async start(home, { display = '127.0.0.1:0', link = '127.0.0.1:0', demo = false } = {}) {
-    const watch = new Watch(WATCH, ['--home', home, '--display', display, '--link', link, ...(demo ? [] : ['--no-demo'])]);
+  /** `pairing`: also gives the address with which one phone may pair, as `watch.pairing`. */
+  static async start(home, { display = '127.0.0.1:0', link = '127.0.0.1:0', demo = false, pairing = false, more = [] } = {}) {
+    const watch = new Watch(WATCH, ['--home', home, '--display', display, '--link', link,
+                                    ...(demo ? [] : ['--no-demo']), ...(pairing ? ['--pairing-token'] : []), ...more]);
     watch.url = await watch.line(/^Display: (http\S+)/);
     watch.link = await watch.line(/^Link: (\S+)/);
+    if (pairing) watch.pairing = await watch.line(/^Pairing: (\S+)/);
     return watch;
   }
 
@@ -85,8 +88,9 @@ export class Watch extends Program {
 }
 
 export class Phone extends Program {
-  static async start(link, more = []) {
-    const phone = new Phone(PHONE, ['--link', link, ...more]);
+  /** A phone of that home, which knows the watch at `link`, or pairs with it by an address. */
+  static async start(home, { link, pairing, more = [] }) {
+    const phone = new Phone(PHONE, ['--home', home, ...(pairing ? ['--pair', pairing] : ['--link', link]), ...more]);
     phone.seen = 0;
     phone.count = 0;
     return phone;
@@ -139,16 +143,17 @@ export function tagged(value) {
   return typeof value === 'boolean' ? { t: 'bool', v: value } : { t: 'str', v: value };
 }
 
-/** A watch and a phone that has given it all it has. `end()` stops both and removes the home. */
+/** A watch and a paired phone that has given it all it has. `end()` stops both and removes their homes. */
 export async function startPair({ settled = true, phoneOptions = [] } = {}) {
   const home = await mkdtemp(join(tmpdir(), 'tunevale-browser-'));
-  const watch = await Watch.start(home);
-  const phone = await Phone.start(watch.link, phoneOptions);
+  const phoneHome = await mkdtemp(join(tmpdir(), 'tunevale-phone-'));
+  const watch = await Watch.start(home, { pairing: true });
+  const phone = await Phone.start(phoneHome, { pairing: watch.pairing, more: phoneOptions });
   const pair = {
-    home, watch, phone,
+    home, phoneHome, watch, phone,
     async end() {
       await Promise.all([phone.stop(), pair.watch.stop()]);
-      await rm(home, { recursive: true, force: true });
+      for (const folder of [home, phoneHome]) await rm(folder, { recursive: true, force: true });
     },
   };
   try {
