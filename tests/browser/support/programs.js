@@ -27,7 +27,7 @@ export async function eventually(probe, what = String(probe)) {
   }
 }
 
-class Program {
+export class Program {
   lines = [];
   log = [];
 
