@@ -72,14 +72,14 @@ export function pairingScreen(layer, opener, { onOpen, giveFocusBack }) {
       buttons: [button('Close', close), button('Try again', pair, { class: 'again' })],
     }),
     incomplete: () => ({
-      way: null, title: 'Pairing incomplete', first: '.again', mark: 'bad',
-      body: [element('p', { class: 'hint', role: 'status', text: 'Pairing incomplete, pair again: only one of the two knows the other.' })],
+      way: null, title: 'Pairing incomplete, pair again', first: '.again', mark: 'bad',
+      body: [element('p', { class: 'hint', role: 'status', text: 'Only one of the two knows the other.' })],
       buttons: [button('Later', () => { tell({ dismiss: true }); close(); }), button('Pair again', pair, { class: 'again' })],
     }),
     'other key': () => ({
       way: null, title: 'Not your phone', first: '.no', mark: 'bad',
       body: [element('p', { class: 'hint', role: 'alert',
-                            text: 'A phone with another key called, and was sent away. Pair it only if you changed your phone.' }),
+                            text: 'A phone with another key called, and was sent away.' }),
              element('p', { class: 'key', text: now.stranger })],
       buttons: [button('OK', () => { tell({ dismiss: true }); close(); }, { class: 'no' })],
     }),

@@ -38,7 +38,7 @@ class Phone {
 
   /// Hears what happens, on the phone's thread. Before start().
   void addObserver(std::shared_ptr<PhoneObserver> observer);
-  /// This end's key, and that of the paired watch. Before start().
+  /// This end's key, and that of the paired watch.
   const link::KeyHash& keyHash() const;
   std::optional<link::KeyHash> watch() const;
   /// Starts the thread, pairs if there is an address for it, and connects. Once.

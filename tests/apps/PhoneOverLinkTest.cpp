@@ -1,3 +1,4 @@
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
@@ -10,6 +11,7 @@
 
 #include "foundation/KeyedArchive.h"
 #include "host/LinkPhoneSession.h"
+#include "host/PairingControl.h"
 #include "host/ThreadQueue.h"
 #include "http/HttpServer.h"
 #include "http/TestClient.h"
@@ -99,15 +101,27 @@ class PhoneNotes : public phone::PhoneObserver {
 
 struct PhoneOverLink : testing::Test {
   PhoneOverLink() {
-    session.emplace(mainQueue, std::make_unique<host::ThreadQueue>("delivery"),
-                    host::LinkPhoneSession::Options{.listenOn = {}, .spoolFolder = spool.path()});
-    session->setDelegate(&watch);
-    session->setChangeHandler([this] {
-      const auto state = session->state();
-      changes.add(state.locked ? "locked" : state.reachable ? "reachable" : "unreachable");
-    });
-    phone.emplace(phone::PhoneOptions{.watch = {"127.0.0.1", session->port()}});
+    startSession(0);
+    phone.emplace(phone::PhoneOptions{.watch = {"127.0.0.1", session->port()}, .timing = timing});
     phone->addObserver(observer);
+  }
+  void startSession(std::uint16_t port) {
+    session.emplace(mainQueue, std::make_unique<host::ThreadQueue>("delivery"),
+                    host::LinkPhoneSession::Options{
+                        .listenOn = {"127.0.0.1", port}, .folder = home.path(), .timing = timing});
+    session->setDelegate(&watch);
+    session->setChangeHandler([this, before = std::string("unreachable")]() mutable {
+      const auto state = session->state();
+      const std::string word = state.locked ? "locked" : state.reachable ? "reachable" : "unreachable";
+      if (word != before) changes.add(before = word);
+      const auto view = session->pairing().view();
+      views.add(viewWords(view));
+    });
+  }
+  static std::string viewWords(const host::PairingView& view) {
+    constexpr std::array kTroubles{"", " incomplete", " other key"};
+    return std::to_string(static_cast<int>(view.status.step)) + (view.peer ? " paired" : " alone") +
+           kTroubles[static_cast<std::size_t>(view.trouble)];
   }
   ~PhoneOverLink() override {
     phone.reset();
@@ -116,10 +130,14 @@ struct PhoneOverLink : testing::Test {
   void endSession() {
     mainQueue.sync([this] { session.reset(); });
   }
+  /// An address with a token, of this watch.
+  std::optional<link::PairingAddress> token() {
+    return link::parsePairingAddress(session->pairing().open(false, true));
+  }
   void start() {
     session->activateSession();
-    phone->start();
-    ASSERT_EQ(changes.await("reachable"), 1U);
+    phone->start(token());
+    ASSERT_GE(changes.await("reachable"), 1U);
   }
   void command(const std::string& line) { phone->perform(line, phone::Origin::script); }
   /// The reply to a request, as its entry under a key, or the number of its error.
@@ -138,8 +156,10 @@ struct PhoneOverLink : testing::Test {
 
   Notes heard;
   Notes changes;
+  Notes views;
   Watch watch{heard};
-  test::TemporaryFolder spool;
+  link::Timing timing{.pairingSpacing = 1ms};
+  test::TemporaryFolder home;
   ThreadMainQueue mainQueue;
   std::shared_ptr<PhoneNotes> observer = std::make_shared<PhoneNotes>();
   std::optional<host::LinkPhoneSession> session;
@@ -185,13 +205,87 @@ TEST_F(PhoneOverLink, ComesBackWhenTheWatchDoes) {
   EXPECT_EQ(heard.await("file", 27), 27U);
   const std::uint16_t port = session->port();
   endSession();
-  session.emplace(
-      mainQueue, std::make_unique<host::ThreadQueue>("delivery"),
-      host::LinkPhoneSession::Options{.listenOn = {"127.0.0.1", port}, .spoolFolder = spool.path()});
-  session->setDelegate(&watch);
+  startSession(port);
   session->activateSession();
   EXPECT_EQ(heard.await("data weekly_top_15", 2), 2U) << "a new run of the watch gets everything";
   EXPECT_EQ(heard.await("file", 54), 54U);
+}
+
+TEST_F(PhoneOverLink, PairsWhenBothPeopleSayYesToTheSameCode) {
+  session->activateSession();
+  phone->start(link::parsePairingAddress(session->pairing().open(true, false)));
+  const std::string asked = R"({"event":"pairing","watch":null,"step":"comparing","code":")";
+  ASSERT_EQ(observer->notes.await(asked), 1U);
+  ASSERT_GE(views.await("2 alone"), 1U);
+  const std::string code = session->pairing().view().status.code;
+  EXPECT_EQ(observer->notes.await(asked + code + '"'), 1U) << "both show the same";
+  session->pairing().answer("000000" == code ? "000001" : "000000", true);
+  session->pairing().answer(code, true);
+  EXPECT_GE(views.await("3 alone"), 1U) << "one yes is not enough";
+  EXPECT_EQ(changes.await("reachable", 0), 0U);
+  command(R"({"do":"confirm_pairing","code":")" + code + R"("})");
+  ASSERT_GE(changes.await("reachable"), 1U);
+  EXPECT_EQ(session->pairing().view().peer, phone->keyHash());
+  EXPECT_EQ(phone->watch(), session->keyHash());
+
+  EXPECT_EQ(session->pairing().unpair(), std::nullopt);
+  EXPECT_GE(views.await("0 alone"), 1U);
+  EXPECT_EQ(observer->notes.await(R"({"event":"pairing","watch":null,"step":"closed")"), 1U)
+      << "the phone was told";
+  EXPECT_EQ(ask({{"request", "Hello"}}, "request"), "7007");
+  EXPECT_EQ(phone->watch(), std::nullopt);
+}
+
+TEST_F(PhoneOverLink, NoPairsNobody) {
+  session->activateSession();
+  phone->start(link::parsePairingAddress(session->pairing().open(true, false)));
+  ASSERT_GE(views.await("2 alone"), 1U);
+  session->pairing().answer(session->pairing().view().status.code, false);
+  EXPECT_EQ(observer->notes.await(R"({"event":"pairing","watch":null,"step":"failed")"), 1U);
+  EXPECT_EQ(session->pairing().view().peer, std::nullopt);
+  EXPECT_EQ(phone->watch(), std::nullopt);
+}
+
+TEST_F(PhoneOverLink, AnotherKeyIsAnAlarmAndAnotherPairingTakesThePlace) {
+  start();
+  const test::TemporaryFolder otherHome;
+  const auto otherNotes = std::make_shared<PhoneNotes>();
+  const auto makeOther = [&] {
+    auto other = std::make_unique<phone::Phone>(phone::PhoneOptions{
+        .watch = {"127.0.0.1", session->port()}, .folder = otherHome.path(), .timing = timing});
+    other->addObserver(otherNotes);
+    return other;
+  };
+  auto other = makeOther();
+  other->start(token());
+  EXPECT_GE(otherNotes->notes.await(R"({"event":"link","connected":true)"), 1U);
+  EXPECT_EQ(session->pairing().view().peer, other->keyHash());
+  EXPECT_GE(observer->notes.await(R"({"event":"pairing","watch":null,"step":"closed")"), 1U)
+      << "the former phone is told";
+
+  // The second is forgotten while it is away; it still believes to be paired.
+  other.reset();
+  phone.reset();
+  EXPECT_EQ(session->pairing().unpair(), std::nullopt);
+  other = makeOther();
+  other->start();
+  EXPECT_GE(views.await("0 alone incomplete"), 1U);
+  EXPECT_GE(otherNotes->notes.await(R"({"event":"pairing","watch":")"), 1U);
+  other.reset();
+
+  // With a third in its place, its call is one of a stranger.
+  phone.emplace(phone::PhoneOptions{.watch = {"127.0.0.1", session->port()}, .timing = timing});
+  phone->start(token());
+  EXPECT_GE(views.await("4 paired"), 1U);
+  other = makeOther();
+  other->start();
+  EXPECT_GE(views.await("4 paired other key"), 1U);
+  const host::PairingView view = session->pairing().view();
+  EXPECT_EQ(view.stranger, other->keyHash());
+  EXPECT_EQ(view.peer, phone->keyHash()) << "an alarm, never an update";
+  other.reset();
+  session->pairing().dismissTrouble();
+  EXPECT_EQ(session->pairing().view().trouble, host::PairingView::Trouble::none);
 }
 
 TEST_F(PhoneOverLink, ItsConsoleShowsAndCommands) {

@@ -26,8 +26,8 @@ struct Finished {
 Finished run(const std::string& arguments, const std::string& input = "") {
   const test::TemporaryFolder folder;
   std::ofstream(folder.path("in")) << input;
-  const std::string command = std::string(TUNEVALE_PHONE) + " " + arguments + " <" + folder.path("in") +
-                              " 2>" + folder.path("errors");
+  const std::string command = std::string(TUNEVALE_PHONE) + " --home " + folder.path("home") + " " +
+                              arguments + " <" + folder.path("in") + " 2>" + folder.path("errors");
   Finished result;
   FILE* pipe = ::popen(command.c_str(), "r");
   if (pipe == nullptr) return result;

@@ -1,0 +1,92 @@
+#include <boost/json.hpp>
+#include <gtest/gtest.h>
+
+#include "host/PairingPage.h"
+#include "host/QrCode.h"
+#include "http/HttpServer.h"
+#include "http/ServerOnThread.h"
+#include "http/TestClient.h"
+
+namespace tunevale::host {
+namespace {
+
+using Step = link::PairingStatus::Step;
+
+struct Control : PairingControl {
+  PairingView view() const override { return now; }
+  std::string open(bool byCode, bool withToken) override {
+    did += byCode && withToken ? "open " : "half open ";
+    return now.address;
+  }
+  void close() override { did += "close "; }
+  void answer(std::string_view code, bool yes) override {
+    did += (yes ? "yes " : "no ") + std::string(code) + " ";
+  }
+  std::optional<std::string> unpair() override {
+    did += "unpair ";
+    return std::nullopt;
+  }
+  void dismissTrouble() override { did += "dismiss "; }
+  PairingView now;
+  std::string did;
+};
+
+TEST(PairingPage, ObeysOnlyWhatThePersonCanHaveMeant) {
+  Control control;
+  const auto status = [&](const std::string& body) { return obeyPairing(control, body).status; };
+  for (const char* body :
+       {"", "{}", "[]", R"({"open":false})", R"({"open":true,"close":true})", R"({"yes":true})",
+        R"({"no":482913})", R"({"unpair":"now"})", R"({"dance":true})"}) {
+    EXPECT_EQ(status(body), 400) << body;
+  }
+  EXPECT_EQ(status(R"({"yes":"482913"})"), 409) << "nothing is compared";
+  EXPECT_EQ(status(R"({"unpair":true})"), 409) << "nobody is paired";
+  EXPECT_EQ(control.did, "");
+
+  control.now.status = {.step = Step::comparing, .code = "482913"};
+  EXPECT_EQ(status(R"({"yes":"482914"})"), 409) << "another code";
+  EXPECT_EQ(status(R"({"yes":"482913"})"), 0);
+  control.now.status.step = Step::waiting;
+  EXPECT_EQ(status(R"({"no":"482913"})"), 409) << "answered already";
+  control.now.peer = link::KeyHash{};
+  EXPECT_EQ(status(R"({"open":true})"), 0);
+  EXPECT_EQ(status(R"({"close":true})"), 0);
+  EXPECT_EQ(status(R"({"unpair":true})"), 0);
+  EXPECT_EQ(status(R"({"dismiss":true})"), 0);
+  EXPECT_EQ(control.did, "yes 482913 open close unpair dismiss ");
+}
+
+TEST(PairingPage, NoOtherPageSeesOrPresses) {
+  Control control;
+  control.now.status = {.step = Step::comparing, .code = "482913"};
+  control.now.address = "tunevale-pair://127.0.0.1:1";
+  http::ServerOnThread server;
+  server.onLoop([&] { addPairingRoutes(*server, control); });
+  const std::string own = "http://127.0.0.1:" + std::to_string(server.port());
+  const std::string body = R"({"yes":"482913"})";
+  const auto post = [&](const std::string& fields) {
+    return http::statusOf(http::ask(server.port(), "POST", "/api/pairing", fields, body));
+  };
+  EXPECT_EQ(post("Origin: http://evil.example\r\n"), 403);
+  EXPECT_EQ(post("Origin: http://127.0.0.1:1\r\n"), 403);
+  EXPECT_EQ(post("Origin: null\r\n"), 403);
+  EXPECT_EQ(control.did, "");
+  EXPECT_EQ(post("Origin: " + own + "\r\n"), 200);
+  EXPECT_EQ(control.did, "yes 482913 ");
+  const std::string picture = http::ask(server.port(), "GET", "/api/pairing/qr.svg");
+  EXPECT_EQ(http::statusOf(picture), 200);
+  EXPECT_NE(picture.find("Cross-Origin-Resource-Policy: same-origin"), std::string::npos);
+  EXPECT_NE(picture.find("no-store"), std::string::npos);
+}
+
+// The finder patterns of ISO/IEC 18004 stand in three corners, inside a quiet zone of four squares.
+TEST(QrCode, HasItsFinders) {
+  const std::string svg = qrCodeSvg("tunevale-pair://127.0.0.1:8421?key=" + std::string(64, 'a'));
+  for (const char* square : {"M4 4h1", "M10 10h1", "M6 6h1"}) EXPECT_NE(svg.find(square), std::string::npos);
+  for (const char* light : {"M5 5h1", "M11 11h1", "M3 4h1"}) EXPECT_EQ(svg.find(light), std::string::npos);
+  EXPECT_EQ(qrCodeSvg(""), "");
+  EXPECT_EQ(qrCodeSvg(std::string(3000, 'a')), "");
+}
+
+}  // namespace
+}  // namespace tunevale::host

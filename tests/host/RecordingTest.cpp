@@ -1,0 +1,221 @@
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "host/PosixFiles.h"
+#include "host/RecordingPhoneSession.h"
+#include "host/ReplayPhoneSession.h"
+#include "support/ManualMainQueue.h"
+#include "support/ScriptedPhone.h"
+#include "support/TemporaryFolder.h"
+#include "support/TestQueues.h"
+
+namespace tunevale {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// An extension that notes what it is told, answers, and asks when it has heard a context.
+class Extension : public PhoneSessionDelegate {
+ public:
+  void sessionActivationDidCompleteWithState(PhoneSession& session, ActivationState,
+                                             const std::optional<SessionError>&) override {
+    session_ = &session;
+    heard.emplace_back("activation");
+  }
+  void sessionDidReceiveMessage(PhoneSession&, const PlistDictionary& message,
+                                const MessageReply& reply) override {
+    heard.push_back("message " + word(message));
+    reply({{"n", "taken"}});
+  }
+  void sessionDidReceiveMessageData(PhoneSession&, ByteView data, const DataReply&) override {
+    heard.push_back("data " + std::string(asText(data)));
+  }
+  void sessionDidReceiveUserInfo(PhoneSession&, const PlistDictionary& userInfo) override {
+    heard.push_back("user info " + word(userInfo));
+  }
+  void sessionDidReceiveApplicationContext(PhoneSession&, const PlistDictionary& context) override {
+    heard.push_back("context " + word(context));
+    ask("one");
+    ask("two");
+    session_->sendMessageData(
+        toBytes("three"), [this](ByteView reply) { heard.push_back("answer " + std::string(asText(reply))); },
+        {});
+  }
+  void sessionDidReceiveFile(PhoneSession&, const ReceivedFile& file) override {
+    const auto contents = host::PosixFiles().contentsAtPath(file.path);
+    heard.push_back("file " + word(file.metadata) + " " + std::string(asText(contents.value_or(Bytes{}))));
+  }
+  void ask(const std::string& what) {
+    session_->sendMessage(
+        {{"n", what}}, [this](const PlistDictionary& reply) { heard.push_back("answer " + word(reply)); },
+        [this](const SessionError& error) { heard.push_back("error " + std::to_string(error.code)); });
+  }
+  static Bytes toBytes(std::string_view text) {
+    const ByteView view = asBytes(text);
+    return {view.begin(), view.end()};
+  }
+  static std::string word(const PlistDictionary& dictionary) {
+    return std::string(dictionary.find("n")->string().value_or(""));
+  }
+  std::vector<std::string> heard;
+
+ private:
+  PhoneSession* session_ = nullptr;
+};
+
+const std::vector<std::string> kTold{"activation",      "message hello", "data \x01raw",
+                                     "user info later", "context now",   "answer first",
+                                     "error 7014",      "answer second", "file picture PNG"};
+
+struct Recording : testing::Test {
+  /// A conversation of seven seconds, recorded by a clock that the test moves.
+  void record() {
+    test::ScriptedPhone phone(mainQueue);
+    host::Recorder recorder(
+        file, [](const std::string& why) { FAIL() << why; }, [this] { return clock; });
+    host::RecordingPhoneSession session(phone, recorder);
+    session.setDelegate(&extension);
+    phone.setReachable(false);
+    const std::string picture = folder.path("picture");
+    std::ofstream(picture) << "PNG";
+    phone.completeActivation();
+    phone.setReachable(true);
+    session.noteState();
+    session.noteState();
+    clock += 1s;
+    phone.deliverMessage({{"n", "hello"}});
+    phone.deliverMessageData(asBytes("\x01raw"));
+    phone.deliverUserInfo({{"n", "later"}});
+    phone.deliverApplicationContext({{"n", "now"}});
+    clock += 3s;
+    phone.reply(0, {{"n", "first"}});
+    phone.fail(1, {7014, "it may have run"});
+    phone.replyToData(0, Extension::toBytes("second"));
+    mainQueue.drain();
+    clock += 3s;
+    phone.deliverFile(picture, {{"n", "picture"}});
+  }
+  std::unique_ptr<host::ReplayPhoneSession> replay(double speed) {
+    auto session = std::make_unique<host::ReplayPhoneSession>(
+        mainQueue, queues.make("delivery"),
+        host::ReplayPhoneSession::Options{.events = host::readRecording(file),
+                                          .speed = speed,
+                                          .folder = folder.path(),
+                                          .changed = [this] { ++changes; },
+                                          .ended = [this] { ++endings; }});
+    extension.heard.clear();
+    session->setDelegate(&extension);
+    session->activateSession();
+    settle();
+    return session;
+  }
+  void settle() {
+    while (mainQueue.drain() > 0 || queues.settle()) {
+    }
+  }
+  /// Time in steps, as the delivery queue only runs when told.
+  void pass(std::chrono::milliseconds time) {
+    for (auto passed = 0ms; passed < time; passed += 10ms) {
+      mainQueue.advance(10ms);
+      settle();
+    }
+  }
+
+  test::TemporaryFolder folder;
+  const std::string file = folder.path("recording");
+  test::ManualMainQueue mainQueue;
+  test::TestQueues queues{test::TestQueues::Kind::manual};
+  std::chrono::steady_clock::time_point clock{};
+  Extension extension;
+  int changes = 0;
+  int endings = 0;
+};
+
+TEST_F(Recording, ReplaysWhatWasHeardAndAnswered) {
+  record();
+  EXPECT_EQ(extension.heard, kTold);
+  EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
+
+  const auto session = replay(0);
+  EXPECT_EQ(extension.heard.size(), kTold.size());
+  auto sorted = extension.heard;  // without pauses an answer may come before or after the next delivery
+  auto told = kTold;
+  std::sort(sorted.begin(), sorted.end());
+  std::sort(told.begin(), told.end());
+  EXPECT_EQ(sorted, told);
+  EXPECT_EQ(endings, 1);
+  EXPECT_EQ(changes, 1) << "a state that stays the same is noted once";
+  EXPECT_TRUE(session->isReachable());
+  EXPECT_EQ(session->pendingRequests(), 0U);
+
+  extension.ask("one");  // its answer was given already
+  settle();
+  EXPECT_EQ(extension.heard.back(), "error 7007");
+  EXPECT_FALSE(std::filesystem::exists(folder.path("received")));
+}
+
+TEST_F(Recording, KeepsThePaceThatIsAskedFor) {
+  record();
+  auto session = replay(2);
+  EXPECT_EQ(extension.heard, (std::vector<std::string>{"activation"}));
+  pass(490ms);
+  EXPECT_EQ(extension.heard.size(), 1U);
+  pass(20ms);
+  EXPECT_EQ(extension.heard, std::vector<std::string>(kTold.begin(), kTold.begin() + 5));
+  EXPECT_EQ(session->pendingRequests(), 3U);
+  pass(1480ms);
+  EXPECT_EQ(extension.heard.size(), 5U);
+  pass(1600ms);
+  EXPECT_EQ(extension.heard, kTold);
+  // Ended in the middle, nothing is heard any more.
+  session = replay(1);
+  session.reset();
+  pass(10s);
+  EXPECT_EQ(extension.heard, (std::vector<std::string>{"activation"}));
+}
+
+TEST_F(Recording, EndsBeforeHalfALineAndSaysWhichLineIsWrong) {
+  record();
+  std::stringstream whole;
+  whole << std::ifstream(file).rdbuf();
+  const std::string text = whole.str();
+  const std::size_t count = host::readRecording(file).size();
+  std::filesystem::resize_file(file, text.size() - 5);
+  EXPECT_EQ(host::readRecording(file).size(), count - 1);
+
+  const auto complaint = [&](const std::string& contents) -> std::string {
+    std::ofstream(file, std::ios::trunc) << contents;
+    try {
+      host::readRecording(file);
+    } catch (const std::runtime_error& error) {
+      return std::string(error.what()).substr(file.size());
+    }
+    return "none";
+  };
+  const std::string header = host::recordingHeader() + "\n";
+  EXPECT_EQ(complaint("{}\n"), " is no recording");
+  EXPECT_EQ(complaint(header + "[1]\n"), ", line 2: no JSON object");
+  EXPECT_EQ(complaint(header + R"({"at":0,"event":"dance"})"
+                               "\n"),
+            ", line 2: no such event");
+  EXPECT_EQ(complaint(header + R"({"at":-1,"event":"activation"})"
+                               "\n"),
+            ", line 2: at is no number");
+  EXPECT_EQ(complaint(header + R"({"at":0,"event":"state","reachable":true})"
+                               "\n"),
+            ", line 2: locked is missing");
+  EXPECT_EQ(complaint(header + R"({"at":0,"event":"message_data","id":1,"data":"*"})"
+                               "\n"),
+            ", line 2: data is not base 64");
+  EXPECT_EQ(complaint(header + R"({"at":0,"event":"context","body":{"t":"int","v":"1"}})"
+                               "\n"),
+            ", line 2: body is no dictionary");
+  EXPECT_EQ(complaint(header), "none");
+  EXPECT_THROW(host::Recorder(file, {}), std::runtime_error) << "nothing is written over";
+}
+
+}  // namespace
+}  // namespace tunevale
