@@ -159,7 +159,7 @@ bool FileReceiver::keepWhole() {
 
 void FileReceiver::deliver(std::uint64_t id, Arrival arrival, const FileRow& row) {
   delivery_.deliver(
-      {.fileBytes = row.size},
+      {.fileBytes = row.size, .isKept = true},
       [&store = store_, spool = spool_, id, arrival, name = row.name,
        metadata = row.metadata](SessionDelegate& delegate) mutable {
         if (kPlantedFault == PlantedFault::removalSplit) {
