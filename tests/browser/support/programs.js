@@ -17,8 +17,8 @@ export const skip = !named && !existsSync(WATCH) && `no programs in ${folder}: b
 const PATIENCE = 15_000;
 
 /** Waits until `probe` gives something true, and gives that. */
-export async function eventually(probe, what = String(probe)) {
-  const end = Date.now() + PATIENCE;
+export async function eventually(probe, what = String(probe), patience = PATIENCE) {
+  const end = Date.now() + patience;
   for (;;) {
     const found = await probe();
     if (found) return found;

@@ -105,7 +105,7 @@ struct Cuts {
 TEST(FaultTable, F4CutsAtAnyByteLoseNothingAndRepeatNothing) {
   Cuts cuts;
   ASSERT_TRUE(cuts.pair.becomesReachable(5s));
-  const int rounds = faultCount(300, 36);
+  const int rounds = faultCount(300, kSanitized ? 60 : 36);
   for (int i = 0; i < rounds && !HasFailure(); ++i) {
     SCOPED_TRACE("round " + std::to_string(i));
     cuts.round(i);
