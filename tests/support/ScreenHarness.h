@@ -63,7 +63,7 @@ class ProbeScreen : public WKInterfaceController {
   void connect(Connections&) override {}
   static std::shared_ptr<ProbeScreen> shownBy(InterfaceHost& host, Platform& platform) {
     auto screen = std::make_shared<ProbeScreen>(platform);
-    screen->attach(nullptr, &host);
+    screen->attach(nullptr, host);
     return screen;
   }
 };
@@ -86,7 +86,7 @@ class ShownScreen {
         picker->setAction(connections_.pickActions.at(0).run);
       }
     }
-    screen_->attach(std::move(root), &host);
+    screen_->attach(std::move(root), host);
   }
   ~ShownScreen() { leave(); }
   ShownScreen(const ShownScreen&) = delete;
