@@ -102,9 +102,10 @@ struct PhoneOverLink : testing::Test {
     session.emplace(mainQueue, std::make_unique<host::ThreadQueue>("delivery"),
                     host::LinkPhoneSession::Options{.listenOn = {}, .spoolFolder = spool.path()});
     session->setDelegate(&watch);
-    session->setChangeHandler([this] {
+    session->setChangeHandler([this, last = std::string("unreachable")]() mutable {
       const auto state = session->state();
-      changes.add(state.locked ? "locked" : state.reachable ? "reachable" : "unreachable");
+      const std::string now = state.locked ? "locked" : state.reachable ? "reachable" : "unreachable";
+      if (std::exchange(last, now) != now) changes.add(now);
     });
     phone.emplace(phone::PhoneOptions{.watch = {"127.0.0.1", session->port()}});
     phone->addObserver(observer);
