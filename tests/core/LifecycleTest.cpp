@@ -39,10 +39,12 @@ TEST_F(Lifecycle, EveryChangeOfGroundIsTold) {
 }
 
 TEST_F(Lifecycle, EveryBackgroundTaskIsCompleted) {
+  class OtherTask : public WKRefreshBackgroundTask {};
   const auto snapshot = std::make_shared<WKSnapshotRefreshBackgroundTask>();
   const std::vector<std::shared_ptr<WKRefreshBackgroundTask>> tasks{
       std::make_shared<WKApplicationRefreshBackgroundTask>(), snapshot,
-      std::make_shared<WKURLSessionRefreshBackgroundTask>()};
+      std::make_shared<WKWatchConnectivityRefreshBackgroundTask>(),
+      std::make_shared<WKURLSessionRefreshBackgroundTask>(), std::make_shared<OtherTask>()};
   delegate.handleBackgroundTasks(tasks);
   for (const auto& task : tasks) EXPECT_TRUE(task->isCompleted());
   ASSERT_TRUE(snapshot->completion());

@@ -73,6 +73,24 @@ struct Demo {
   phone::Console console;
 };
 
+/// However a run ends: the phone goes first, then what it sent is handled, and what waits for an answer lets
+/// go, while everything that it reaches still stands.
+struct Ending {
+  Ending(host::RunLoop& runLoop, std::unique_ptr<host::LinkPhoneSession>& linkSession)
+      : loop(runLoop), session(linkSession) {}
+  ~Ending() {
+    demo.reset();
+    session.reset();
+    loop.dropBlocks();
+  }
+  Ending(const Ending&) = delete;
+  Ending& operator=(const Ending&) = delete;
+
+  host::RunLoop& loop;
+  std::unique_ptr<host::LinkPhoneSession>& session;
+  std::unique_ptr<Demo> demo;
+};
+
 /// Runs the extension until the process is told to end.
 int runWatch(const WatchOptions& options) {
   const std::unique_ptr<Log> log = makeLog(options);
@@ -95,15 +113,11 @@ int runWatch(const WatchOptions& options) {
               static_cast<unsigned>(session->port()));
   std::fflush(stdout);
 
+  Ending ending(loop, session);
   delegate.applicationDidFinishLaunching();
   display.start();
-  std::unique_ptr<Demo> demo;
-  if (options.demo) demo = std::make_unique<Demo>(loop, display, session->port(), options.link.host);
+  if (options.demo) ending.demo = std::make_unique<Demo>(loop, display, session->port(), options.link.host);
   loop.run();
-
-  // The phone goes first, then what it sent is handled, while everything that it reaches still stands.
-  demo.reset();
-  session.reset();
   return 0;
 }
 
