@@ -5,9 +5,6 @@ import { after, before, describe, test } from 'node:test';
 import { FACE, launchBrowser, watchFaults } from './support/browser.js';
 import { eventually, skip, startPair } from './support/programs.js';
 
-const LOCKED = 'Please unlock your device then try again';
-const UNREACHABLE = 'Oops something went wrong. Please open Tunevale on your device first then try again.';
-
 describe('the chart', { skip }, () => {
   let pair, browser, page, faults;
   before(async () => {
@@ -59,23 +56,6 @@ describe('the chart', { skip }, () => {
     await dialog.waitFor({ state: 'detached' });
     assert.equal(pair.phone.requests('downloadSong')[0].data.id, 'eng003');
   });
-
-  for (const [state, change, words] of [['locked', { locked: true }, LOCKED],
-                                        ['unreachable', { reachable: false }, UNREACHABLE]]) {
-    test(`with the phone ${state}, a tap says why and sends nothing`, async () => {
-      const before = plays().length;
-      await pair.phone.do('set', change);
-      await page.getByText(`Phone ${state}`).waitFor();
-      await rows().nth(3).locator('.select').click();
-      const dialog = page.getByRole('alertdialog', { name: 'Tunevale' });
-      await dialog.getByText(words, { exact: true }).waitFor();
-      await dialog.getByRole('button', { name: 'OK' }).click();
-      await dialog.waitFor({ state: 'detached' });
-      await pair.phone.do('set', { locked: false, reachable: true });
-      await page.getByText('Phone connected').waitFor();
-      assert.equal(plays().length, before);
-    });
-  }
 
   test('a tapped song plays, and the player shows it', async () => {
     await rows().nth(3).locator('.select').click();

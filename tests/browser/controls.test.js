@@ -38,23 +38,6 @@ describe('controls', { skip }, () => {
     await page.getByRole('button', { name: 'My Player' }).click();
     await page.getByRole('slider', { name: 'Volume' }).waitFor();
   };
-  const level = async () => Number(await page.getByRole('slider', { name: 'Volume' }).getAttribute('aria-valuenow'));
-  const volumes = () => pair.phone.requests('volume').map(({ level: sent }) => sent);
-
-  test('the crown sets the volume in tenths; the phone moves it too', async () => {
-    await pair.phone.do('play_song', { index: 0 });
-    await pair.phone.do('volume', { value: 5 });
-    await openPlayer();
-    await eventually(async () => (await level()) === 5, 'the volume of the phone');
-    await page.locator('#crown').hover();
-    await page.mouse.wheel(0, -100);
-    await page.mouse.wheel(0, -100);
-    await eventually(async () => (await level()) === 7, 'two steps up');
-    await eventually(() => Math.fround(volumes().at(-1)) === Math.fround(0.7), 'the phone has 0.7');
-    await pair.phone.do('volume', { value: 4 });
-    await eventually(async () => (await level()) === 4, 'the phone turned it down');
-    assert.equal(Number(await page.getByRole('meter').getAttribute('aria-valuenow')), 4);
-  });
 
   test('play, pause, next and previous drive the phone; buttons dim while it thinks', async () => {
     await pair.phone.do('play_song', { index: 1 });
@@ -160,16 +143,6 @@ describe('controls', { skip }, () => {
     await eventually(async () => (await named()) === 'Play all', 'the focus is where it was');
     await page.keyboard.press('Escape');
     await eventually(async () => (await named()) === 'Weekly Top 15', 'and on the row that was chosen');
-  });
-
-  test('two windows on one watch stay in step', async () => {
-    const other = await browser.newPage(FACE);
-    await other.goto(pair.watch.url);
-    await page.getByRole('button', { name: 'Radio Stations' }).click();
-    await other.locator('.screen:not([inert])[data-scene=RadioHomeView]').waitFor();
-    await other.keyboard.press('ArrowRight');
-    await page.getByRole('button', { name: 'Mirelle Vantine, English' }).waitFor();
-    await other.close();
   });
 
   test('hostile texts are texts', async () => {
