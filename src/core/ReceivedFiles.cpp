@@ -52,11 +52,11 @@ void ExtensionDelegate::writeImageURLToCache(const std::string& source, std::str
   const auto logFailure = [this](const std::string& why) {
     platform_.log.write("Error writing File: " + why);
   };
-  const auto target = artworkPath(platform_.homeDirectory, withName);
-  if (!target) return logFailure("no file name: " + description(withName));
   FileManager& files = platform_.fileManager;
   const std::string directory = artworkDirectory(platform_.homeDirectory);
   if (!files.fileExistsAtPath(directory)) files.createDirectoryAtPath(directory);
+  const auto target = artworkPath(platform_.homeDirectory, withName);
+  if (!target) return logFailure("no file name: " + description(withName));
   if (files.fileExistsAtPath(*target)) return;
 
   const auto contents = files.contentsAtPath(source);

@@ -135,13 +135,19 @@ void Navigation::open(WKInterfaceController& from, Presentation presentation, st
       waiting_.push_back({from.weak_from_this(), presentation, std::move(pages)});
     return;
   }
-  if (levels_.empty() || &from != screen().get() || levels_.size() >= kMostLevels) return;
+  if (levels_.empty() || !isOnTop(from) || levels_.size() >= kMostLevels) return;
   change([&] {
     auto level = makeLevel(presentation, pages);
     if (!level) return;
     deactivateTop();
     enter(std::move(*level));
   });
+}
+
+bool Navigation::isOnTop(const WKInterfaceController& screen) const {
+  const auto& pages = top().pages;
+  return std::any_of(pages.begin(), pages.end(),
+                     [&screen](const Screen& page) { return page.controller.get() == &screen; });
 }
 
 std::optional<Navigation::Level> Navigation::makeLevel(Presentation presentation,

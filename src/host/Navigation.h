@@ -16,7 +16,7 @@ namespace tunevale::host {
 
 /// Which screens are open, which one is seen, and their lifecycle. Screens lie on one another in levels; a
 /// level of several pages shows one of them. What a screen asks for while screens change waits until they
-/// have, and counts only if that screen is then on top. Main queue.
+/// have, and counts only if that screen is then on top, be it a page that is not seen. Main queue.
 class Navigation : public InterfaceHost {
  public:
   enum class Presentation { root, push, modal };
@@ -75,6 +75,7 @@ class Navigation : public InterfaceHost {
   };
 
   const Level& top() const { return levels_.back(); }
+  bool isOnTop(const WKInterfaceController& screen) const;
   void open(WKInterfaceController& from, Presentation presentation, std::vector<Page> pages);
   void runSegue(WKInterfaceController& from, const SegueLayout& segue);
   std::optional<Level> makeLevel(Presentation presentation, const std::vector<Page>& pages);

@@ -63,7 +63,7 @@ struct RunLoop::State {
 RunLoop::RunLoop() : state_(std::make_unique<State>()) {}
 
 RunLoop::~RunLoop() {
-  state_->schedule.clear();
+  dropBlocks();
 }
 
 void RunLoop::async(Block block) {
@@ -86,6 +86,10 @@ void RunLoop::run() {
     }
     if (state_->turnEnd) state_->turnEnd();
   }
+}
+
+void RunLoop::dropBlocks() {
+  state_->schedule.clear();
 }
 
 void RunLoop::stop() {

@@ -28,6 +28,9 @@ class RunLoop : public MainQueue {
 
   /// Runs turns until stop(). A loop that was stopped stays so.
   void run();
+  /// Drops the blocks that have not run, and what that in turn submits, while what they hold may still let go
+  /// in peace. Main thread, after run().
+  void dropBlocks();
   /// Ends run() after the block that runs now. Any thread, and before run() too.
   void stop();
   /// From now on SIGINT and SIGTERM stop the loop, a second one ends the process at once, and writing into a

@@ -141,7 +141,7 @@ std::shared_ptr<WKInterfaceController> SceneBuilder::build(const SceneLayout& sc
         if (const auto held = weak.lock()) run(*held, segue);
       });
   screen->setTitle(scene.title);
-  screen->attach(builder.build(scene.content), &host);
+  screen->attach(builder.build(scene.content), host);
   return screen;
 }
 

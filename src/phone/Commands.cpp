@@ -204,8 +204,10 @@ Commands::Deed Commands::switching(CommandReader& reader) {
   if (wanted.refuse.size() > kLongestRefusal) reader.fail("refuse is too long");
   return [this, wanted] {
     const Switches before = std::exchange(state_.switches, wanted);
+    // Not even for a moment is the phone reachable in between.
+    if (!wanted.reachable && before.reachable) link_.setActive(false);
     if (wanted.locked != before.locked) link_.setLocked(wanted.locked);
-    if (wanted.reachable != before.reachable) link_.setActive(wanted.reachable);
+    if (wanted.reachable && !before.reachable) link_.setActive(true);
     if (wanted.pushes && !before.pushes && state_.link.connected) pushes_.wantEverything();
   };
 }

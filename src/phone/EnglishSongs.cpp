@@ -11,7 +11,7 @@ constexpr SongRow kSongs[] = {
      "", "Ada Brackwater", "Teodor Pell"},
     {"eng003", "Don&#039;t Wake the Lighthouse", "Salt &amp; Cinder", 241, "Jonah Eskerly, Wren Tolliver", "",
      "", "Jonah Eskerly, Wren Tolliver", "Jonah Eskerly"},
-    {"eng004", "Seventeen Kites", "Seventeen Kites", 168, "NULL", "", "", "Pia Lundgarde, NULL", "NULL"},
+    {"eng004", "Seventeen Kites", "Seventeen Kites", 168, "", "", "", "Pia Lundgarde, NULL", "NULL"},
     {"eng005", "A Very Long Letter to the Girl Who Sold Me Umbrellas on the Last Dry Day of September",
      "Letters, Mostly Unsent", 302, "Barnaby Oakenrill", "Cleo Marchetti-Voss", "", "Barnaby Oakenrill",
      "Cleo Marchetti-Voss"},

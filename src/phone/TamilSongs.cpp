@@ -11,7 +11,7 @@ constexpr SongRow kSongs[] = {
      "Nilamozhi Venkuzhal, Adhiran Mullaivel", "Isaivanan Pothikai"},
     {"tam003", "ஏழாம் வீதி &amp; நிலா", "ஏழாம் வீதி", 232, "Adhiran Mullaivel", "", "Poonguyil Sembiyan",
      "Adhiran Mullaivel", "Thooriga Maaran"},
-    {"tam004", "தாமதமான ரயில்", "நடைமேடை மூன்று", 199, "NULL", "", "", "Kayalthendral Oviyar", "NULL"},
+    {"tam004", "தாமதமான ரயில்", "நடைமேடை மூன்று", 199, "", "", "", "Kayalthendral Oviyar", "NULL"},
     {"tam005", "மாடிப்படியில் மறந்து வைத்த மாலை வெயிலுக்கு ஒரு நீண்ட நன்றிக் கடிதம்", "மாலை வெயில்", 318,
      "Thooriga Maaran", "", "", "Thooriga Maaran", "Thooriga Maaran"},
     {"tam006", "Kaatrin Kaiyezhuthu", "Vaanoli Naatkal", 207, "Kayalthendral Oviyar", "", "",

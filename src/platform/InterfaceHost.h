@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,13 +16,22 @@ class WKInterfaceController;
 class InterfaceHost {
  public:
   using Page = std::pair<std::string, PlistValue>;  // scene identifier and context
+  InterfaceHost() = default;
   virtual ~InterfaceHost() = default;
+  InterfaceHost(const InterfaceHost&) = delete;
+  InterfaceHost& operator=(const InterfaceHost&) = delete;
   virtual void titleDidChange(WKInterfaceController& screen) = 0;
-  /// Ignored, with no effect, when the screen is not the one on top or the identifier is unknown.
+  /// Ignored, with no effect, when the screen is not on top or the identifier is unknown.
   virtual void push(WKInterfaceController& from, const std::string& name, const PlistValue& context) = 0;
   virtual void present(WKInterfaceController& from, const std::vector<Page>& pages) = 0;
-  /// Never dropped: alerts wait for one another.
+  /// Never dropped: alerts wait for one another, also those of a screen that was left.
   virtual void presentAlert(WKInterfaceController& from, WKAlert alert) = 0;
+
+  /// For screens, which may outlive their host; empty once it has gone.
+  std::weak_ptr<InterfaceHost> handle() const { return self_; }
+
+ private:
+  const std::shared_ptr<InterfaceHost> self_{this, [](InterfaceHost*) {}};
 };
 
 }  // namespace tunevale

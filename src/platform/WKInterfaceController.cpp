@@ -16,15 +16,15 @@ void closeTables(WKInterfaceObject& element) {
 
 void WKInterfaceController::setTitle(std::string_view title) {
   title_ = title;
-  if (host_ != nullptr) host_->titleDidChange(*this);
+  if (const auto host = host_.lock()) host->titleDidChange(*this);
 }
 
 void WKInterfaceController::pushControllerWithName(const std::string& name, const PlistValue& context) {
-  if (host_ != nullptr) host_->push(*this, name, context);
+  if (const auto host = host_.lock()) host->push(*this, name, context);
 }
 
 void WKInterfaceController::presentControllerWithName(const std::string& name, const PlistValue& context) {
-  if (host_ != nullptr) host_->present(*this, {{name, context}});
+  if (const auto host = host_.lock()) host->present(*this, {{name, context}});
 }
 
 void WKInterfaceController::presentControllerWithNames(const std::vector<std::string>& names,
@@ -33,23 +33,23 @@ void WKInterfaceController::presentControllerWithNames(const std::vector<std::st
   for (std::size_t i = 0; i < names.size(); ++i) {
     pages.emplace_back(names[i], i < contexts.size() ? contexts[i] : PlistValue());
   }
-  if (host_ != nullptr) host_->present(*this, pages);
+  if (const auto host = host_.lock()) host->present(*this, pages);
 }
 
 void WKInterfaceController::presentAlertControllerWithTitle(std::string_view title, std::string_view message,
                                                             WKAlertControllerStyle preferredStyle,
                                                             std::vector<WKAlertAction> actions) {
-  if (host_ == nullptr) return;
-  host_->presentAlert(*this, {std::string(title), std::string(message), preferredStyle, std::move(actions)});
+  if (const auto host = host_.lock()) {
+    host->presentAlert(*this, {std::string(title), std::string(message), preferredStyle, std::move(actions)});
+  }
 }
 
-void WKInterfaceController::attach(std::unique_ptr<WKInterfaceObject> root, InterfaceHost* host) {
+void WKInterfaceController::attach(std::unique_ptr<WKInterfaceObject> root, const InterfaceHost& host) {
   root_ = std::move(root);
-  host_ = host;
+  host_ = host.handle();
 }
 
 void WKInterfaceController::detach() {
-  host_ = nullptr;
   if (root_) {
     root_->setChangeHandler(nullptr);
     closeTables(*root_);

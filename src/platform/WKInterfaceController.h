@@ -53,14 +53,15 @@ class WKInterfaceController : public std::enable_shared_from_this<WKInterfaceCon
                                        std::vector<WKAlertAction> actions);
 
   Platform& platform() const { return platform_; }
-  /// Host only. The elements' root, and whoever shows the screen (null once it is left).
-  void attach(std::unique_ptr<WKInterfaceObject> root, InterfaceHost* host);
+  /// Host only. The elements' root, and whoever shows the screen.
+  void attach(std::unique_ptr<WKInterfaceObject> root, const InterfaceHost& host);
+  /// Host only. The screen was left; late answers still find its elements and may show alerts.
   void detach();
   WKInterfaceObject* root() const { return root_.get(); }
 
  private:
   Platform& platform_;
-  InterfaceHost* host_ = nullptr;
+  std::weak_ptr<InterfaceHost> host_;
   std::unique_ptr<WKInterfaceObject> root_;
   std::string title_;
 };

@@ -15,8 +15,9 @@ class RadioHomeInterfaceController : public WKInterfaceController {
  public:
   using WKInterfaceController::WKInterfaceController;
 
-  PlistValue parentContext;  // kept for as long as the screen lives
-  std::int32_t type = 0;     // kFeaturedStations or kArtistStations
+  bool canFetchImages = false;  // nobody asks yet: artwork comes from the phone by itself
+  PlistValue parentContext;     // kept for as long as the screen lives
+  std::int32_t type = 0;        // kFeaturedStations or kArtistStations
   WKInterfaceTable* radioTable = nullptr;
   WKInterfaceGroup* backgroundGroup = nullptr;
   /// Sent whole, although a hostile list shows no more than WatchUtil::kMostRows rows.

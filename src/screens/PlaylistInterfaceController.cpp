@@ -86,8 +86,10 @@ void PlaylistInterfaceController::reloadData() {
     const PlistValue* song = songs.at(i);
     auto* row = playlistTable->rowControllerAtIndex<SongRowController>(i);
     if (row == nullptr) continue;
-    row->songName->setText(convertHTMLEntities(valueForKey(song, "title")));
-    row->songMeta->setText(convertHTMLEntities(valueForKey(valueForKey(song, "more_info"), "album")));
+    const PlistValue title(rowText(valueForKey(song, "title")));
+    const PlistValue album(rowText(valueForKey(valueForKey(song, "more_info"), "album")));
+    row->songName->setText(convertHTMLEntities(&title));
+    row->songMeta->setText(convertHTMLEntities(&album));
     row->songData = dictionaryOrEmpty(song);
     const PlistValue* pid = valueForKey(song, "id");
     const auto text = pid == nullptr ? std::nullopt : pid->string();
@@ -141,7 +143,7 @@ void PlaylistInterfaceController::playSongAtIndex(int index) {
 }
 
 std::string PlaylistInterfaceController::convertHTMLEntities(const PlistValue* text) const {
-  return WatchUtil::convertHTMLEntities(rowText(text));
+  return WatchUtil::convertHTMLEntities(text);
 }
 
 }  // namespace tunevale

@@ -12,8 +12,8 @@ namespace {
 
 constexpr Color kFallbackGrey = Color::ofBytes(62, 62, 62);
 
-/// One character for each UTF-16 code unit: lengths and positions are counted in those, and what is not ASCII
-/// is no digit whatever it is.
+/// One character for each UTF-16 code unit: lengths and positions are counted in those. Only ASCII
+/// is made upper case: no other spelling of a digit is meant.
 std::string codeUnits(std::string_view utf8) {
   std::string units;
   for (const char c : utf8) {

@@ -38,51 +38,6 @@ describe('controls', { skip }, () => {
     await page.getByRole('button', { name: 'My Player' }).click();
     await page.getByRole('slider', { name: 'Volume' }).waitFor();
   };
-  const level = async () => Number(await page.getByRole('slider', { name: 'Volume' }).getAttribute('aria-valuenow'));
-  const volumes = () => pair.phone.requests('volume').map(({ level: sent }) => sent);
-
-  test('the crown sets the volume in tenths; the phone moves it without an echo', async () => {
-    await pair.phone.do('play_song', { index: 0 });
-    await pair.phone.do('volume', { value: 5 });
-    await openPlayer();
-    await eventually(async () => (await level()) === 5, 'the volume of the phone');
-    const before = volumes().length;
-    await page.locator('#crown').hover();
-    await page.mouse.wheel(0, -100);
-    await page.mouse.wheel(0, -100);
-    await eventually(async () => (await level()) === 7, 'two steps up');
-    await eventually(() => Math.fround(volumes().at(-1)) === Math.fround(0.7), 'the phone has 0.7');
-    const sent = volumes().length;
-    assert.ok(sent > before);
-    await pair.phone.do('volume', { value: 4 });
-    await eventually(async () => (await level()) === 4, 'the phone turned it down');
-    assert.equal(Number(await page.getByRole('meter').getAttribute('aria-valuenow')), 4);
-    await page.waitForTimeout(300);
-    assert.equal(volumes().length, sent, 'no echo');
-    await page.keyboard.press('ArrowUp');
-    await eventually(() => volumes().length === sent + 1, 'the next turn is sent again');
-    assert.equal(Math.fround(volumes().at(-1)), Math.fround(0.5));
-  });
-
-  test('a fast spin and the phone at once: both agree within a second', async () => {
-    await openPlayer();
-    await page.locator('#face').hover();
-    for (let i = 0; i < 30; i++) {
-      await page.mouse.wheel(0, i % 7 < 4 ? -100 : 100);
-      if (i % 6 === 0) await pair.phone.do('volume', { value: (i * 3) % 11 });
-    }
-    const start = Date.now();
-    let watchSide, phoneSide;
-    await eventually(async () => {
-      await pair.phone.do('state');
-      phoneSide = pair.phone.events.findLast((event) => event.event === 'state').volume;
-      watchSide = await level();
-      return watchSide === phoneSide && Date.now() - start > 600;
-    }, 'both ends agree');
-    assert.ok(Date.now() - start < 1500, `${Date.now() - start} ms`);
-    await page.waitForTimeout(300);
-    assert.equal(await level(), watchSide, 'and stay so');
-  });
 
   test('play, pause, next and previous drive the phone; buttons dim while it thinks', async () => {
     await pair.phone.do('play_song', { index: 1 });
@@ -110,17 +65,6 @@ describe('controls', { skip }, () => {
     await page.waitForTimeout(150);
     assert.equal(pair.phone.requests('nextMedia').length, sent + 1, 'a disabled button sends nothing');
     assert.deepEqual(faults(), []);
-  });
-
-  test('a refusal on the player is shown, and the buttons come back', async () => {
-    await openPlayer();
-    await pair.phone.do('set', { refuse: 'No battery left' });
-    await page.getByRole('button', { name: 'Next' }).click();
-    await page.getByRole('alertdialog').getByText('No battery left').waitFor();
-    await page.getByRole('button', { name: 'OK' }).click();
-    await eventually(async () => (await page.getByRole('button', { name: 'Next' }).getAttribute('aria-disabled')) === null,
-                     'enabled again');
-    assert.equal(await page.locator('.spinner').count(), 0);
   });
 
   test('stations: two pages by dots, keys and a swipe; a tap opens the player', async () => {
@@ -199,16 +143,6 @@ describe('controls', { skip }, () => {
     await eventually(async () => (await named()) === 'Play all', 'the focus is where it was');
     await page.keyboard.press('Escape');
     await eventually(async () => (await named()) === 'Weekly Top 15', 'and on the row that was chosen');
-  });
-
-  test('two windows on one watch stay in step', async () => {
-    const other = await browser.newPage(FACE);
-    await other.goto(pair.watch.url);
-    await page.getByRole('button', { name: 'Radio Stations' }).click();
-    await other.locator('.screen:not([inert])[data-scene=RadioHomeView]').waitFor();
-    await other.keyboard.press('ArrowRight');
-    await page.getByRole('button', { name: 'Mirelle Vantine, English' }).waitFor();
-    await other.close();
   });
 
   test('hostile texts are texts', async () => {

@@ -1,8 +1,6 @@
-#include <cstdlib>
 #include <stdexcept>
 
 #include "core/CoreTest.h"
-#include "core/WKExtensionMain.h"
 
 namespace tunevale::test {
 namespace {
@@ -19,8 +17,6 @@ TEST_F(Lifecycle, LaunchActivatesTheSessionAndLoadsTheStations) {
     phone.setSupported(supported);
     phone.setDelegate(nullptr);
     delegate.applicationDidFinishLaunching();
-    delegate.applicationDidBecomeActive();
-    delegate.applicationWillResignActive();
     EXPECT_EQ(radio().getFeaturedStations(), stations);
     EXPECT_EQ(phone.activations(), 1);  // the first time only
     if (supported) {
@@ -35,11 +31,8 @@ TEST_F(Lifecycle, LaunchActivatesTheSessionAndLoadsTheStations) {
 TEST_F(Lifecycle, EveryChangeOfGroundIsTold) {
   phone.setReachable(false);
   delegate.applicationWillEnterForeground();
-  delegate.applicationWillEnterForeground();
   delegate.applicationDidEnterBackground();
-  EXPECT_EQ(phone.sentMessages(), (std::vector<PlistDictionary>{{{"request", "app:foreground"}},
-                                                                {{"request", "app:foreground"}},
-                                                                {{"request", "app:background"}}}));
+  EXPECT_EQ(takeTrace(), (Trace{"send app:foreground", "send app:background"}));
   phone.fail(0, {7004, "not activated"});
   settle();
   EXPECT_TRUE(world.log.lines().empty());
@@ -71,7 +64,7 @@ TEST_F(Lifecycle, GreetsThePhoneOnceActivated) {
   phone.completeActivation();
   phone.completeActivation();
   phone.completeActivation(ActivationState::activated, SessionError{7001, "late\nstart"});
-  ASSERT_EQ(phone.sentMessages(), std::vector<PlistDictionary>(3, {{"request", "Hello"}}));
+  EXPECT_EQ(takeTrace(), Trace(3, "send Hello"));
   phone.reply(0, {{"ok", 1}});
   phone.fail(1, {7007, "the phone is not there"});
   phone.fail(2, {7007, "the phone is not there"});
@@ -83,16 +76,6 @@ TEST_F(Lifecycle, GreetsThePhoneOnceActivated) {
   // how the activation went, not why the greeting failed
   EXPECT_EQ(lines[1], "Unable to launch or wake up phone app: (null)");
   EXPECT_TRUE(lines[2].starts_with("Unable to launch or wake up phone app: late")) << lines[2];
-}
-
-TEST(WKExtensionMain, HandsOverToTheFramework) {
-  char name[] = "watch";
-  char* arguments[] = {name, nullptr};
-  EXPECT_EQ(
-      WKExtensionMain(1, arguments,
-                      [&](int count, char** given) { return count == 1 && given == arguments ? 42 : 0; }),
-      42);
-  EXPECT_EQ(WKExtensionMain(1, arguments, nullptr), EXIT_FAILURE);
 }
 
 }  // namespace

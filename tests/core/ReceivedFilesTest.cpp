@@ -1,7 +1,7 @@
 #include "core/CoreTest.h"
 #include "support/Pictures.h"
+#include "support/ScreenHarness.h"
 #include "util/CachedImages.h"
-#include "util/ProbeScreen.h"
 
 namespace tunevale::test {
 namespace {
@@ -167,8 +167,8 @@ TEST_F(ReceivedFiles, APurgeEmptiesTheCacheAndTellsThePhone) {
 }
 
 TEST_F(ReceivedFiles, ADownloadIsAskedForAndItsAnswerShown) {
-  AlertBook book;
-  auto screen = ProbeScreen::shownBy(book, platform);
+  RecordingHost host;
+  auto screen = ProbeScreen::shownBy(host, platform);
   const PlistDictionary song{{"id", "7"}};
   delegate.downloadSong({}, *screen);
   phone.setSupported(false);
@@ -187,14 +187,14 @@ TEST_F(ReceivedFiles, ADownloadIsAskedForAndItsAnswerShown) {
   EXPECT_FALSE(left.expired());
   settle();
   EXPECT_TRUE(left.expired());
-  EXPECT_EQ(book.takeMessages(), (std::vector<std::string>{"Downloading", "", ""}));
+  EXPECT_EQ(host.take(), (Trace{alert("Downloading"), alert(""), alert("")}));
 
-  screen = ProbeScreen::shownBy(book, platform);
+  screen = ProbeScreen::shownBy(host, platform);
   delegate.downloadSong(song, *screen);
   phone.fail(phone.lastMessage(), {7007, "not there"});
   settle();
   EXPECT_EQ(lines(), Trace{"Error handling message: not there"});
-  EXPECT_TRUE(book.alerts.empty());
+  EXPECT_TRUE(host.take().empty());
 }
 
 TEST_F(ReceivedFiles, OnlyFailedTransfersAreLogged) {

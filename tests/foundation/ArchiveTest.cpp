@@ -16,15 +16,6 @@ std::optional<PlistValue> unarchive(const RawArchive& whole, std::uint64_t root)
   return unarchiveObjectWithData(archive.bytes());
 }
 
-TEST(KeyedArchive, DecodesMutableKinds) {
-  RawArchive archive;
-  const auto key = archive.record("NSMutableString", {{"NS.string", archive.list.add(text("key"))}});
-  const auto bytes = archive.record("NSMutableData", {{"NS.data", archive.list.add(data("abc"))}});
-  const auto list = archive.arrayRecord({bytes, archive.entry(number(7))}, "NSMutableArray");
-  const auto root = archive.dictionaryRecord({key}, {list}, "NSMutableDictionary");
-  EXPECT_EQ(unarchive(archive, root), PlistValue(PlistDictionary{{"key", PlistArray{asBytes("abc"), 7}}}));
-}
-
 TEST(KeyedArchive, DecodesWrappedTextAndBytesInEveryForm) {
   RawArchive archive;
   const auto asText = archive.record("NSString", {{"NS.string", archive.list.add(utf16(u"é"))}});
@@ -53,11 +44,6 @@ TEST(KeyedArchive, DecodesObjectsOfOtherClassesAsNullBesideUsableOnes) {
                                                     bareReference, 0, usable})),
             PlistValue(PlistArray{PlistValue(), PlistValue(), PlistValue(), PlistValue(), PlistValue(),
                                   PlistValue(), PlistValue(), PlistValue(), "usable"}));
-}
-
-TEST(KeyedArchive, DecodesTheNullRootAsNull) {
-  EXPECT_EQ(unarchive(RawArchive(), 0), PlistValue());
-  EXPECT_EQ(unarchiveObjectWithData(archivedDataWithRootObject(PlistValue())), PlistValue());
 }
 
 TEST(KeyedArchive, DecodesLeavesThatAreNoReferences) {

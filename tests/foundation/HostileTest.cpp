@@ -266,19 +266,14 @@ TEST(HostileArchives, WithBrokenRecordsAreRefused) {
     return a.record("NSData", {{"NS.data", a.list.add(text("x"))}});
   });
   refuse("no data", [](RawArchive& a) { return a.record("NSMutableData", {}); });
-  refuse("class past the entries", [](RawArchive& a) {
-    return a.entry(a.list.dictionaryObject({a.list.add(text("$class"))}, {a.list.add(uid(1000))}));
-  });
-  refuse("class null", [](RawArchive& a) {
-    return a.entry(a.list.dictionaryObject({a.list.add(text("$class"))}, {a.list.add(uid(0))}));
-  });
-  refuse("class without a name", [](RawArchive& a) {
-    const auto nameless = a.entry(a.list.dictionaryObject({}, {}));
-    return a.entry(a.list.dictionaryObject({a.list.add(text("$class"))}, {a.list.add(uid(nameless))}));
-  });
-  refuse("class no record", [](RawArchive& a) {
-    return a.entry(a.list.dictionaryObject({a.list.add(text("$class"))}, {a.list.add(uid(1))}));
-  });
+  const auto ofClass = [](RawArchive& a, std::uint64_t classRecord) {
+    return a.entry(a.list.dictionaryObject({a.list.add(text("$class"))}, {a.list.add(uid(classRecord))}));
+  };
+  refuse("class past the entries", [&](RawArchive& a) { return ofClass(a, 1000); });
+  refuse("class null", [&](RawArchive& a) { return ofClass(a, 0); });
+  refuse("class no record", [&](RawArchive& a) { return ofClass(a, 1); });
+  refuse("class without a name",
+         [&](RawArchive& a) { return ofClass(a, a.entry(a.list.dictionaryObject({}, {}))); });
 }
 
 /// Many objects whose contents are one and the same stretch of bytes: work must follow the input's size, not

@@ -33,15 +33,6 @@ TEST(Text, CountsAndCutsInUtf16Units) {
   EXPECT_EQ(dropLastUtf16("abc", 9), "");
 }
 
-TEST(Text, TrimsByCharacter) {
-  EXPECT_EQ(trimmed("\u00A0 \ta b\u3000", isBlank), "a b");
-  EXPECT_EQ(trimmed("\n\u2028\r x \u0085", isNewline), " x ");
-  EXPECT_EQ(trimmed(" \n ", isBlank), "\n");
-  EXPECT_EQ(trimmed("   ", isBlank), "");
-  EXPECT_FALSE(isBlank(0x200B));
-  EXPECT_FALSE(isNewline(0x9));
-}
-
 TEST(Text, ReadsLeadingWholeNumbers) {
   EXPECT_EQ(integerValue("03"), 3);
   EXPECT_EQ(integerValue(" \t-12x"), -12);
@@ -52,13 +43,6 @@ TEST(Text, ReadsLeadingWholeNumbers) {
   EXPECT_EQ(integerValue("9223372036854775808"), Limits::max());
   EXPECT_EQ(integerValue("-9223372036854775808"), Limits::min());
   EXPECT_EQ(integerValue("-99999999999999999999"), Limits::min());
-}
-
-TEST(Text, ReplacesOnceOver) {
-  EXPECT_EQ(replacingAll("&amp;amp;", "&amp;", "&"), "&amp;");
-  EXPECT_EQ(replacingAll("aaa", "aa", "b"), "ba");
-  EXPECT_EQ(replacingAll("abc", "x", "y"), "abc");
-  EXPECT_EQ(replacingAll("a a", " ", ""), "aa");
 }
 
 TEST(Description, ShowsEveryKind) {

@@ -40,12 +40,6 @@ TEST(PlistArray, MayHoldACopyOfItself) {
   EXPECT_EQ(list, (PlistArray{1}));
 }
 
-TEST(PlistArray, HasNothingPastItsEnd) {
-  EXPECT_EQ(PlistArray().at(0), nullptr);
-  EXPECT_EQ((PlistArray{1}.at(1)), nullptr);
-  EXPECT_EQ(PlistArray(), (PlistArray{}));
-}
-
 TEST(PlistDictionary, KeepsItsKeysSortedAndUnique) {
   PlistDictionary dictionary =
       PlistDictionary::fromEntries({{"b", 1}, {"é", 2}, {"", 3}, {"a", 4}, {"b", 5}});
@@ -69,27 +63,6 @@ TEST(PlistDictionary, StaysAsItWasForWhoeverHoldsIt) {
   EXPECT_EQ(dictionary, (PlistDictionary{{"b", PlistDictionary{{"b", 2}}}}));
   dictionary.remove("b");
   EXPECT_EQ(dictionary, PlistDictionary());
-}
-
-TEST(PlistDictionary, EditsInPlaceWhenNobodyElseHoldsIt) {
-  PlistDictionary dictionary{{"a", 1}, {"b", 2}};
-  const void* storage = dictionary.identity();
-  dictionary.set("a", 3);
-  dictionary.remove("b");
-  dictionary.set("c", 4);
-  EXPECT_EQ(dictionary.identity(), storage);
-  EXPECT_EQ(dictionary, (PlistDictionary{{"a", 3}, {"c", 4}}));
-}
-
-TEST(PlistValue, AnswersOnlyToItsOwnKind) {
-  const PlistValue one = 1;
-  EXPECT_EQ(one.integer(), 1);
-  EXPECT_FALSE(one.boolean() || one.real() || one.string() || one.bytes());
-  EXPECT_EQ(one.array(), nullptr);
-  EXPECT_EQ(one.number(), 1.0);
-  EXPECT_EQ(PlistValue(true).number(), 1.0);
-  EXPECT_FALSE(PlistValue("1").number());
-  EXPECT_EQ(PlistValue(asBytes("ab")).bytes()->size(), 2U);
 }
 
 TEST(PlistValue, ComparesKindsAndContents) {

@@ -14,32 +14,16 @@ void expectBothRoundTrips(const PlistValue& value) {
   EXPECT_EQ(unarchiveObjectWithData(archivedDataWithRootObject(value)), value);
 }
 
-TEST(Writers, RoundTripEveryLeaf) {
-  using Integers = std::numeric_limits<std::int64_t>;
-  for (const std::int64_t value : {std::int64_t{0}, std::int64_t{255}, std::int64_t{256}, std::int64_t{65535},
-                                   std::int64_t{65536}, std::int64_t{4294967295}, std::int64_t{4294967296},
-                                   std::int64_t{-1}, Integers::min(), Integers::max()}) {
-    expectBothRoundTrips(value);
-  }
+// Golden files and the comparison with plistlib have leaves of every other size.
+TEST(Writers, RoundTripLeaves) {
   using Reals = std::numeric_limits<double>;
-  for (const double value : {0.0, 0.5, 0.1, -1e300, Reals::max(), Reals::denorm_min(), Reals::infinity(),
-                             -Reals::infinity(), Reals::quiet_NaN()}) {
+  for (const double value : {-1e300, Reals::max(), -Reals::infinity(), Reals::quiet_NaN()}) {
     expectBothRoundTrips(value);
   }
-  for (const bool value : {false, true}) expectBothRoundTrips(value);
-  for (const char* value : {"", "fourteen chars", "fifteen chars !", "नमस्ते", "😀", "a\uFFFD"})
-    expectBothRoundTrips(value);
+  for (const std::int64_t value : {65535L, 4294967295L, -1L}) expectBothRoundTrips(value);
   expectBothRoundTrips(std::string("a\0b", 3));
-  expectBothRoundTrips(std::string(300, 'x'));
   expectBothRoundTrips(std::string(70000, 'x'));
-  expectBothRoundTrips(Bytes(1000, std::byte{0xFE}));
-  expectBothRoundTrips(PlistValue());
-}
-
-TEST(Writers, KeepTheSignOfZero) {
-  const auto value = readPropertyList(writePropertyList(-0.0));
-  ASSERT_TRUE(value && value->real());
-  EXPECT_TRUE(std::signbit(*value->real()));
+  EXPECT_TRUE(std::signbit(readPropertyList(writePropertyList(-0.0))->real().value()));
 }
 
 TEST(Writers, RoundTripContainers) {

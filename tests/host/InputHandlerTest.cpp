@@ -116,28 +116,29 @@ TEST_F(InputHandlerTest, LetsNothingPastAnAlertOrTheFace) {
 
 TEST_F(InputHandlerTest, TellsWhatMakesNoSense) {
   const std::string deep = R"({"tap":)" + std::string(10000, '[') + std::string(10000, ']') + "}";
-  for (const std::string& input : {std::string(),
-                                   std::string("{"),
-                                   std::string("[]"),
-                                   std::string("{}"),
-                                   std::string("null"),
-                                   std::string("\xFF"),
-                                   std::string(R"({"tap":"button","back":true})"),
-                                   std::string(R"({"jump":1})"),
-                                   std::string(R"({"tap":1})"),
-                                   std::string(R"({"tap":{"table":"table","row":0}})"),
-                                   std::string(R"({"tap":{"table":"table","row":0,"outlet":"use","x":1}})"),
-                                   std::string(R"({"select":{"table":"table","row":-1}})"),
-                                   std::string(R"({"select":{"table":"table","row":"0"}})"),
-                                   std::string(R"({"select":{"table":7,"row":0}})"),
-                                   std::string(R"({"crown":1.5})"),
-                                   std::string(R"({"crown":1e99})"),
-                                   std::string(R"({"crown":99999999999999999999})"),
-                                   std::string(R"({"crown":-9223372036854775808})"),
-                                   std::string(R"({"back":false})"),
-                                   std::string(R"({"foreground":1})"),
-                                   std::string(R"({"alert":null})"),
-                                   deep}) {
+  const std::string senseless[] = {"",
+                                   "{",
+                                   "[]",
+                                   "{}",
+                                   "null",
+                                   "\xFF",
+                                   R"({"tap":"button","back":true})",
+                                   R"({"jump":1})",
+                                   R"({"tap":1})",
+                                   R"({"tap":{"table":"table","row":0}})",
+                                   R"({"tap":{"table":"table","row":0,"outlet":"use","x":1}})",
+                                   R"({"select":{"table":"table","row":-1}})",
+                                   R"({"select":{"table":"table","row":"0"}})",
+                                   R"({"select":{"table":7,"row":0}})",
+                                   R"({"crown":1.5})",
+                                   R"({"crown":1e99})",
+                                   R"({"crown":99999999999999999999})",
+                                   R"({"crown":-9223372036854775808})",
+                                   R"({"back":false})",
+                                   R"({"foreground":1})",
+                                   R"({"alert":null})",
+                                   deep};
+  for (const std::string& input : senseless) {
     if (input.find("alert") != std::string::npos) screen().alert("!");
     EXPECT_EQ(inputs_.handle(input).kind, Kind::malformed) << input.substr(0, 80);
   }

@@ -31,9 +31,16 @@ class LayoutReaderTest : public testing::Test {
     EXPECT_NE(at, std::string::npos) << from;
     return refusalOf(text.replace(at, from.size(), to));
   }
-  std::string reasonWith(const std::string& from, const std::string& to) {
-    const std::string refusal = refusalWith(from, to);
-    return refusal.substr(refusal.find(": ") + 2);
+  struct Mistake {
+    const char* from;
+    std::string to;
+    std::string reason;
+  };
+  void expectReasons(const std::vector<Mistake>& mistakes) {
+    for (const auto& [from, to, reason] : mistakes) {
+      const std::string refusal = refusalWith(from, to);
+      EXPECT_EQ(refusal.substr(refusal.find(": ") + 2), reason);
+    }
   }
 
   test::World world_;
@@ -72,58 +79,57 @@ TEST_F(LayoutReaderTest, PointsAtTheMistake) {
 }
 
 TEST_F(LayoutReaderTest, RefusesWhatTheClassesDoNotHave) {
-  EXPECT_EQ(reasonWith("class=\"StubScreen\"", "class=\"Nobody\""), "there is no screen class \"Nobody\"");
-  EXPECT_EQ(reasonWith("class=\"StubRow\"", "class=\"StubScreen\""), "there is no row class \"StubScreen\"");
-  EXPECT_EQ(reasonWith("outlet=\"line\"", "outlet=\"lien\""), "\"StubScreen\" has no outlet \"lien\"");
-  EXPECT_EQ(reasonWith("outlet=\"line\"", "outlet=\"picker\""), "the outlet \"picker\" is a picker");
-  EXPECT_EQ(reasonWith("outlet=\"line\"", "id=\"x\""),
-            "the label for the outlet \"line\" of \"StubScreen\" is missing");
-  EXPECT_EQ(reasonWith("outlet=\"line\"", "id=\"button\""), "the id \"button\" is the name of an outlet");
-  EXPECT_EQ(reasonWith("action=\"act\"", "action=\"react\""), "\"StubScreen\" has no action \"react\"");
-  EXPECT_EQ(reasonWith("action=\"act\"", "action=\"turned\""), "the action \"turned\" is for a picker");
-  EXPECT_EQ(reasonWith("action=\"turned\"", "action=\"act\""), "the action \"act\" is for a button");
-  EXPECT_EQ(reasonWith("action=\"useRow\"", "action=\"act\""), "\"StubRow\" has no action \"act\"");
+  expectReasons({
+      {R"(class="StubScreen")", R"(class="Nobody")", R"(there is no screen class "Nobody")"},
+      {R"(class="StubRow")", R"(class="StubScreen")", R"(there is no row class "StubScreen")"},
+      {R"(outlet="line")", R"(outlet="lien")", R"("StubScreen" has no outlet "lien")"},
+      {R"(outlet="line")", R"(outlet="picker")", R"(the outlet "picker" is a picker)"},
+      {R"(outlet="line")", R"(id="x")", R"(the label for the outlet "line" of "StubScreen" is missing)"},
+      {R"(outlet="line")", R"(id="button")", R"(the id "button" is the name of an outlet)"},
+      {R"(action="act")", R"(action="react")", R"("StubScreen" has no action "react")"},
+      {R"(action="act")", R"(action="turned")", R"(the action "turned" is for a picker)"},
+      {R"(action="turned")", R"(action="act")", R"(the action "act" is for a button)"},
+      {R"(action="useRow")", R"(action="act")", R"("StubRow" has no action "act")"},
+  });
 }
 
 TEST_F(LayoutReaderTest, RefusesWhatIsThereTwiceOrNotAtAll) {
-  EXPECT_EQ(reasonWith("identifier=\"Third\"", "identifier=\"Home\""), "the scene \"Home\" stands twice");
-  EXPECT_EQ(reasonWith("<picker", "<label outlet=\"line\"/><picker"), "the name \"line\" is already taken");
-  EXPECT_EQ(reasonWith("id=\"pushSegue\"", "id=\"modalSegue\""), "the name \"modalSegue\" is already taken");
-  EXPECT_EQ(reasonWith("</table>",
-                       "<row type=\"Row\" class=\"StubRow\"><label outlet=\"name\"/>"
-                       "<button outlet=\"use\"/></row></table>"),
-            "the row type \"Row\" is already taken");
-  EXPECT_EQ(reasonWith("to=\"Third\"", "to=\"Fourth\""), "there is no scene \"Fourth\"");
-  EXPECT_EQ(reasonWith("initial=\"Home\"", "initial=\"House\""), "there is no scene \"House\"");
-  EXPECT_EQ(reasonWith("initial=\"Home\"", ""), "\"interface\" needs the attribute \"initial\"");
-  EXPECT_EQ(reasonWith("image=\"dot\"", "image=\"spot\""), "there is no image \"spot\" among the images");
-  EXPECT_EQ(reasonWith("<image name=\"dot\"/>", "<image name=\"gone\"/>"),
-            "there is no file " + folder_.imageFolder() + "/gone.png");
-  EXPECT_EQ(reasonWith("frames=\"2\"", "frames=\"3\""),
-            "there is no file " + folder_.imageFolder() + "/spin2.png");
-  EXPECT_EQ(reasonWith("<image name=\"dot\"/>", "<image name=\"../dot\"/>"),
-            "a name is made of letters, digits, hyphens and underscores");
+  expectReasons({
+      {R"(identifier="Third")", R"(identifier="Home")", R"(the scene "Home" stands twice)"},
+      {"<picker", R"(<label outlet="line"/><picker)", R"(the name "line" is already taken)"},
+      {R"(id="pushSegue")", R"(id="modalSegue")", R"(the name "modalSegue" is already taken)"},
+      {"</table>",
+       R"(<row type="Row" class="StubRow"><label outlet="name"/>)"
+       R"(<button outlet="use"/></row></table>)",
+       R"(the row type "Row" is already taken)"},
+      {R"(to="Third")", R"(to="Fourth")", R"(there is no scene "Fourth")"},
+      {R"(initial="Home")", R"(initial="House")", R"(there is no scene "House")"},
+      {R"(initial="Home")", "", R"("interface" needs the attribute "initial")"},
+      {R"(image="dot")", R"(image="spot")", R"(there is no image "spot" among the images)"},
+      {R"(<image name="dot"/>)", R"(<image name="gone"/>)",
+       "there is no file " + folder_.imageFolder() + "/gone.png"},
+      {R"(frames="2")", R"(frames="3")", "there is no file " + folder_.imageFolder() + "/spin2.png"},
+      {R"(<image name="dot"/>)", R"(<image name="../dot"/>)",
+       "a name is made of letters, digits, hyphens and underscores"},
+  });
 }
 
 TEST_F(LayoutReaderTest, RefusesWhatMakesNoSense) {
-  EXPECT_EQ(
-      reasonWith("<label outlet=\"line\"", "<slider minimum=\"1\" maximum=\"x\"/><label outlet=\"line\""),
-      "\"x\" is no number");
-  EXPECT_EQ(
-      reasonWith("<label outlet=\"line\"", "<slider minimum=\"1\" maximum=\"1\"/><label outlet=\"line\""),
-      "the minimum is not below the maximum");
-  EXPECT_EQ(reasonWith("present=\"push\"", "present=\"pull\""), "a segue presents by push or modal");
-  EXPECT_EQ(reasonWith("present=\"push\"", "present=\"push\" action=\"act\""),
-            "a button has an action or a segue, not both");
-  EXPECT_EQ(reasonWith("outlet=\"button\"", "outlet=\"button\" to=\"Third\""), "only a segue has \"to\"");
-  EXPECT_EQ(reasonWith("style=\"title\"", "style=\"&quot;>\""),
-            "a style name is made of letters, digits and hyphens");
-  EXPECT_EQ(reasonWith("<group>", "<group>hello"), "text does not belong into \"group\"");
-  EXPECT_EQ(reasonWith("text=\"at first\"/>", "><group/></label>"), "\"label\" holds no other elements");
-  EXPECT_EQ(reasonWith("<label outlet=\"name\"/>", "<table/>"), "a row holds no table");
-  EXPECT_EQ(reasonWith("frames=\"2\"", "frames=\"1e9\""), "a sequence has 1 to 100 frames");
-  EXPECT_EQ(reasonWith("style=\"title\"", "style=\"title\" style=\"title\""),
-            "the attribute \"style\" stands twice");
+  expectReasons({
+      {R"(<label outlet="line")", R"(<slider minimum="1" maximum="x"/><label outlet="line")",
+       R"("x" is no number)"},
+      {R"(<label outlet="line")", R"(<slider minimum="1" maximum="1"/><label outlet="line")",
+       "the minimum is not below the maximum"},
+      {R"(present="push")", R"(present="pull")", "a segue presents by push or modal"},
+      {R"(present="push")", R"(present="push" action="act")", "a button has an action or a segue, not both"},
+      {R"(outlet="button")", R"(outlet="button" to="Third")", R"(only a segue has "to")"},
+      {R"(style="title")", R"(style="&quot;>")", "a style name is made of letters, digits and hyphens"},
+      {"<group>", "<group>hello", R"(text does not belong into "group")"},
+      {R"(text="at first"/>)", "><group/></label>", R"("label" holds no other elements)"},
+      {R"(<label outlet="name"/>)", "<table/>", "a row holds no table"},
+      {R"(frames="2")", R"(frames="1e9")", "a sequence has 1 to 100 frames"},
+      {R"(style="title")", R"(style="title" style="title")", R"(the attribute "style" stands twice)"},
+  });
 }
 
 TEST_F(LayoutReaderTest, RefusesHostileFiles) {
@@ -132,9 +138,9 @@ TEST_F(LayoutReaderTest, RefusesHostileFiles) {
   for (int i = 0; i < 100'000; ++i) groups += "<group>";
   deep.insert(deep.find("<picker"), groups);
   EXPECT_NE(refusalOf(deep), "none");
-  EXPECT_EQ(reasonWith("<picker", replacingAll(std::string(20, 'x'), "x", "<group>") +
-                                      replacingAll(std::string(20, 'x'), "x", "</group>") + "<picker"),
-            "elements are nested too deep");
+  const std::string twenty(20, 'x');
+  const std::string nested = replacingAll(twenty, "x", "<group>") + replacingAll(twenty, "x", "</group>");
+  expectReasons({{"<picker", nested + "<picker", "elements are nested too deep"}});
   EXPECT_NE(refusalOf("<!DOCTYPE a [<!ENTITY x \"y\">]><interface initial=\"&x;\"/>"), "none");
   EXPECT_NE(refusalOf("<interface/><interface/>"), "none");
   EXPECT_NE(refusalOf(""), "none");

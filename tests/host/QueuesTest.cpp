@@ -1,11 +1,9 @@
-#include <csignal>
 #include <thread>
 
 #include <gtest/gtest.h>
 
 #include "host/RunLoop.h"
 #include "host/ThreadQueue.h"
-#include "support/ManualMainQueue.h"
 
 namespace tunevale::host {
 namespace {
@@ -85,19 +83,6 @@ TEST(RunLoop, EndsTurnsEvenWhenBlocksKeepComing) {
   EXPECT_EQ(turns, 3);
 }
 
-TEST(RunLoop, StopsOnASignal) {
-  RunLoop loop;
-  loop.handleSignals();
-  bool stoppedOtherwise = false;
-  loop.after(10s, [&] {
-    stoppedOtherwise = true;
-    loop.stop();
-  });
-  loop.async([] { std::raise(SIGTERM); });
-  loop.run();
-  EXPECT_FALSE(stoppedOtherwise);
-}
-
 // What a dropped block holds may submit as it goes.
 TEST(RunLoop, DropsWhatHasNotRun) {
   struct Submitter {
@@ -142,23 +127,6 @@ TEST(ThreadQueue, RunsEverythingOfEveryThreadBeforeItEnds) {
     for (std::thread& thread : threads) thread.join();
   }
   EXPECT_EQ(ran, 404);
-}
-
-TEST(ManualMainQueue, RunsEachLaterBlockAtItsOwnTime) {
-  test::ManualMainQueue queue;
-  std::string ran;
-  std::function<void()> tick = [&] {
-    ran += 't';
-    queue.after(10ms, tick);
-  };
-  queue.after(10ms, tick);
-  queue.after(25ms, [&] { ran += 'x'; });
-  queue.drain();
-  EXPECT_EQ(ran, "");
-  queue.advance(29ms);
-  EXPECT_EQ(ran, "ttx");
-  queue.advance(1ms);
-  EXPECT_EQ(ran, "ttxt");
 }
 
 }  // namespace

@@ -18,8 +18,6 @@ namespace tunevale::test {
 /// A row with a name and a button. Tapping the button writes "use NAME" to the log.
 class StubRow : public RowController {
  public:
-  StubRow() { ++alive; }
-  ~StubRow() override { --alive; }
   void connect(Connections& connections) override {
     connections.outlet("name", name);
     connections.outlet("use", use);
@@ -28,15 +26,13 @@ class StubRow : public RowController {
   WKInterfaceLabel* name = nullptr;
   WKInterfaceButton* use = nullptr;
   std::shared_ptr<WKInterfaceController> screen;  // held, as rows do
-  static inline int alive = 0;
 };
 
 /// A screen that writes its lifecycle to the log, by its title, and does what its context (a text) says when
 /// it awakens: "alert", or the identifier of a scene to push.
 class StubScreen : public WKInterfaceController {
  public:
-  explicit StubScreen(Platform& platform) : WKInterfaceController(platform) { ++alive; }
-  ~StubScreen() override { --alive; }
+  using WKInterfaceController::WKInterfaceController;
 
   void connect(Connections& connections) override {
     connections.outlet("line", line);
@@ -49,7 +45,6 @@ class StubScreen : public WKInterfaceController {
   void awakeWithContext(const PlistValue* context) override {
     const std::string what(context == nullptr ? "" : context->string().value_or(""));
     note("awake " + what);
-    platform().defaultCenter.addObserver(weak_from_this(), "something", [](const Notification&) {});
     fill(2);
     if (what == "alert") return alert("from awake");
     if (!what.empty()) pushControllerWithName(what, PlistValue(what));
@@ -85,7 +80,6 @@ class StubScreen : public WKInterfaceController {
   WKInterfaceButton* button = nullptr;
   WKInterfacePicker* picker = nullptr;
   WKInterfaceTable* table = nullptr;
-  static inline int alive = 0;
 
  private:
   void act() {

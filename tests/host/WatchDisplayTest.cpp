@@ -82,6 +82,7 @@ TEST_F(WatchDisplayTest, DescribesTheScreen) {
   EXPECT_EQ(state.at_pointer("/tree/children/0"),
             json::parse(R"({"id":"0.0","kind":"label","outlet":"line","style":"title","text":"at first"})"));
   EXPECT_EQ(state.at_pointer("/tree/children/1/children/0/image"), "dot");
+  EXPECT_EQ(state.at_pointer("/tree/children/3/rows/1/tree/id"), "0.3/1");
   EXPECT_EQ(state.at_pointer("/tree/children/3/rows/1/tree/children/0/text"), "row 1");
   EXPECT_EQ(state.at_pointer("/tree/children/4/outlet"), "modalSegue");
 }
@@ -162,21 +163,6 @@ TEST_F(WatchDisplayTest, ServesThePageAndThePictures) {
        {"/api/image/", "/api/image/dot.png", "/api/image/spin", "/api/image/art-0", "/api/image/..%2Fdot"}) {
     EXPECT_EQ(http::statusOf(get(path)), 404) << path;
   }
-}
-
-TEST_F(WatchDisplayTest, SaysInOneLineWhyItCannotBe) {
-  const auto reasonWith = [this](const std::string& layout, const http::Address& address) -> std::string {
-    try {
-      RunLoop loop;
-      WatchDisplay(platform_, loop, registry_, complications_, {layout, "", address, nullptr});
-    } catch (const std::runtime_error& error) {
-      return error.what();
-    }
-    return "none";
-  };
-  EXPECT_EQ(reasonWith(folder_.layoutPath(), {"127.0.0.1", port()}),
-            "cannot listen at 127.0.0.1:" + std::to_string(port()) + ": Address already in use");
-  EXPECT_EQ(reasonWith("/nowhere.xml", {}), "/nowhere.xml:1:1: the file cannot be read");
 }
 
 }  // namespace

@@ -101,12 +101,5 @@ TEST_F(PlayerTest, AnAbsurdDurationIsThreeMinutes) {
   EXPECT_EQ(durationOf(song("x", 30.5)), milliseconds(30'500));
 }
 
-TEST_F(PlayerTest, TheVolumeStaysOnItsScale) {
-  player.setVolume(99);
-  EXPECT_EQ(player.volume(), 10);
-  player.setVolume(-1);
-  EXPECT_EQ(player.volume(), 0);
-}
-
 }  // namespace
 }  // namespace tunevale::phone

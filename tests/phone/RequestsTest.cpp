@@ -30,15 +30,12 @@ struct RequestsTest : ::testing::Test {
 };
 
 TEST_F(RequestsTest, TransportButtonsMoveThePlayer) {
-  expectCurrent("eng001", "paused");
-  EXPECT_EQ(text(world.ask("playMedia", {{"weekly_top_15", 0}}).body, "request"), "success");
-  expectCurrent("eng001", "playing");
-  world.ask("nextMedia");
-  world.ask("nextMedia");
-  world.ask("prevMedia");
+  for (const char* request : {"nextMedia", "nextMedia", "prevMedia"}) world.ask(request);
   expectCurrent("eng002", "playing");
   world.ask("pauseMedia", {{"weekly_top_15", 0}});
   expectCurrent("eng002", "paused");
+  world.ask("playMedia", {{"weekly_top_15", 0}});
+  expectCurrent("eng002", "playing");
 }
 
 TEST_F(RequestsTest, AnEmptyQueueIsRefusedExceptForAnOfferOfTheChart) {
@@ -99,10 +96,10 @@ TEST_F(RequestsTest, VolumeComesInTenths) {
 TEST_F(RequestsTest, ADownloadedSongIsOnThePhone) {
   const std::size_t before = pidCount();
   const PlistDictionary song{{"id", "eng002"}, {"title", "Copper Moon"}};
-  const std::string first = text(world.ask("downloadSong", {{"data", song}}).body, "downloadSong");
-  const std::string second = text(world.ask("downloadSong", {{"data", song}}).body, "downloadSong");
-  EXPECT_NE(first.find("Copper Moon"), std::string::npos);
-  EXPECT_NE(first, second);
+  for (const char* words : {"Copper Moon\u201D is now", "Copper Moon\u201D is on your phone already"}) {
+    const std::string told = text(world.ask("downloadSong", {{"data", song}}).body, "downloadSong");
+    EXPECT_NE(told.find(words), std::string::npos) << told;
+  }
   EXPECT_EQ(pidCount(), before + 1);
   for (const PlistDictionary& wrong : {PlistDictionary{},
                                        {{"data", 5}},
@@ -169,16 +166,6 @@ TEST_F(RequestsTest, SwitchesTakeTheEffectFromRequestsButNotFromNotices) {
   world.command(R"({"do":"set","failing":false,"refuse":""})");
   EXPECT_EQ(errorOf(world.ask("nextMedia")), "");
   EXPECT_EQ(world.state().at("index").as_int64(), 1);
-}
-
-TEST_F(RequestsTest, EveryRequestIsToldWithItsAnswer) {
-  world.ask("nextMedia");
-  const auto events = world.eventsNamed("request");
-  ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(boost::json::serialize(events[0]),
-            R"({"event":"request","n":1,"transport":"message","size":64,)"
-            R"("body":{"t":"dict","v":{"request":{"t":"str","v":"nextMedia"}}},"answer":"reply",)"
-            R"("reply":{"t":"dict","v":{"request":{"t":"str","v":"success"}}}})");
 }
 
 }  // namespace

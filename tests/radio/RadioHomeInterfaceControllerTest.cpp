@@ -126,14 +126,6 @@ TEST_F(StationList, ThePlayerOpensModallyWhenThePhoneAgrees) {
   EXPECT_TRUE(host.take().empty());
 }
 
-TEST_F(StationList, TheWayToThePickerHasTheListAndItsKind) {
-  EXPECT_EQ(list->contextForSegueWithIdentifier("RadioPickerSegue"), std::nullopt);
-  const PlistDictionary context = stationContext({station("a")}, "artist");
-  list.awake(context);
-  EXPECT_EQ(list->contextForSegueWithIdentifier("RadioPickerSegue"), PlistValue(context));
-  EXPECT_EQ(list->contextForSegueWithIdentifier("RadioHomeSegue"), std::nullopt);
-}
-
 TEST_F(StationList, OddStationsAreEmptyRowsAndThereIsAnEndToThem) {
   list.awake(stationContext(oddStations()));
   ASSERT_EQ(rowCount(list), WatchUtil::kMostRows);

@@ -71,15 +71,5 @@ TEST_F(HomeScreen, OnlyTheRadioSegueWithStoredStationsHasAContext) {
   }
 }
 
-TEST_F(HomeScreen, TheSessionRoleOnlyLogs) {
-  const PlistDictionary message{{"request", "x"}};
-  home->sessionDidBecomeInactive(world.phone);
-  home->sessionDidDeactivate(world.phone);
-  home->sessionDidReceiveMessage(world.phone, nullptr);
-  home->sessionDidReceiveMessage(world.phone, &message);
-  EXPECT_EQ(takeLog(),
-            (Texts{"sessionDidBecomeInactive", "sessionDidDeactivate", "message = {request = x; }"}));
-}
-
 }  // namespace
 }  // namespace tunevale::test

@@ -154,15 +154,6 @@ TEST_F(PlaylistScreen, PlayAllFlashesWhateverComesOfIt) {
   EXPECT_EQ(*world.phone.takeMessages().at(0).find("currentPosition"), PlistValue("0"));
 }
 
-TEST_F(PlaylistScreen, ARowsButtonAsksForTheDownload) {
-  open(songs(2));
-  EXPECT_TRUE(row(1)->downloadButton->tap());
-  EXPECT_EQ(takeLog(), Texts{"Selected Song:{id = p1; }"});
-  EXPECT_EQ(world.phone.takeMessages(), Messages({{{"request", "downloadSong"}, {"data", *songs(2).at(1)}}}));
-  answer({{"downloadSong", "Downloading"}});
-  EXPECT_EQ(host.take(), Texts{alert("Downloading")});
-}
-
 TEST_F(PlaylistScreen, RowsDoNotKeepALeftScreenAlive) {
   open(songs(2));
   playlist.act("playAllPressed");

@@ -56,6 +56,18 @@ inline std::string alert(std::string_view message) {
   return "alert Tunevale: " + std::string(message);
 }
 
+/// A screen without elements, to show alerts on.
+class ProbeScreen : public WKInterfaceController {
+ public:
+  using WKInterfaceController::WKInterfaceController;
+  void connect(Connections&) override {}
+  static std::shared_ptr<ProbeScreen> shownBy(InterfaceHost& host, Platform& platform) {
+    auto screen = std::make_shared<ProbeScreen>(platform);
+    screen->attach(nullptr, host);
+    return screen;
+  }
+};
+
 /// A screen with an element for each of its outlets: plain, side by side, groups with the background image
 /// "of the layout". A picker has the screen's one picker action, a row's button the row's one action.
 template <class Screen, class Row = void>
@@ -74,7 +86,7 @@ class ShownScreen {
         picker->setAction(connections_.pickActions.at(0).run);
       }
     }
-    screen_->attach(std::move(root), &host);
+    screen_->attach(std::move(root), host);
   }
   ~ShownScreen() { leave(); }
   ShownScreen(const ShownScreen&) = delete;

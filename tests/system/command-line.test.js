@@ -1,4 +1,4 @@
-// What both programs say to a command line that they cannot follow.
+// What both programs say to a command line that they cannot follow, and the phone's lines of commands.
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { mkdtemp, rm, writeFile } from 'node:fs/promises';
@@ -11,9 +11,11 @@ import { skip, Watch } from '../browser/support/programs.js';
 import { program } from './support/watching.js';
 
 /** Runs a program that ends by itself; one that does not is killed, and its signal told. */
-function run(name, words) {
+function run(name, words, input = '') {
   return new Promise((done, fail) => {
-    const child = spawn(program(name), words, { stdio: ['ignore', 'pipe', 'pipe'], timeout: 10_000, killSignal: 'SIGKILL' });
+    const child = spawn(program(name), words, { stdio: 'pipe', timeout: 10_000, killSignal: 'SIGKILL' });
+    child.stdin.on('error', () => {});  // it may end without having read
+    child.stdin.end(input);
     let [out, err] = ['', ''];
     child.stdout.on('data', (data) => (out += data));
     child.stderr.on('data', (data) => (err += data));
@@ -82,6 +84,16 @@ describe('command lines', { skip, concurrency: 4 }, () => {
   refused('tunevale-phone', () => [...fresh('d'), '--console', busyAt], /in use/);
   refused('tunevale-phone', () => [...fresh('g'), '--pair', 'tunevale-pair://127.0.0.1:1?key=12'], /address to pair with/);
   refused('tunevale-phone', () => ['--language', 'klingon'], /not klingon/);
+
+  test('the phone obeys lines, refuses those too long, and ends with them', async () => {
+    const lines = ['{"do":"volume","value":2,"ref":"a"}', 'nonsense', 'x'.repeat(2_000_000), '{"do":"state","ref":"b"}'];
+    const { code, out, err } = await run('tunevale-phone', ['--link', '127.0.0.1:1'], lines.join('\n'));
+    assert.equal(code, 0, err);
+    const events = out.trim().split('\n').map((line) => JSON.parse(line));
+    assert.equal(events[0].event, 'ready');
+    assert.deepEqual(events.filter(({ event }) => ['done', 'error'].includes(event)).map(({ event, ref }) => [event, ref]),
+                     [['done', 'a'], ['error', undefined], ['error', undefined], ['done', 'b']]);
+  });
 
   test('the watch whose home was wanted by another still answers', async () => {
     assert.equal((await watch.screen()).identifier, 'Home');

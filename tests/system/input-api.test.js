@@ -73,19 +73,6 @@ describe('the chart by inputs', { skip }, () => {
     });
   }
 
-  test('a phone that refuses is quoted, and plays nothing', async () => {
-    const before = await phoneState(phone);
-    await phone.do('set', { refuse: 'Song not available' });
-    const screen = await watch.input({ select: { table: 'playlistTable', row: 4 } });
-    assert.equal(screen.identifier, 'PlaylistHomeView');
-    assert.equal(screen.alert.message, 'Song not available');
-    await watch.input({ alert: 0 });
-    await phone.do('set', { refuse: '' });
-    const { song, index } = await phoneState(phone);
-    assert.deepEqual([song, index], [before.song, before.index]);
-    assert.equal(plays().length, 1);
-  });
-
   test('a tapped song plays on the phone and the player shows it; back returns', async () => {
     await watch.input({ select: { table: 'playlistTable', row: 3 } });
     const sent = plays().at(-1);

@@ -47,17 +47,6 @@ describe('volume', { skip }, () => {
     assert.deepEqual(sent().slice(before), [Math.fround(0.3)]);
   });
 
-  test('the volume that the phone already has, told again, sends nothing and swallows no turn', async () => {
-    await phoneSets(5);
-    const before = sent().length;
-    await phone.do('message', { body: { t: 'dict', v: { request: { t: 'str', v: 'volume' }, value: { t: 'int', v: '5' } } } });
-    await eventually(() => phone.events.some((e) => e.event === 'outcome' && e.what === 'command'), 'the watch took it');
-    await both(5);
-    await watch.input({ crown: 1 });
-    await eventually(() => sent().length > before, 'the turn was sent');
-    assert.deepEqual(sent().slice(before), [Math.fround(0.6)]);
-  });
-
   for (const seed of [1, 2, 3]) {
     test(`a fast spin, and the phone at once: both ends agree within a second (seed ${seed})`, async () => {
       const random = randomFrom(seed);

@@ -1,50 +1,29 @@
-#include <gtest/gtest.h>
-
 #include "foundation/KeyedArchive.h"
 #include "support/Pictures.h"
-#include "support/World.h"
+#include "support/ScreenHarness.h"
 #include "util/Alerts.h"
 #include "util/ArtworkPath.h"
 #include "util/CachedImages.h"
-#include "util/ProbeScreen.h"
-#include "vocabulary/PhoneVocabulary.h"
 
 namespace tunevale::test {
 namespace {
 
-using Texts = std::vector<std::string>;
-const std::string kFetching(kAlertFetchingData);
-const std::string kDataError(kAlertDataError);
-
-struct ScreenHelpers : ::testing::Test {
-  World world;
-  AlertBook book;
-  std::shared_ptr<ProbeScreen> screen = ProbeScreen::shownBy(book, world.platform);
-  UserDefaults& defaults = world.platform.standardUserDefaults;
+struct ScreenHelpers : ScreenTest {
+  void fetch() { WatchUtil::fetchAppDataFromPage(*screen); }
+  std::shared_ptr<ProbeScreen> screen = ProbeScreen::shownBy(host, world.platform);
+  const std::string fetching = alert(kAlertFetchingData);
+  const std::string dataError = alert(kAlertDataError);
 };
-
-TEST_F(ScreenHelpers, TheAlertHasOneForm) {
-  WatchUtil::showAlert("words", *screen);
-  ASSERT_EQ(book.alerts.size(), 1U);
-  const WKAlert& alert = book.alerts.front();
-  EXPECT_EQ(alert.title, "Tunevale");
-  EXPECT_EQ(alert.message, "words");
-  EXPECT_EQ(alert.preferredStyle, WKAlertControllerStyle::alert);
-  ASSERT_EQ(alert.actions.size(), 1U);
-  EXPECT_EQ(alert.actions[0].title, "OK");
-  EXPECT_EQ(alert.actions[0].style, WKAlertActionStyle::regular);
-  if (alert.actions[0].handler) alert.actions[0].handler();
-}
 
 TEST_F(ScreenHelpers, FetchesOnceAndKeepsTheScreenUntilTheAnswer) {
   for (const auto state : {ActivationState::notActivated, ActivationState::inactive}) {
     world.phone.setActivationState(state);
-    WatchUtil::fetchAppDataFromPage(*screen);
+    fetch();
   }
-  EXPECT_TRUE(book.alerts.empty());
+  EXPECT_TRUE(host.take().empty());
   world.phone.setActivationState(ActivationState::activated);
-  WatchUtil::fetchAppDataFromPage(*screen);
-  EXPECT_EQ(book.takeMessages(), Texts{kFetching});
+  fetch();
+  EXPECT_EQ(host.take(), Texts{fetching});
   ASSERT_EQ(world.phone.sentMessageData().size(), 1U);
   EXPECT_EQ(unarchiveObjectWithData(world.phone.sentMessageData()[0]),
             PlistValue(PlistDictionary{{"request", "fetch_app_data"}}));
@@ -56,26 +35,23 @@ TEST_F(ScreenHelpers, FetchesOnceAndKeepsTheScreenUntilTheAnswer) {
   world.settle();
   EXPECT_TRUE(left.expired());
   EXPECT_EQ(defaults.objectForKey(kUserFetchDataAlert), PlistValue(1));
-  EXPECT_EQ(world.log.lines(), Texts{"DV:>>> Reply received"});
+  EXPECT_EQ(takeLog(), Texts{"DV:>>> Reply received"});
 
-  screen = ProbeScreen::shownBy(book, world.platform);
+  screen = ProbeScreen::shownBy(host, world.platform);
   defaults.setObject(PlistValue(""), kUserFetchDataAlert);  // a flag of any kind counts
-  WatchUtil::fetchAppDataFromPage(*screen);
-  EXPECT_EQ(book.takeMessages(), (Texts{kFetching, kDataError}));
+  fetch();
+  EXPECT_EQ(host.take(), (Texts{fetching, dataError}));
   EXPECT_EQ(world.phone.sentMessageData().size(), 1U);
 }
 
 TEST_F(ScreenHelpers, AFailedFetchIsToldAndTriedAgain) {
-  world.phone.setActivationState(ActivationState::activated);
-  WatchUtil::fetchAppDataFromPage(*screen);
+  fetch();
   world.phone.failData(0, {7007, "not\nreachable"});
   world.settle();
-  EXPECT_EQ(book.takeMessages(), (Texts{kFetching, kDataError}));
-  ASSERT_EQ(world.log.lines().size(), 1U);
-  EXPECT_TRUE(world.log.lines()[0].starts_with("Error is : not")) << world.log.lines()[0];
-  EXPECT_EQ(world.log.lines()[0].find('\n'), std::string::npos);
+  EXPECT_EQ(host.take(), (Texts{fetching, dataError}));
+  EXPECT_EQ(takeLog(), Texts{"Error is : not\\nreachable"});
   EXPECT_EQ(defaults.objectForKey(kUserFetchDataAlert), std::nullopt);
-  WatchUtil::fetchAppDataFromPage(*screen);
+  fetch();
   EXPECT_EQ(world.phone.sentMessageData().size(), 2U);
 }
 

@@ -66,6 +66,22 @@ std::unique_ptr<PairingTerminal> announce(const WatchOptions& options, host::Wat
   return terminal;
 }
 
+/// However a run ends: the phone goes first, then what it sent is handled, and what waits for an answer lets
+/// go, while everything that it reaches still stands.
+struct Ending {
+  ~Ending() {
+    demo.reset();
+    terminal.reset();
+    phoneSide.reset();
+    loop.dropBlocks();
+  }
+
+  host::RunLoop& loop;
+  std::unique_ptr<PhoneSide>& phoneSide;
+  std::unique_ptr<PairingTerminal>& terminal;
+  std::unique_ptr<Demo> demo{};
+};
+
 /// Runs the extension until the process is told to end.
 int runWatch(const WatchOptions& options) {
   const std::unique_ptr<Log> log = makeLog(options);
@@ -88,19 +104,14 @@ int runWatch(const WatchOptions& options) {
     if (terminal != nullptr) terminal->update();
   });
 
+  Ending ending{loop, phoneSide, terminal};
   delegate.applicationDidFinishLaunching();
   display.start();
-  std::unique_ptr<Demo> demo;
   if (options.demo) {
-    demo = Demo::start(loop, display, *phoneSide->link(), options.link.host, home.path() + "/Demo");
-    if (demo == nullptr) log->write("This watch is paired with another phone: the demo phone stays away.");
+    ending.demo = Demo::start(loop, display, *phoneSide->link(), options.link.host, home.path() + "/Demo");
+    if (!ending.demo) log->write("This watch is paired with another phone: the demo phone stays away.");
   }
   loop.run();
-
-  // The phone goes first, then what it sent is handled, while everything that it reaches still stands.
-  demo.reset();
-  terminal.reset();
-  phoneSide.reset();
   return 0;
 }
 
