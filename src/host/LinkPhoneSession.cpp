@@ -44,6 +44,9 @@ class Receiver : public link::SessionDelegate {
     delegate->sessionDidFinishUserInfoTransfer(session_, {userInfo},
                                                error ? std::optional(platformError(*error)) : std::nullopt);
   }
+  void sessionDidResetQueues() override {
+    if (log) log("Phone link: queue reset; what the phone had queued before may be gone");
+  }
   void sessionDidUnpair() override {
     if (!closed) desk->peerDidUnpair();
   }
@@ -56,6 +59,7 @@ class Receiver : public link::SessionDelegate {
   PhoneSessionDelegate* delegate = nullptr;  // set before anything is delivered
   PairingDesk* desk = nullptr;               // the same; lives until this is closed
   std::function<void()> changed;
+  std::function<void(const std::string&)> log;
   std::atomic<bool> closed = false;
   std::atomic<std::size_t> pending = 0;
 
@@ -104,6 +108,7 @@ struct LinkPhoneSession::Parts {
               main.async([held, block = std::move(block)] { block(); });
             }) {
     receiver->desk = &desk;
+    receiver->log = options.log;
     desk.connect(*session, {options.listenOn.host, listener.port()});
   }
 

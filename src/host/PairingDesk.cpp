@@ -49,9 +49,8 @@ void PairingDesk::statusDidChange(const link::PairingStatus& status) {
   update([&](PairingView& view) {
     view.status = status;
     if (status.step == Step::incomplete) view.trouble = Trouble::incomplete;
-    if (open) return;
-    view.address.clear();
-    view.closesAt = {};
+    view.address = open ? address_ : std::string();
+    view.closesAt = open ? closesAt_ : std::chrono::system_clock::time_point{};
   });
 }
 
@@ -107,10 +106,8 @@ std::string PairingDesk::open(bool byCode, bool withToken) {
   link::PairingAddress address{endpoint_, parts_.own, std::nullopt};
   if (withToken) address.token = link::WatchPairing::newToken();
   post([this, byCode, address] {
-    update([&](PairingView& view) {
-      view.address = inWords(address);
-      view.closesAt = std::chrono::system_clock::now() + parts_.timing.pairingWindow;
-    });
+    address_ = inWords(address);
+    closesAt_ = std::chrono::system_clock::now() + parts_.timing.pairingWindow;
     pairing_.open(byCode, address.token);
   });
   return inWords(address);

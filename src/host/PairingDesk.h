@@ -59,6 +59,8 @@ class PairingDesk : public PairingControl {
   const Parts parts_;
   link::Session* session_ = nullptr;
   link::Endpoint endpoint_;
+  std::string address_;  // of the window opened last; strand
+  std::chrono::system_clock::time_point closesAt_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);  // strand
   mutable Mutex mutex_;
   PairingView view_ GUARDED_BY(mutex_);

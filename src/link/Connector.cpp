@@ -61,6 +61,11 @@ Dial tcpDial(LinkLoop& loop, const Endpoint& endpoint, const Timing& timing) {
   };
 }
 
+Timing timingTo(const Endpoint& endpoint, Timing timing) {
+  if (!tcpAddress(endpoint).address().is_loopback()) timing.lastReconnect = kLastReconnectFar;
+  return timing;
+}
+
 struct Connector::State : std::enable_shared_from_this<State> {
   State(Strand& where, Session& end, Dial how, const Timing& times)
       : strand(where), session(end), dial(std::move(how)), timing(times) {}

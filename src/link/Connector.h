@@ -24,6 +24,11 @@ using Dial = std::function<std::unique_ptr<Dialing>(Dialed)>;
 /// numeric address.
 Dial tcpDial(LinkLoop& loop, const Endpoint& endpoint, const Timing& timing);
 
+/// The same times, with longer waits between attempts when the address is not on this machine: there, a wait
+/// saves what others need too.
+inline constexpr std::chrono::milliseconds kLastReconnectFar{30'000};
+Timing timingTo(const Endpoint& endpoint, Timing timing);
+
 /// Keeps a session connected: dials, and dials again some time after a failure or a loss, a random while that
 /// doubles with every failure. Strand only.
 class Connector {

@@ -41,7 +41,7 @@ bool Contexts::didReceiveContext(const Frame& frame) {
 void Contexts::deliver(const Arrival& arrival, ByteView body) {
   const std::uint64_t version = arrival.number;
   const std::optional<PlistDictionary> context = readBody(body);
-  if (!context) {
+  if (!context || body.size() > kMostContext) {
     // It is acknowledged all the same: sending it again would not mend it.
     store_.contextWasHandled(version);
     return;

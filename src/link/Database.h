@@ -60,7 +60,7 @@ class Database {
   struct Closer {
     void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
   };
-  const std::string path_;
+  std::string path_;
   std::unique_ptr<sqlite3, Closer> database_;
 };
 

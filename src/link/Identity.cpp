@@ -63,7 +63,8 @@ CertificatePtr certify(EVP_PKEY* key) {
 
 std::shared_ptr<Identity::Keys> newKeys() {
   auto keys = std::make_shared<Identity::Keys>();
-  keys->key.reset(EVP_EC_gen("P-256"));
+  char curve[] = "P-256";
+  keys->key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", curve));
   require(keys->key != nullptr);
   keys->certificate = certify(keys->key.get());
   keys->hash = keyHashOf(*keys->certificate).value();

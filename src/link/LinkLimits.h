@@ -38,7 +38,7 @@ inline constexpr double kFrameBurst = 400;
 inline constexpr std::size_t kMostUndelivered = 64;
 inline constexpr std::size_t kMostUndeliveredBytes = 4 * 1024 * 1024;
 /// Received files that wait for their handlers. Past it, the next file is not answered until there is room.
-inline constexpr std::uint64_t kMostUndeliveredFileBytes = 64 * 1024 * 1024;
+inline constexpr std::uint64_t kMostUndeliveredFileBytes = 16 * 1024 * 1024;
 
 /// What is ready for an end that does not read: replies, past which this end stops reading too, and small
 /// answers (pongs, acknowledgements), past which the connection is closed. An honest end never comes near.

@@ -32,6 +32,10 @@ class ReplyToken {
   std::atomic<bool> answered_ = false;
 };
 
+bool isTooLarge(std::size_t body, bool isDictionary) {
+  return body > (isDictionary ? kMostMessage : kMostMessageData) + kBodyKeys;
+}
+
 }  // namespace
 
 void Messages::send(OutgoingMessage message) {
@@ -86,7 +90,7 @@ void Messages::answer(std::uint64_t connection, std::uint64_t id,
     return;
   }
   Bytes body = writePropertyList(*answer);
-  if (body.size() > (answer->find("data") != nullptr ? kMostMessageData : kMostMessage) + kBodyKeys) {
+  if (isTooLarge(body.size(), answer->find("data") == nullptr)) {
     refuse(id, ErrorCode::payloadTooLarge);
   } else {
     answerBytes_ += body.size() + kFrameHeaderSize;
@@ -110,13 +114,17 @@ void Messages::didReceiveMessage(const Frame& frame) {
     refuse(frame.id, ErrorCode::unsupportedTypes);
     return;
   }
+  if (isTooLarge(frame.body.size(), dictionary != nullptr)) {
+    refuse(frame.id, ErrorCode::payloadTooLarge);
+    return;
+  }
   const std::uint64_t timeToLive = numberIn(*body, "ttl");
   const Time expiry = timeToLive > 0 && timeToLive < 86'400'000
                           ? strand_.now() + std::chrono::milliseconds(timeToLive)
                           : Time::max();
   const auto token = std::make_shared<ReplyToken>(mailbox_, connection_, frame.id);
   delivery_.deliver({.bytes = frame.body.size()}, [&strand = strand_, token, expiry, dictionary, bytes,
-                                        keep = *body](SessionDelegate& delegate) {
+                                                   keep = *body](SessionDelegate& delegate) {
     if (strand.now() > expiry) return;  // the sender has given it up; a command must not run late
     if (dictionary != nullptr) {
       delegate.sessionDidReceiveMessage(*dictionary, [token](const PlistDictionary& reply) {
@@ -139,6 +147,10 @@ void Messages::didReceiveReply(const Frame& frame) {
   if (reply == nullptr ||
       reply->kind() != (isData ? PlistValue::Kind::bytes : PlistValue::Kind::dictionary)) {
     finish(waiting, ErrorCode::replyFailed);
+    return;
+  }
+  if (isTooLarge(frame.body.size(), !isData)) {
+    finish(waiting, ErrorCode::payloadTooLarge);
     return;
   }
   const OutgoingMessage message = std::move(waiting->second.message);

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 
-#include "foundation/Mutex.h"
-#include "link/Crypto.h"
 #include "link/LinkLimits.h"
 #include "link/PlantedFault.h"
-#include "link/StoreFacts.h"
+#include "link/StoreState.h"
 
 namespace tunevale::link {
 namespace {
@@ -14,192 +12,10 @@ namespace {
 constexpr std::uint64_t kNoLimit = std::uint64_t{1} << 62;  // above every number
 constexpr std::size_t kMostPerStep = 32;                    // rows that one acknowledgement removes at a time
 
-Bytes copied(ByteView bytes) {
-  return {bytes.begin(), bytes.end()};
-}
-
-/// The statements for the rows of one queue that wait to be sent.
-struct OutgoingTable {
-  OutgoingTable(Database& database, const std::string& name)
-      : insert(database.handle(), ("INSERT INTO " + name + " VALUES (?, ?)").c_str()),
-        from(database.handle(), ("SELECT number, body FROM " + name +
-                                 " WHERE number >= ? AND number < ? ORDER BY number LIMIT ?")
-                                    .c_str()),
-        remove(database.handle(), ("DELETE FROM " + name + " WHERE number = ?").c_str()),
-        numbers(database.handle(), ("SELECT number FROM " + name + " ORDER BY number").c_str()),
-        count(database.handle(), ("SELECT count(*), total(length(body)) FROM " + name).c_str()) {}
-
-  std::vector<Row> rows(std::uint64_t first, std::uint64_t below, std::size_t most) {
-    std::vector<Row> rows;
-    from.bind(1, first).bind(2, below).bind(3, std::uint64_t{most});
-    while (from.step()) rows.push_back({from.number(0), copied(from.bytes(1))});
-    return rows;
-  }
-
-  std::vector<std::uint64_t> allNumbers() {
-    std::vector<std::uint64_t> all;
-    while (numbers.step()) all.push_back(numbers.number(0));
-    return all;
-  }
-
-  Statement insert, from, remove, numbers, count;
-  // What others ask often, so that they need not wait for the disk; under the facts' lock.
-  struct Size {
-    std::uint64_t rows = 0;
-    std::uint64_t bytes = 0;
-  } size;
-};
-
 }  // namespace
 
-struct SqliteStore::State {
-  State(SqliteStore& store, const Options& options, const Epoch& fresh)
-      : owner(store),
-        database(options.path, options.vfs),
-        tables((makeStoreTables(database, fresh), database)),
-        items(database, "items"),
-        files(database, "files"),
-        insertReceived(database.handle(), "INSERT INTO received VALUES (?, ?, ?, ?, ?)"),
-        selectReceived(database.handle(),
-                       "SELECT id, epoch, number, body FROM received WHERE queue = ? ORDER BY id"),
-        deleteReceived(database.handle(), "DELETE FROM received WHERE id = ?"),
-        lastReceived(database.handle(), "SELECT coalesce(max(id), 0) FROM received"),
-        putContext(database.handle(), "INSERT OR REPLACE INTO contexts VALUES (?, ?, ?, 0)"),
-        getContext(database.handle(),
-                   "SELECT version, body FROM contexts WHERE received = ? AND handled = 0"),
-        handleContext(database.handle(),
-                      "UPDATE contexts SET handled = 1 WHERE received = 1 AND version <= ?") {
-    facts = tables.read();
-    for (OutgoingTable* table : {&items, &files}) {
-      if (table->count.step()) table->size = {table->count.number(0), table->count.number(1)};
-      table->count.reset();
-    }
-    if (lastReceived.step()) nextId = lastReceived.number(0) + 1;
-    lastReceived.reset();
-  }
-
-  OutgoingTable& outgoing(Queue queue) { return queue == Queue::items ? items : files; }
-
-  StoreFacts factsNow() const {
-    const MutexLock lock(factsMutex);
-    return facts;
-  }
-  OutgoingTable::Size sizeOf(Queue queue) {
-    const MutexLock lock(factsMutex);
-    return outgoing(queue).size;
-  }
-
-  /// One step on the disk: what the body does, with the facts that it leaves, and what has been handled since
-  /// the last step. The sizes change with it.
-  template <class Body>
-  bool change(Body body) REQUIRES_LOCK(databaseMutex) {
-    StoreFacts next;
-    std::vector<std::uint64_t> ids;
-    std::uint64_t context = 0;
-    {
-      const MutexLock lock(factsMutex);
-      next = facts;
-      ids = handledIds;
-      context = handledContext;
-    }
-    const StoreFacts before = next;
-    OutgoingTable::Size sizes[] = {items.size, files.size};
-    if (!database.run("BEGIN IMMEDIATE")) return false;
-    bool good = std::all_of(ids.begin(), ids.end(),
-                            [this](std::uint64_t id) { return deleteReceived.bind(1, id).run(); }) &&
-                (context == 0 || handleContext.bind(1, context).run()) && body(next, sizes) &&
-                (next == before || tables.write(next));
-    if (good && !ids.empty()) owner.passes(CrashPoint::removalBeforeCommit);
-    good = good && database.run("COMMIT");
-    if (good && !ids.empty()) owner.passes(CrashPoint::removalAfterCommit);
-    if (!good) {
-      database.run("ROLLBACK");  // fails where SQLite has done so itself
-      return false;
-    }
-    const MutexLock lock(factsMutex);
-    facts = next;
-    items.size = sizes[0];
-    files.size = sizes[1];
-    handledIds.erase(handledIds.begin(), handledIds.begin() + static_cast<std::ptrdiff_t>(ids.size()));
-    if (handledContext == context) handledContext = 0;
-    return true;
-  }
-
-  static OutgoingTable::Size& of(OutgoingTable::Size* sizes, Queue queue) {
-    return sizes[queue == Queue::items ? 0 : 1];
-  }
-
-  bool removeRows(Queue queue, const std::vector<Row>& rows, bool delivered) REQUIRES_LOCK(databaseMutex) {
-    return change([&](StoreFacts& next, OutgoingTable::Size* sizes) {
-      for (const Row& row : rows) {
-        if (!outgoing(queue).remove.bind(1, row.number).run()) return false;
-        OutgoingTable::Size& size = of(sizes, queue);
-        size = {size.rows - 1, size.bytes - row.body.size()};
-      }
-      std::uint64_t& acknowledged = next.of(queue).acknowledged;
-      if (delivered) acknowledged = std::max(acknowledged, rows.back().number + 1);
-      return true;
-    });
-  }
-
-  bool insert(std::uint64_t id, Queue queue, const Epoch& epoch, const Row& row) {
-    return insertReceived.bind(1, id)
-        .bind(2, static_cast<std::uint64_t>(queue))
-        .bind(3, ByteView(epoch))
-        .bind(4, row.number)
-        .bind(5, row.body)
-        .run();
-  }
-
-  bool writeContext(bool received, const Row& context) {
-    return putContext.bind(1, std::uint64_t{received}).bind(2, context.number).bind(3, context.body).run();
-  }
-
-  bool hasHandled() const {
-    const MutexLock lock(factsMutex);
-    return !handledIds.empty() || handledContext > 0;
-  }
-
-  bool clear(StoreFacts& next, OutgoingTable::Size* sizes) {
-    fillRandom(next.epoch);
-    next.pin.reset();
-    next.cursor = {};
-    for (StoreFacts::Numbers* numbers : {&next.items, &next.files}) {
-      numbers->acknowledged = 1;
-      numbers->sent = numbers->next;
-    }
-    // The version rises on: who asked for the delivery of one knows which.
-    next.contextSent = 0;
-    sizes[0] = sizes[1] = {};
-    return database.run("DELETE FROM items; DELETE FROM files; DELETE FROM received; DELETE FROM contexts");
-  }
-
-  Row contextRow(bool received) {
-    Row row;
-    if (getContext.bind(1, std::uint64_t{received}).step()) {
-      row = {getContext.number(0), copied(getContext.bytes(1))};
-      getContext.reset();
-    }
-    return row;
-  }
-
-  SqliteStore& owner;
-  mutable Mutex databaseMutex;  // before factsMutex
-  Database database;
-  FactsTable tables;
-  OutgoingTable items, files;
-  Statement insertReceived, selectReceived, deleteReceived, lastReceived;
-  Statement putContext, getContext, handleContext;
-  std::uint64_t nextId GUARDED_BY(databaseMutex) = 1;
-  bool sending GUARDED_BY(databaseMutex) = false;
-  mutable Mutex factsMutex;  // never held while the disk works
-  StoreFacts facts GUARDED_BY(factsMutex);
-  std::vector<std::uint64_t> handledIds GUARDED_BY(factsMutex);
-  std::uint64_t handledContext GUARDED_BY(factsMutex) = 0;
-};
-
 SqliteStore::SqliteStore(const Options& options, const Epoch& fresh)
-    : state_(std::make_unique<State>(*this, options, fresh)) {}
+    : state_(std::make_unique<StoreState>(*this, Database(options.path, options.vfs), fresh)) {}
 
 SqliteStore::~SqliteStore() {
   flush();
@@ -211,7 +27,7 @@ std::optional<KeyHash> SqliteStore::pin() const {
 
 bool SqliteStore::setPin(const KeyHash& key) {
   const MutexLock lock(state_->databaseMutex);
-  return state_->change([&](StoreFacts& next, OutgoingTable::Size* sizes) {
+  return state_->change([&](StoreFacts& next, QueueSizes& sizes) {
     const bool sameOrFirst = !next.pin || next.pin == key;
     const bool good = sameOrFirst || state_->clear(next, sizes);
     next.pin = key;
@@ -227,8 +43,8 @@ std::optional<std::uint64_t> SqliteStore::append(Queue queue, ByteView body) {
   const MutexLock lock(state_->databaseMutex);
   std::uint64_t number = 0;
   const bool sending = state_->sending;
-  const bool good = state_->change([&](StoreFacts& next, OutgoingTable::Size* sizes) {
-    OutgoingTable::Size& size = State::of(sizes, queue);
+  const bool good = state_->change([&](StoreFacts& next, QueueSizes& sizes) {
+    QueueSize& size = sizes.of(queue);
     if (size.rows >= kMostQueuedRows || size.bytes + body.size() > kMostQueuedBytes) return false;
     size = {size.rows + 1, size.bytes + body.size()};
     number = next.of(queue).next++;
@@ -284,7 +100,7 @@ bool SqliteStore::setSending(bool sending) {
   const MutexLock lock(state_->databaseMutex);
   state_->sending = false;
   if (!sending) return true;
-  state_->sending = state_->change([](StoreFacts& next, OutgoingTable::Size*) {
+  state_->sending = state_->change([](StoreFacts& next, QueueSizes&) {
     next.markSent();
     return true;
   });
@@ -305,7 +121,7 @@ std::uint64_t SqliteStore::contextVersion() const {
 bool SqliteStore::setContext(const Row& context) {
   const MutexLock lock(state_->databaseMutex);
   const bool sending = state_->sending;
-  const bool good = state_->change([&](StoreFacts& next, OutgoingTable::Size*) {
+  const bool good = state_->change([&](StoreFacts& next, QueueSizes&) {
     next.contextVersion = context.number;
     if (sending) next.markSent();
     const bool kept = state_->writeContext(false, context);
@@ -322,7 +138,7 @@ Cursor SqliteStore::cursor() const {
 
 bool SqliteStore::restart(const Cursor& cursor) {
   const MutexLock lock(state_->databaseMutex);
-  return state_->change([&](StoreFacts& next, OutgoingTable::Size*) {
+  return state_->change([&](StoreFacts& next, QueueSizes&) {
     next.cursor = cursor;
     return true;
   });
@@ -335,14 +151,14 @@ std::optional<std::uint64_t> SqliteStore::receive(Queue queue, std::span<const R
   const auto insert = [&](const StoreFacts& now) {
     std::uint64_t id = first;
     return std::all_of(rows.begin(), rows.end(), [&](const Row& row) {
-      return now.cursor.epoch && state_->insert(id++, queue, *now.cursor.epoch, row);
+      return now.cursor.epoch && state_->insertReceivedRow(id++, queue, *now.cursor.epoch, row);
     });
   };
   if constexpr (kPlantedFault == PlantedFault::cursorApart) {
-    state_->change([&](StoreFacts& next, OutgoingTable::Size*) { return insert(next); });
+    state_->change([&](StoreFacts& next, QueueSizes&) { return insert(next); });
     passes(CrashPoint::receiveRowBeforeCursor);
   }
-  const bool good = state_->change([&](StoreFacts& next, OutgoingTable::Size*) {
+  const bool good = state_->change([&](StoreFacts& next, QueueSizes&) {
     const bool kept = kPlantedFault == PlantedFault::cursorApart || insert(next);
     passes(CrashPoint::receiveRowBeforeCursor);
     if (!rows.empty()) next.cursor.next(queue) = rows.back().number + 1;
@@ -357,7 +173,7 @@ std::optional<std::uint64_t> SqliteStore::receive(Queue queue, std::span<const R
 bool SqliteStore::receiveContext(const Row& context) {
   const MutexLock lock(state_->databaseMutex);
   passes(CrashPoint::contextBeforeCommit);
-  const bool good = state_->change([&](StoreFacts& next, OutgoingTable::Size*) {
+  const bool good = state_->change([&](StoreFacts& next, QueueSizes&) {
     next.cursor.context = context.number;
     return state_->writeContext(true, context);
   });
@@ -367,7 +183,7 @@ bool SqliteStore::receiveContext(const Row& context) {
 
 bool SqliteStore::skip(Queue queue, std::uint64_t number) {
   const MutexLock lock(state_->databaseMutex);
-  return state_->change([&](StoreFacts& next, OutgoingTable::Size*) {
+  return state_->change([&](StoreFacts& next, QueueSizes&) {
     next.cursor.next(queue) = number + 1;
     return true;
   });
@@ -379,7 +195,8 @@ std::vector<Received> SqliteStore::received(Queue queue) const {
   Statement& select = state_->selectReceived;
   select.bind(1, static_cast<std::uint64_t>(queue));
   while (select.step()) {
-    Received row{select.number(0), {{}, select.number(2), true}, copied(select.bytes(3))};
+    const ByteView body = select.bytes(3);
+    Received row{select.number(0), {{}, select.number(2), true}, Bytes(body.begin(), body.end())};
     const ByteView epoch = select.bytes(1);
     std::copy_n(epoch.begin(), std::min(epoch.size(), row.arrival.epoch.size()), row.arrival.epoch.begin());
     rows.push_back(std::move(row));
@@ -407,7 +224,7 @@ void SqliteStore::flush() {
   if (!state_->hasHandled()) return;
   const MutexLock lock(state_->databaseMutex);
   // What cannot be written now is with the next step.
-  state_->change([](StoreFacts&, OutgoingTable::Size*) { return true; });
+  state_->change([](StoreFacts&, QueueSizes&) { return true; });
 }
 
 std::optional<LinkStore::Unsent> SqliteStore::unpair() {
@@ -415,8 +232,8 @@ std::optional<LinkStore::Unsent> SqliteStore::unpair() {
   Unsent unsent;
   unsent.items = state_->items.allNumbers();
   unsent.files = state_->files.allNumbers();
-  const bool good = state_->change(
-      [this](StoreFacts& next, OutgoingTable::Size* sizes) { return state_->clear(next, sizes); });
+  const bool good =
+      state_->change([this](StoreFacts& next, QueueSizes& sizes) { return state_->clear(next, sizes); });
   return good ? std::optional(std::move(unsent)) : std::nullopt;
 }
 

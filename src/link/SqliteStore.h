@@ -8,6 +8,8 @@
 
 namespace tunevale::link {
 
+struct StoreState;
+
 /// A store in one file (mode 0600), which survives the process and the power. Whoever has it open has it
 /// alone. The folder must exist.
 class SqliteStore : public LinkStore {
@@ -52,8 +54,7 @@ class SqliteStore : public LinkStore {
   std::optional<Unsent> unpair() override;
 
  private:
-  struct State;
-  std::unique_ptr<State> state_;
+  std::unique_ptr<StoreState> state_;
 };
 
 }  // namespace tunevale::link

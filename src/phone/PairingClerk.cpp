@@ -28,12 +28,13 @@ void PairingClerk::setEndpoint(const link::Endpoint& watch) {
                         {.endpoint = watch,
                          .timing = parts_.timing,
                          .refused = [this](const link::Refused& refused) { connectionWasRefused(refused); }});
+  reconnect_ = link::timingTo(watch, parts_.timing);
 }
 
 void PairingClerk::connect() {
   connector_.reset();
   if (!parts_.store.pin()) return;
-  connector_ = std::make_unique<link::Connector>(parts_.loop, parts_.session, dial_, parts_.timing);
+  connector_ = std::make_unique<link::Connector>(parts_.loop, parts_.session, dial_, reconnect_);
   connector_->start();
 }
 

@@ -57,6 +57,7 @@ class PairingClerk {
   PairingState::Trouble trouble_ = PairingState::Trouble::none;
   link::PairingStatus status_;
   std::unique_ptr<link::PhonePairing> pairing_;
+  link::Timing reconnect_;
   std::unique_ptr<link::Connector> connector_;
 };
 

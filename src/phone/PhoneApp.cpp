@@ -29,6 +29,10 @@ void PhoneApp::pairingDidChange(const PairingState& pairing) {
   core_->settle();
 }
 
+void PhoneApp::queuesDidReset() {
+  core_->events.emit("queue_reset", {});
+}
+
 Answer PhoneApp::didReceiveMessage(const PlistDictionary& message) {
   core_->catchUp();
   Answer answer = core_->requests.answer(message);

@@ -34,6 +34,7 @@ class PhoneApp {
 
   void linkStateDidChange(const link::LinkState& state);
   void pairingDidChange(const PairingState& pairing);
+  void queuesDidReset();
 
   /// What the watch sent. What the request brings about goes to the link before the answer is given back.
   Answer didReceiveMessage(const PlistDictionary& message);

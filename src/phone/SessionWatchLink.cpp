@@ -152,6 +152,10 @@ void SessionWatchLink::sessionDidDeliverApplicationContext(std::uint64_t version
   }
 }
 
+void SessionWatchLink::sessionDidResetQueues() {
+  app_->queuesDidReset();
+}
+
 void SessionWatchLink::sessionDidUnpair() {
   clerk_->watchDidUnpair();
 }

@@ -51,6 +51,7 @@ class SessionWatchLink : public WatchLink, public link::SessionDelegate {
                                         const std::optional<link::Error>& error) override;
   void sessionDidFinishFileTransfer(std::uint64_t number, const std::optional<link::Error>& error) override;
   void sessionDidDeliverApplicationContext(std::uint64_t version) override;
+  void sessionDidResetQueues() override;
   void sessionDidUnpair() override;
   void sessionStateDidChange(const link::LinkState& state) override;
 

@@ -5,6 +5,8 @@
 #include <sstream>
 #include <string>
 
+#include <gtest/gtest.h>
+
 namespace tunevale::link {
 
 // Rows of the fault table are tests of the suite FaultTable, named by their number (F4CutsAtAnyByte). Each
@@ -28,7 +30,9 @@ inline int faultCount(int full, int quick) {
 class FaultRow {
  public:
   explicit FaultRow(const std::string& number) { line_ << number << std::string(5 - number.size(), ' '); }
-  ~FaultRow() { std::cout << "FAULT " << line_.str() << std::endl; }
+  ~FaultRow() {
+    std::cout << (testing::Test::HasFailure() ? "FAILED FAULT " : "FAULT ") << line_.str() << std::endl;
+  }
   FaultRow(const FaultRow&) = delete;
   FaultRow& operator=(const FaultRow&) = delete;
   template <class Part>

@@ -51,6 +51,7 @@ class Ear : public SessionDelegate {
   }
   void sessionDidDeliverApplicationContext(std::uint64_t version) override { delivered = version; }
   void sessionDidResetQueues() override { heard.push_back("reset"); }
+  void sessionDidUnpair() override { heard.push_back("unpaired"); }
   void sessionStateDidChange(const LinkState& state) override {
     states.push_back(state);
     stateTimes.push_back(strand_.now());

@@ -136,6 +136,8 @@ TEST(Connector, WaitsLongerWithEveryFailureAndForgetsThemInHealth) {
   world.wires.back()->cut();
   world.strand.advance(timing.firstReconnect);
   EXPECT_EQ(dials.size(), before + 1) << "a healthy connection forgets the failures before it";
+  EXPECT_EQ(timingTo({"127.0.0.1", 1}, timing).lastReconnect, 2s);
+  EXPECT_EQ(timingTo({"192.0.2.1", 1}, timing).lastReconnect, 30s);
   connector.stop();
   world.strand.advance(10s);
   EXPECT_FALSE(world.watch.session->state().connected);

@@ -1,6 +1,8 @@
 // The phone's console: shows what the phone does, and sends it commands.
 import { follow, liveAddress } from '../common/connection.js';
+import { command } from './commands.js';
 import { nowPlaying } from './now-playing.js';
+import { pairing } from './pairing.js';
 import { queueList } from './queue.js';
 import { pushes, switches, transport } from './controls.js';
 import { trafficList } from './traffic.js';
@@ -29,7 +31,8 @@ function send(command) {
   return connection.send(command);
 }
 
-const parts = [nowPlaying(byId('now')), queueList(byId('queue-list'), byId('queue-count')),
+byId('unpair').addEventListener('click', () => send(command('unpair')));
+const parts = [pairing(byId('pairing'), byId('unpair'), send), nowPlaying(byId('now')), queueList(byId('queue-list'), byId('queue-count')),
                transport(byId('now'), send), pushes(byId('pushes'), send), switches(byId('switches'), send),
                trafficList(byId('traffic-list'), byId('traffic-count'))];
 

@@ -53,12 +53,15 @@ export class Program {
 }
 
 export class Watch extends Program {
-  /** `pairing`: also gives the address with which one phone may pair, as `watch.pairing`. */
+  /**
+   * `pairing`: also gives the address with which one phone may pair, as `watch.pairing`. A `link` of null is for a
+   * watch without one.
+   */
   static async start(home, { display = '127.0.0.1:0', link = '127.0.0.1:0', demo = false, pairing = false, more = [] } = {}) {
-    const watch = new Watch(WATCH, ['--home', home, '--display', display, '--link', link,
+    const watch = new Watch(WATCH, ['--home', home, '--display', display, ...(link ? ['--link', link] : []),
                                     ...(demo ? [] : ['--no-demo']), ...(pairing ? ['--pairing-token'] : []), ...more]);
     watch.url = await watch.line(/^Display: (http\S+)/);
-    watch.link = await watch.line(/^Link: (\S+)/);
+    if (link) watch.link = await watch.line(/^Link: (\S+)/);
     if (pairing) watch.pairing = await watch.line(/^Pairing: (\S+)/);
     return watch;
   }

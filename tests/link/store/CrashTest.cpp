@@ -20,17 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kPacedCount = 7;
 constexpr auto kPatience = kPlantedFault == PlantedFault::none ? 20s : 5s;
-#if defined(__has_feature)
-#define TUNEVALE_HAS_FEATURE(feature) __has_feature(feature)
-#else
-#define TUNEVALE_HAS_FEATURE(feature) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || TUNEVALE_HAS_FEATURE(address_sanitizer)
-constexpr bool kSlowBuild = true;
-#else
-constexpr bool kSlowBuild = false;
-#endif
-constexpr auto kDrainLimit = kSlowBuild ? 10s : 2s;
+constexpr auto kDrainLimit = kSanitized ? 10s : 2s;
 
 /// The two ends, each in its process; either can be started again.
 struct Pair {
@@ -115,7 +105,7 @@ TEST(FaultTable, F1CrashAtEveryNamedPoint) {
   Clock::duration slowest{};
   std::string example;
   const std::vector<int> counts =
-      hunting || kSlowBuild ? std::vector{kPacedCount} : std::vector{1, kPacedCount, 33};
+      hunting || kSanitized ? std::vector{kPacedCount} : std::vector{1, kPacedCount, 33};
   for (const int count : counts) {
     std::vector<int> passes[2];
     {
@@ -166,7 +156,7 @@ TEST(FaultTable, F1CrashAtEveryNamedPoint) {
 
 TEST(FaultTable, F2KilledAtRandom) {
   if (kPlantedFault != PlantedFault::none) GTEST_SKIP() << "has its own mistake to find";
-  constexpr int kKills = kSlowBuild ? 40 : 200;
+  constexpr int kKills = kSanitized ? 40 : 200;
   std::mt19937 dice(7);
   Pair pair(kKills * 2, true);
   for (const EndPlan& plan : pair.plans) pair.start(plan.role);

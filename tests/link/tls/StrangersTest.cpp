@@ -137,7 +137,8 @@ TEST(Strangers, APinThatGoesDuringTheHandshakeIsNoPin) {
 
 /// An identity whose certificate ran out long ago, as a file.
 void writeExpired(const std::string& path) {
-  const KeyPtr key(EVP_EC_gen("P-256"));
+  char curve[] = "P-256";
+  const KeyPtr key(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", curve));
   const CertificatePtr certificate(X509_new());
   X509_set_version(certificate.get(), 2);
   X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -2000);

@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+
+#include "link/PhonePairing.h"
+#include "link/WatchPairing.h"
+#include "link/tls/TlsWorld.h"
+
+namespace tunevale::link {
+namespace {
+
+using Step = PairingStatus::Step;
+
+/// A watch that nobody is paired with yet, and phones that pair over real connections.
+struct PairingOverTls : testing::Test {
+  PairingOverTls() {
+    world.watchPin.reset();
+    world.phonePin.reset();
+    world.listener.start([this](SecureStream stream) {
+      if (stream.isPairing) return watch.take(std::move(stream));
+      world.accepted.push_back(std::move(stream));
+    });
+  }
+  std::unique_ptr<PhonePairing> pair(const PairingAddress& address) {
+    world.pairing = watch.isOpen();
+    return std::make_unique<PhonePairing>(world.loop, world.phone, address,
+                                          PairingCallbacks{[this](const KeyHash& peer) {
+                                                             world.phonePin = peer;
+                                                             return true;
+                                                           },
+                                                           {}});
+  }
+  bool comesTo(const PhonePairing& phone, Step step) {
+    return world.until([&] { return phone.status().step == step; });
+  }
+  PairingAddress address() const { return {{"127.0.0.1", world.listener.port()}, {}, {}}; }
+
+  TlsWorld world;
+  WatchPairing watch{world.loop,
+                     world.watch.keyHash(),
+                     {[this](const KeyHash& peer) {
+                        world.watchPin = peer;
+                        return true;
+                      },
+                      {}}};
+};
+
+TEST_F(PairingOverTls, ByACodeThenSessionsConnect) {
+  watch.open(true);
+  const auto phone = pair(address());
+  ASSERT_TRUE(comesTo(*phone, Step::comparing));
+  ASSERT_TRUE(world.until([&] { return watch.status().step == Step::comparing; }));
+  EXPECT_EQ(phone->status().code, watch.status().code);
+  EXPECT_EQ(phone->status().peer, world.watch.keyHash());
+  EXPECT_TRUE(phone->confirm(true));
+  EXPECT_EQ(phone->status().step, Step::waiting);
+  EXPECT_TRUE(watch.confirm(true));
+  ASSERT_TRUE(comesTo(*phone, Step::paired));
+  ASSERT_TRUE(world.until([&] { return watch.status().step == Step::paired; }));
+  EXPECT_EQ(world.watchPin, world.phone.keyHash());
+  const auto session = world.dial(world.phone);
+  ASSERT_TRUE(session);
+  EXPECT_TRUE(world.until([&] { return world.accepted.size() == 1; }));
+}
+
+TEST_F(PairingOverTls, ByATokenWithoutAnybody) {
+  PairingAddress full = address();
+  full.key = world.watch.keyHash();
+  full.token = WatchPairing::newToken();
+  watch.open(false, full.token);
+  const auto phone = pair(parsePairingAddress(inWords(full)).value());
+  ASSERT_TRUE(comesTo(*phone, Step::paired));
+  EXPECT_EQ(world.phonePin, world.watch.keyHash());
+  EXPECT_EQ(world.watchPin, world.phone.keyHash());
+}
+
+TEST_F(PairingOverTls, FailuresSayWhy) {
+  const auto failure = [&](const PairingAddress& where) {
+    const auto phone = pair(where);
+    EXPECT_TRUE(comesTo(*phone, Step::failed));
+    return phone->status().text;
+  };
+  EXPECT_EQ(failure(address()), "the other end is not open for pairing");
+  PairingAddress nowhere = address();
+  nowhere.endpoint.port = 1;
+  EXPECT_EQ(failure(nowhere), "cannot connect: Connection refused");
+  watch.open(true);
+  PairingAddress other = address();
+  other.key = world.phone.keyHash();
+  EXPECT_EQ(
+      failure(other),
+      "the other end's key is not the one that is known: somebody else is there, or it has lost its key");
+  EXPECT_EQ(watch.status().failures, 0) << "the watch's window is not spent on that";
+}
+
+TEST_F(PairingOverTls, WhoStandsBetweenShowsOtherCodes) {
+  // With a listener of his own for the phone, and a connection of his own to the watch.
+  const Identity man = Identity::temporary();
+  WatchPairing asWatch(world.loop, man.keyHash(), {[](const KeyHash&) { return true; }, {}});
+  TlsListener trap(world.loop, {}, man, {{}, [] { return true; }, {}});
+  trap.start([&](SecureStream stream) { asWatch.take(std::move(stream)); });
+  asWatch.open(true);
+  watch.open(true);
+  const auto phone = pair({{"127.0.0.1", trap.port()}, {}, {}});
+  PhonePairing asPhone(world.loop, man, address(), {[](const KeyHash&) { return true; }, {}});
+  ASSERT_TRUE(comesTo(*phone, Step::comparing) && comesTo(asPhone, Step::comparing));
+  ASSERT_TRUE(world.until([&] { return watch.status().step == Step::comparing; }));
+  EXPECT_TRUE(asWatch.confirm(true) && asPhone.confirm(true));
+  EXPECT_NE(phone->status().code, watch.status().code) << "equal once in a million runs";
+  EXPECT_TRUE(phone->confirm(false) && watch.confirm(false));
+  EXPECT_EQ(phone->status().step, Step::failed);
+  EXPECT_FALSE(world.watchPin || world.phonePin);
+}
+
+}  // namespace
+}  // namespace tunevale::link
