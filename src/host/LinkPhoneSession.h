@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -24,7 +25,8 @@ class LinkPhoneSession : public PhoneSession {
     link::Endpoint listenOn;
     /// Key, pairing, queues and received files are here, for this session alone; made where it is missing.
     std::string folder;
-    link::Timing timing{};
+    /// Activation waits for a phone that is near, so that the extension's greeting finds it.
+    link::Timing timing{.activation = std::chrono::seconds(1)};
     /// A line for the log; any thread. May be empty.
     std::function<void(const std::string&)> log{};
   };

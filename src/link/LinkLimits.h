@@ -64,6 +64,7 @@ struct Timing {
   std::chrono::milliseconds silence{5'000};  // then a ping
   std::chrono::milliseconds dead{15'000};    // of silence
   std::chrono::milliseconds reply{10'000};
+  std::chrono::milliseconds activation{0};           // waits so long for the other end
   std::chrono::milliseconds stateSpacing{250};       // between two reports of the state
   std::chrono::milliseconds firstReconnect{250};     // doubled with every failure
   std::chrono::milliseconds lastReconnect{2'000};    // on loopback, where nothing is saved by waiting longer

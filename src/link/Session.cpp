@@ -25,7 +25,7 @@ Session::~Session() {
 }
 
 void Session::activate() {
-  if (core_->activate()) mailbox_->post([](SessionCore& core) { core.deliverReceived(); });
+  if (core_->activate()) mailbox_->post([](SessionCore& core) { core.beginActivation(); });
 }
 bool Session::isActivated() const {
   return core_->isActivated();

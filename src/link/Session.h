@@ -48,7 +48,8 @@ class Session {
           Executor deliver, Executor answer);
   ~Session();
 
-  /// Begins to take connections. Its completion comes to the delegate before anything else does. Once.
+  /// Begins to take connections. Its completion comes to the delegate before anything else does: once the
+  /// other end is there, or after `timing.activation`. Once.
   void activate();
   bool isActivated() const;
   LinkState state() const;

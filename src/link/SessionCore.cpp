@@ -46,13 +46,21 @@ SessionCore::~SessionCore() {
 }
 
 bool SessionCore::activate() {
-  if (activated_.exchange(true)) return false;
-  delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidActivate(); });
-  return true;
+  return !activated_.exchange(true);
 }
 
-void SessionCore::deliverReceived() {
-  if (std::exchange(deliveredReceived_, true)) return;
+void SessionCore::beginActivation() {
+  if (options_.timing.activation.count() == 0) {
+    completeActivation();
+  } else if (!activationIsComplete_) {
+    activationTimer_ = strand_.after(options_.timing.activation, [this] { completeActivation(); });
+  }
+}
+
+void SessionCore::completeActivation() {
+  if (std::exchange(activationIsComplete_, true)) return;
+  activationTimer_.reset();
+  delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidActivate(); });
   contexts_.deliverReceived();
   items_.deliverReceived();
   fileReceiver_.deliverReceived();
@@ -91,7 +99,6 @@ void SessionCore::adopt(std::unique_ptr<Stream> stream, bool opener, Session::Cl
     if (closed) closed("the session is not activated", {});
     return;
   }
-  deliverReceived();  // before anything new
   const auto strangers = static_cast<std::size_t>(std::count_if(
       connections_.begin(), connections_.end(), [](const auto& one) { return !one->isOpen(); }));
   if (strangers >= kMostStrangers) {
@@ -252,6 +259,9 @@ void SessionCore::connectionDidClose(Connection& connection, const std::string&)
 }
 
 bool SessionCore::take(const Frame& frame) {
+  // Before anything that reaches the delegate. Whoever hears of it finds the other end, once this turn is
+  // over.
+  if (frame.type != FrameType::state) completeActivation();
   switch (frame.type) {
     case FrameType::state:
       takeState(frame);

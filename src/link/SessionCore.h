@@ -30,8 +30,9 @@ class SessionCore : public ConnectionOwner {
   /// How many milliseconds a message is worth something to its sender. Any thread.
   std::uint64_t timeToLive() const { return static_cast<std::uint64_t>(options_.timing.reply.count()); }
 
-  /// Gives the delegate what an earlier process left; after activate(), once.
-  void deliverReceived();
+  /// After activate(), once: tells the delegate when the other end is there, or when it has been waited for,
+  /// and then gives it what an earlier process left.
+  void beginActivation();
   void send(OutgoingMessage message);
   void fail(OutgoingMessage message, ErrorCode code) { messages_.fail(std::move(message), code); }
   Messages& messages() { return messages_; }
@@ -55,6 +56,7 @@ class SessionCore : public ConnectionOwner {
   bool fill(FrameWriter& frames) override;
   void connectionDidClose(Connection& connection, const std::string& reason) override;
 
+  void completeActivation();
   bool take(const Frame& frame);
   bool takeQueueFrame(const Frame& frame);
   void takeState(const Frame& frame);
@@ -81,7 +83,8 @@ class SessionCore : public ConnectionOwner {
   StateReport report_;
   std::string run_;
   std::atomic<bool> activated_ = false;
-  bool deliveredReceived_ = false;
+  bool activationIsComplete_ = false;
+  std::unique_ptr<Timer> activationTimer_;
   std::unique_ptr<Timer> keepTimer_;
 
   bool active_ = true;

@@ -117,6 +117,19 @@ TEST_F(SessionTest, RefusesWrongIntroductions) {
   EXPECT_EQ(world.watch.ear.heard, Lines{"activated"});
 }
 
+TEST(Activation, WaitsALittleForTheOtherEndAndNoLonger) {
+  for (const bool comes : {true, false}) {
+    LinkWorld near(1, {.activation = 1s});
+    if (comes) near.connect();
+    near.strand.advance(500ms);
+    EXPECT_EQ(near.watch.ear.heard, comes ? Lines{"activated"} : Lines{});
+    near.watch.send(1);
+    near.strand.advance(500ms);
+    EXPECT_EQ(near.watch.ear.heard, Lines{"activated"});
+    EXPECT_EQ(near.watch.outcomes, Lines{comes ? "reply 1" : "7007"});
+  }
+}
+
 TEST_F(SessionTest, SkipsUnknownFramesUnlessTheyAreCritical) {
   RawPeer peer(world.strand, world.watch);
   peer.send(static_cast<FrameType>(0x7F), 1, Bytes(3), 0);
