@@ -265,7 +265,7 @@ TEST(FaultTable, F11ACrowdThatOnlySits) {
   }
   const long grown = residentKiB() - before;
   EXPECT_LE(most, kMostHandshakes);
-  EXPECT_LT(grown, 20 * 1024);
+  if (!kSanitized) EXPECT_LT(grown, 20 * 1024);  // which keep what is freed
   FaultRow("F11") << crowd.sockets.size() << " sockets that came " << crowd.connected
                   << " times: the phone connects within " << slowest.count() << " ms, at most " << most
                   << " in their handshake, memory up by " << grown << " KiB";
