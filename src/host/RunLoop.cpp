@@ -63,6 +63,10 @@ struct RunLoop::State {
 RunLoop::RunLoop() : state_(std::make_unique<State>()) {}
 
 RunLoop::~RunLoop() {
+  clear();
+}
+
+void RunLoop::clear() {
   state_->schedule.clear();
 }
 

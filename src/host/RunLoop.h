@@ -30,6 +30,9 @@ class RunLoop : public MainQueue {
   void run();
   /// Ends run() after the block that runs now. Any thread, and before run() too.
   void stop();
+  /// Drops the blocks that have not run, and with them what they hold: while all that this reaches still
+  /// stands. After run().
+  void clear();
   /// From now on SIGINT and SIGTERM stop the loop, a second one ends the process at once, and writing into a
   /// closed pipe is an error instead of a signal. For main only: it is about the whole process.
   void handleSignals();

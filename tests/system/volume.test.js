@@ -81,4 +81,11 @@ describe('volume', { skip }, () => {
       assert.ok(agreedAt - end < 1000, `they agreed after ${Math.round(agreedAt - end)} ms`);
     });
   }
+
+  test('a watch ends well while its phone owes answers to a screen that was left', async () => {
+    await phone.do('set', { silent: true });
+    for (let turn = 0; turn < 3; turn++) await watch.input({ crown: turn % 2 ? 1 : -1 });
+    await watch.input({ back: true });
+    assert.deepEqual(await watch.stop(), { code: 0, signal: null });
+  });
 });

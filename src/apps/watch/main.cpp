@@ -101,6 +101,7 @@ int runWatch(const WatchOptions& options) {
   demo.reset();
   terminal.reset();
   phoneSide.reset();
+  loop.clear();
   return 0;
 }
 
