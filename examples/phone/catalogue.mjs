@@ -1,6 +1,7 @@
 // What this phone has to give: fifteen songs, two lists of stations, and a plain picture for each.
-import { crc32 } from './crc32.mjs';
 import { deflateSync } from 'node:zlib';
+
+import { crc32 } from './crc32.mjs';
 
 const TITLES = ['Paper Boats', 'Monsoon &amp; Mint', 'Nine Lanterns', 'Slow Tram Home', 'The Baker\'s Radio', 'Salt Wind', 'Borrowed Umbrella',
                 'Kites over Ferrygate', 'Copper Moon', 'Left at the Lighthouse', 'Marigold Hour', 'Two Spoons', 'Rooftop Weather',

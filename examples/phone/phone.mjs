@@ -1,6 +1,6 @@
 #!/usr/bin/env node
 // A small phone, written from docs/phone-link.md alone: pairs with a watch, gives it a chart, stations and artwork,
-// and plays (silently) what the watch asks for. Prints one JSON event a line. It needs Node.js 18 and nothing else.
+// and plays (silently) what the watch asks for. Prints one JSON event a line. It needs Node.js 18.3 and nothing else.
 //
 //   phone.mjs --home DIR --pair ADDRESS     pairs first; asks here when the address has no token
 //   phone.mjs --home DIR --link HOST:PORT   connects to the watch that it is paired with
@@ -9,6 +9,7 @@
 import { closeSync, existsSync, fsyncSync, mkdirSync, openSync, readFileSync, renameSync, writeSync } from 'node:fs';
 import { join } from 'node:path';
 import { createInterface } from 'node:readline';
+import { parseArgs } from 'node:util';
 
 import { chart, picture, stations } from './catalogue.mjs';
 import { newIdentity } from './identity.mjs';
@@ -16,7 +17,7 @@ import { pair, parseAddress } from './pairing.mjs';
 import { writeArchive } from './plist.mjs';
 import { newQueues, Session } from './session.mjs';
 
-const options = Object.fromEntries(process.argv.slice(2).join(' ').split('--').filter(Boolean).map((part) => part.trim().split(' ')));
+const { values: options } = parseArgs({ options: { home: { type: 'string' }, pair: { type: 'string' }, link: { type: 'string' } } });
 if (!options.home || !(options.pair || options.link)) {
   console.error('usage: phone.mjs --home DIR --pair ADDRESS | --link HOST:PORT');
   process.exit(2);

@@ -48,7 +48,6 @@ function leaf(value) {
   }
   if (Buffer.isBuffer(value)) return Buffer.concat([head(4, value.length), value]);
   if (value instanceof Reference) return Buffer.concat([Buffer.from([0x83]), bigEndian(value.entry, 4)]);
-  // eslint-disable-next-line no-control-regex
   if (/^[\x00-\x7f]*$/.test(value)) return Buffer.concat([head(5, value.length), Buffer.from(value, 'latin1')]);
   return Buffer.concat([head(6, value.length), Buffer.from(value, 'utf16le').swap16()]);
 }
@@ -93,7 +92,7 @@ export function readList(bytes) {
     for (const byte of bytes.subarray(at, at + size)) value = (value << 8n) | BigInt(byte);
     return value;
   };
-  if (bytes.length < 40 || bytes.toString('latin1', 0, 8) !== 'bplist00') throw new Error('no property list');
+  if (bytes.length < 41 || bytes.toString('latin1', 0, 8) !== 'bplist00') throw new Error('no property list');
   const trailer = bytes.length - 32;
   const [offsetSize, referenceSize] = [bytes[trailer + 6], bytes[trailer + 7]];
   const [count, top, table] = [8, 16, 24].map((at) => Number(number(trailer + at, 8)));

@@ -359,7 +359,7 @@ struct Between {
 };
 
 TEST(FaultTable, F10AManInTheMiddleOfPairing) {
-  const int runs = 2'000;
+  const int runs = kSanitized ? 400 : 2'000;
   int equal = 0;
   int pinned = 0;
   int lockedOut = 0;

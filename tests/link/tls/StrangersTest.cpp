@@ -2,6 +2,7 @@
 #include <array>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <thread>
 
 #include <arpa/inet.h>
@@ -27,6 +28,15 @@ constexpr char kHello[] = "an application's first words";
 struct LiveWorld : TlsWorld {
   LiveWorld() { loop.start(); }
   ~LiveWorld() { loop.stop(); }
+  bool comes(const std::function<bool()>& condition) {
+    for (int i = 0; i < 400; ++i) {
+      std::promise<bool> answer;
+      loop.post([&] { answer.set_value(condition()); });
+      if (answer.get_future().get()) return true;
+      std::this_thread::sleep_for(5ms);  // real sockets take real time
+    }
+    return false;
+  }
 };
 
 unsigned offerNoCertificate(SSL* /*ssl*/, const char* /*hint*/, char* identity, unsigned most,
@@ -89,10 +99,7 @@ TEST(FaultTable, F9NobodyButThePairedPhone) {
          client.sendPlain(std::string("\x16\x03\x01\x40\x00\x01\x00\xff\xff", 9) + std::string(20'000, 'x'));
        }},
   };
-  ASSERT_TRUE([&] {
-    for (int i = 0; i < 200 && world.accepted.empty(); ++i) std::this_thread::sleep_for(5ms);
-    return world.accepted.size() == 1;
-  }()) << "the paired phone itself gets through";
+  ASSERT_TRUE(world.comes([&] { return world.accepted.size() == 1; })) << "the paired phone gets through";
   std::size_t said = 0;
   std::chrono::milliseconds slowest{};
   for (const Case& one : cases) {
@@ -112,6 +119,17 @@ TEST(FaultTable, F9NobodyButThePairedPhone) {
   FaultRow("F9") << std::size(cases) << " kinds of strangers: " << world.accepted.size() - 1
                  << " handed over, " << said << " application bytes, closed within " << slowest.count()
                  << " ms";
+}
+
+TEST(Strangers, WhoTakesTooLongIsClosed) {
+  TlsWorld world(Timing{.tls = std::chrono::milliseconds(60)});
+  RawClient idle(world.listener.port());
+  const auto from = Clock::now();
+  ASSERT_TRUE(world.until([&] { return !world.watchRefused.empty() && world.listener.handshakes() <= 1; }));
+  EXPECT_GE(Clock::now() - from, 60ms);
+  EXPECT_EQ(world.watchRefused.front().why, Refusal::tooSlow);
+  EXPECT_EQ(idle.readToEnd(), "");
+  EXPECT_EQ(Timing{}.tls, 5s);
 }
 
 TEST(Strangers, APinThatGoesDuringTheHandshakeIsNoPin) {
@@ -265,7 +283,9 @@ TEST(FaultTable, F11ACrowdThatOnlySits) {
   }
   const long grown = residentKiB() - before;
   EXPECT_LE(most, kMostHandshakes);
-  EXPECT_LT(grown, 20 * 1024);
+  if (!kSanitized) {  // they keep what is freed
+    EXPECT_LT(grown, 20 * 1024);
+  }
   FaultRow("F11") << crowd.sockets.size() << " sockets that came " << crowd.connected
                   << " times: the phone connects within " << slowest.count() << " ms, at most " << most
                   << " in their handshake, memory up by " << grown << " KiB";
