@@ -166,6 +166,8 @@ void FileReceiver::deliver(std::uint64_t id, Arrival arrival, const FileRow& row
           store.removeReceived(id);
           store.flush();
         }
+        if (spool->open(name) == nullptr)
+          return;  // swept away as the pairing ended, or taken by a handler that threw
         store.passes(CrashPoint::handlerBefore);
         delegate.sessionWillReceive(arrival);
         arrival.again = true;

@@ -43,7 +43,7 @@ class Session {
   using Transfer = std::variant<std::uint64_t, Error>;
 
   /// `deliver` carries what arrives to the delegate; `answer` carries replies, errors and the state. The
-  /// delegate lives as long as both may run.
+  /// delegate and the store live as long as both may run.
   Session(Strand& strand, LinkStore& store, SessionOptions options, SessionDelegate& delegate,
           Executor deliver, Executor answer);
   ~Session();

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "link/FaultRow.h"
@@ -241,6 +243,47 @@ TEST(Pairing, ATokenIsNotProvedByWhoOnlySeesTheProof) {
   strand.run();
   EXPECT_FALSE(phone.pinned);
   EXPECT_EQ(phone.outcome, PairingOutcome::failed);
+}
+
+TEST(Pairing, AYesThatIsNotProvedPinsNothing) {
+  for (const bool echoes : {false, true}) {
+    ManualStrand strand;
+    Wire wire(strand);
+    Channel ends(wire, keyOf('w'), keyOf('p'));
+    const PairingChannel channel{ends.toPhone.channelKey, keyOf('w'), keyOf('p')};
+    struct : StreamReceiver {
+      void streamDidRead(ByteView bytes) override { reader.append(bytes); }
+      void streamDidWrite() override {}
+      void streamDidEnd(const std::string&) override {}
+      FrameReader reader{kMostFrameBody};
+    } phone;
+    ends.toPhone.stream->start(phone);
+    const auto say = [&](FrameType type, const char* key, const Bytes32& value) {
+      Bytes bytes;
+      FrameWriter(bytes).add(type, 0, PlistDictionary{{key, ByteView(value)}});
+      ends.toPhone.stream->write(std::move(bytes));
+      strand.run();
+    };
+    const auto heard = [&](const char* key) {
+      Bytes32 value{};
+      const auto body = readBody(phone.reader.next().value().body).value();
+      std::ranges::copy(body.find(key)->bytes().value(), value.begin());
+      return value;
+    };
+    Player watch;
+    watch.says = true;
+    watch.play(strand, std::move(ends.toWatch), Role::watch, 'w');
+    const Bytes32 nonce = sha256({asBytes("a nonce")});
+    say(FrameType::pairCommit, "commit", pairingCommitment(channel, nonce));
+    const Bytes32 watchNonce = heard("nonce");
+    say(FrameType::pairReveal, "nonce", nonce);
+    EXPECT_EQ(watch.code, pairingCode(channel, watchNonce, nonce));
+    const Bytes32 watchProof = heard("proof");
+    EXPECT_EQ(watchProof, confirmationProof(channel, Role::watch, watchNonce, nonce));
+    say(FrameType::pairProof, "proof", echoes ? watchProof : Bytes32{});
+    EXPECT_FALSE(watch.pinned);
+    EXPECT_EQ(watch.reason, "the proof does not hold");
+  }
 }
 
 TEST(Pairing, FramesOutOfPlaceEndIt) {

@@ -89,7 +89,7 @@ TEST(Tls, BothEndsSayWhatIsWrongWithTheOther) {
     const auto same = [](const std::vector<Refused>& told, const std::optional<Refusal>& wanted) {
       return wanted ? told.size() == 1 && told.front().why == *wanted : told.empty();
     };
-    EXPECT_TRUE(world.until([&] {
+    ASSERT_TRUE(world.until([&] {
       return same(world.phoneRefused, one.onPhone) && same(world.watchRefused, one.onWatch) &&
              world.accepted.size() == (one.onPhone || one.onWatch ? 0U : 1U);
     }));
@@ -104,10 +104,10 @@ TEST(Tls, BothEndsSayWhatIsWrongWithTheOther) {
 
 TEST(Tls, PairingIsTakenOnlyWhileItIsOpenAndFromTheRightWatch) {
   TlsWorld world;
-  const auto pair = [&](std::optional<KeyHash> expected) {
+  const auto pair = [&](std::optional<KeyHash> expected, const Identity& who) {
     bool done = false;
     std::optional<SecureStream> made;
-    const auto dialing = dialForPairing(world.loop, world.phone, expected,
+    const auto dialing = dialForPairing(world.loop, who, expected,
                                         {{"127.0.0.1", world.listener.port()},
                                          {},
                                          [&](const Refused& one) { world.phoneRefused.push_back(one); }},
@@ -118,18 +118,20 @@ TEST(Tls, PairingIsTakenOnlyWhileItIsOpenAndFromTheRightWatch) {
     EXPECT_TRUE(world.until([&] { return done; }));
     return made;
   };
-  EXPECT_FALSE(pair({}));
+  EXPECT_FALSE(pair({}, world.phone));
   EXPECT_EQ(world.phoneRefused.back().why, Refusal::notPairing);
   world.pairing = true;
-  EXPECT_FALSE(pair(world.phone.keyHash()));
+  EXPECT_FALSE(pair(world.phone.keyHash(), world.phone));
   EXPECT_EQ(world.phoneRefused.back().why, Refusal::otherKey);
   EXPECT_EQ(world.phoneRefused.back().key, world.watch.keyHash());
-  const auto phone = pair(world.watch.keyHash());
+  EXPECT_FALSE(pair({}, world.watch));
+  EXPECT_EQ(world.phoneRefused.back().why, Refusal::ownKey) << "somebody sends one's own words back";
+  const auto phone = pair(world.watch.keyHash(), world.phone);
   ASSERT_TRUE(phone);
   ASSERT_TRUE(world.until([&] { return world.accepted.size() == 1; }));
   EXPECT_TRUE(world.accepted.back().isPairing);
   EXPECT_EQ(world.accepted.back().channelKey, phone->channelKey);
-  const auto second = pair({});
+  const auto second = pair({}, world.phone);
   ASSERT_TRUE(second && world.until([&] { return world.accepted.size() == 2; }));
   EXPECT_NE(second->channelKey, phone->channelKey) << "every connection has its own";
 }
