@@ -99,8 +99,10 @@ double seconds(Clock::duration duration) {
 }
 
 TEST(FaultTable, F1CrashAtEveryNamedPoint) {
-  // A planted mistake is looked for until it is found.
+  // A planted mistake is looked for until it is found. It may spoil items alone, and what a point is passed
+  // for the n-th time with is a matter of luck: so the hunt goes round, one pass further each time.
   const bool hunting = kPlantedFault != PlantedFault::none;
+  const std::size_t rounds = hunting ? 2 * kPacedCount : 1;
   int crashes = 0, wrong = 0;
   Clock::duration slowest{};
   std::string example;
@@ -121,13 +123,15 @@ TEST(FaultTable, F1CrashAtEveryNamedPoint) {
       for (const EndPlan& plan : pair.plans) passes[Pair::indexOf(plan.role)] = passesIn(plan.folder);
     }
     for (const Role victim : {Role::watch, Role::phone}) {
-      for (std::size_t i = 0; i < kCrashPointNames.size() && !(hunting && wrong > 0); ++i) {
+      for (std::size_t step = 0; step < rounds * kCrashPointNames.size() && !(hunting && wrong > 0); ++step) {
+        const std::size_t i = step % kCrashPointNames.size();
         const std::vector<int>& seen = passes[Pair::indexOf(victim)];
         if (!hunting) {
           ASSERT_EQ(seen.size(), kCrashPointNames.size());
           ASSERT_GT(seen[i], 0) << "nobody ever comes to " << kCrashPointNames[i];
         }
-        const int pass = i < seen.size() ? std::max(1, seen[i] / 2) : 1;
+        const int half = i < seen.size() ? std::max(1, seen[i] / 2) : 1;
+        const int pass = hunting ? static_cast<int>(step / kCrashPointNames.size()) + 1 : half;
         Outcome outcome = crashAt(victim, static_cast<CrashPoint>(i), pass, count);
         if (!outcome.crashed) outcome = crashAt(victim, static_cast<CrashPoint>(i), 1, count);
         crashes += outcome.crashed ? 1 : 0;
