@@ -5,6 +5,7 @@
 
 #include "host/ImageFormats.h"
 #include "host/ImageLimits.h"
+#include "host/PngErrors.h"
 
 namespace tunevale::host {
 
@@ -27,14 +28,9 @@ void giveBytes(png_structp png, png_bytep out, std::size_t count) {
   input->left -= count;
 }
 
-[[noreturn]] void fail(png_structp png, png_const_charp) {
-  png_longjmp(png, 1);
-}
-void ignoreWarning(png_structp, png_const_charp) {}
-
 // The size as the header says, with the reader set up to give four bytes a pixel; false when unusable.
 bool readHeader(PngInput& input, png_uint_32& width, png_uint_32& height) {
-  input.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, fail, ignoreWarning);
+  input.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, leaveForPngError, ignorePngWarning);
   if (input.png == nullptr) return false;
   input.info = png_create_info_struct(input.png);
   if (input.info == nullptr || setjmp(png_jmpbuf(input.png)) != 0) return false;

@@ -5,6 +5,7 @@
 
 #include "host/ImageFormats.h"
 #include "host/ImageLimits.h"
+#include "host/PngErrors.h"
 
 namespace tunevale::host {
 
@@ -28,10 +29,6 @@ void takeBytes(png_structp png, png_bytep bytes, std::size_t count) {
 }
 
 void flushNothing(png_structp) {}
-[[noreturn]] void fail(png_structp png, png_const_charp) {
-  png_longjmp(png, 1);
-}
-void ignoreWarning(png_structp, png_const_charp) {}
 
 // Plain values only, for the same reason as when reading.
 bool write(png_structp png, png_infop info, Bytes* out, png_uint_32 width, png_uint_32 height,
@@ -59,7 +56,8 @@ bool isOpaque(const std::uint8_t* pixels, std::size_t count) {
 }  // namespace
 
 std::optional<Bytes> writePng(std::uint32_t width, std::uint32_t height, const std::uint8_t* pixels) {
-  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, fail, ignoreWarning);
+  png_structp png =
+      png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, leaveForPngError, ignorePngWarning);
   if (png == nullptr) return {};
   png_infop info = png_create_info_struct(png);
   Bytes out;
