@@ -13,6 +13,7 @@ using namespace std::chrono_literals;
 TEST(RunLoop, RunsBlocksInOrderAndLaterOnesByTime) {
   RunLoop loop;
   std::string ran;
+  const auto start = std::chrono::steady_clock::now();
   loop.after(30ms, [&] {
     ran += 'f';
     loop.stop();
@@ -26,7 +27,6 @@ TEST(RunLoop, RunsBlocksInOrderAndLaterOnesByTime) {
   });
   loop.async([&] { ran += 'b'; });
   EXPECT_EQ(ran, "");
-  const auto start = std::chrono::steady_clock::now();
   loop.run();
   EXPECT_EQ(ran, "abcdef");
   EXPECT_GE(std::chrono::steady_clock::now() - start, 30ms);
