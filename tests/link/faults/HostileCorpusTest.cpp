@@ -23,13 +23,7 @@ namespace {
 
 using namespace test;
 
-// What ships is optimised; builds that are not, and sanitizers, get more time.
-#if defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && \
-    !defined(__clang__)
-constexpr double kSlower = 1;
-#else
-constexpr double kSlower = 8;
-#endif
+constexpr double kSlower = kSanitized ? 8 : 1;
 
 enum class Reader { list, archive, frame, image };
 
