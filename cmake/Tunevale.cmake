@@ -36,6 +36,9 @@ endif()
 if(TUNEVALE_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
+if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  add_compile_options(-Wno-subobject-linkage)  # a source that another includes is taken for a header
+endif()
 
 # tunevale_library(ROOM sources... [USES rooms-or-libraries...] [PRIVATELY libraries...])
 # One static library per room, seen by others as tunevale::ROOM.

@@ -10,8 +10,8 @@ namespace {
 namespace asio = boost::asio;
 using boost::system::error_code;
 
-constexpr std::size_t kRecord = 16 * 1024;    // the most that TLS puts into one
-constexpr std::size_t kReadSize = 64 * 1024;  // of an authenticated end
+constexpr std::size_t kRecord = 16 * 1024;        // the most that TLS puts into one
+constexpr std::size_t kPeerReadSize = 64 * 1024;  // of an authenticated end
 
 class TlsStream : public Stream {
  public:
@@ -123,7 +123,7 @@ void TlsConnection::write(ByteView bytes) {
 void TlsConnection::read() {
   if (readPending_ || !engine_.needsInput()) return;
   readPending_ = true;
-  if (open_ && incoming_.size() < kReadSize) incoming_.resize(kReadSize);
+  if (open_ && incoming_.size() < kPeerReadSize) incoming_.resize(kPeerReadSize);
   const std::size_t most = open_ ? incoming_.size() : kMostHandshakeBytes - received_;
   socket_.async_read_some(
       asio::buffer(incoming_.data(), most),

@@ -4,7 +4,7 @@ namespace tunevale::phone {
 
 namespace {
 
-constexpr SongRow kSongs[] = {
+constexpr SongRow kEnglishSongs[] = {
     {"eng001", "Paper Lanterns &amp; Rain", "Harbour of Small Hours", 214, "Mirelle Vantine", "", "",
      "Mirelle Vantine", "Osric Fenlow"},
     {"eng002", "Copper Moon Cartography", "Maps We Never Folded", 187, "The Quillon Tides", "Ada Brackwater",
@@ -40,7 +40,7 @@ constexpr SongRow kSongs[] = {
 }  // namespace
 
 std::span<const SongRow> englishSongs() {
-  return kSongs;
+  return kEnglishSongs;
 }
 
 }  // namespace tunevale::phone

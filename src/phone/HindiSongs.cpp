@@ -4,7 +4,7 @@ namespace tunevale::phone {
 
 namespace {
 
-constexpr SongRow kSongs[] = {
+constexpr SongRow kHindiSongs[] = {
     {"hin001", "काग़ज़ की छतरी", "बरामदे की धूप", 251, "Ishvani Velkar, Rudransh Motilekar", "",
      "Tanmesh Arolkar", "Ishvani Velkar, Rudransh Motilekar", "Prithvan Sohlekar"},
     {"hin002", "साढ़े सात बजे की रेल", "साढ़े सात बजे की रेल", 228, "Devakshi Thomrey", "", "Meenal Karvanth",
@@ -39,7 +39,7 @@ constexpr SongRow kSongs[] = {
 }  // namespace
 
 std::span<const SongRow> hindiSongs() {
-  return kSongs;
+  return kHindiSongs;
 }
 
 }  // namespace tunevale::phone

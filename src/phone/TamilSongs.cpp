@@ -4,7 +4,7 @@ namespace tunevale::phone {
 
 namespace {
 
-constexpr SongRow kSongs[] = {
+constexpr SongRow kTamilSongs[] = {
     {"tam001", "மழைக்கு ஒரு முகவரி", "ஜன்னல் ஓரம்", 246, "Yazhvendhan Karuvoor", "", "Elamaran Thisaiyan",
      "Yazhvendhan Karuvoor", "Isaivanan Pothikai"},
     {"tam002", "காகிதக் கப்பல் கடிதம்", "கரை சேராத கடிதங்கள்", 218, "Nilamozhi Venkuzhal", "Adhiran Mullaivel", "",
@@ -39,7 +39,7 @@ constexpr SongRow kSongs[] = {
 }  // namespace
 
 std::span<const SongRow> tamilSongs() {
-  return kSongs;
+  return kTamilSongs;
 }
 
 }  // namespace tunevale::phone

@@ -18,14 +18,14 @@ using boost::system::error_code;
 constexpr std::size_t kRateSlice = 1024;
 
 /// One connection through the proxy: two sockets, and a pump each way.
-class Way : public std::enable_shared_from_this<Way> {
+class Passage : public std::enable_shared_from_this<Passage> {
  public:
   struct Counts {
     std::atomic<std::size_t> connections = 0;
     std::atomic<std::size_t> cuts = 0;
   };
 
-  Way(asio::io_context& context, tcp::socket near, const FaultProxy::Faults& faults, Counts& counts)
+  Passage(asio::io_context& context, tcp::socket near, const FaultProxy::Faults& faults, Counts& counts)
       : faults_(faults), counts_(counts), pumps_{Pump(std::move(near)), Pump(tcp::socket(context))} {
     ++counts_.connections;
   }
@@ -149,17 +149,17 @@ struct FaultProxy::State {
   ~State() {
     context.stop();
     thread.join();
-    ways.clear();
+    passages.clear();
   }
 
   void accept() {
     acceptor.async_accept([this](const error_code& error, tcp::socket socket) {
       if (error) return;
-      ways.remove_if([](const auto& one) { return one->isOver(); });
+      passages.remove_if([](const auto& one) { return one->isOver(); });
       if (!down) {
-        ways.push_back(std::make_shared<Way>(context, std::move(socket),
-                                             std::exchange(spoiled, {}).value_or(Faults{}), counts));
-        ways.back()->connect(target, held);
+        passages.push_back(std::make_shared<Passage>(context, std::move(socket),
+                                                     std::exchange(spoiled, {}).value_or(Faults{}), counts));
+        passages.back()->connect(target, held);
       }
       accept();
     });
@@ -171,10 +171,10 @@ struct FaultProxy::State {
   }
 
   const std::uint16_t target;
-  Way::Counts counts;
+  Passage::Counts counts;
   asio::io_context context;
   tcp::acceptor acceptor;
-  std::list<std::shared_ptr<Way>> ways;
+  std::list<std::shared_ptr<Passage>> passages;
   std::optional<Faults> spoiled;
   bool down = false;
   bool held = false;
@@ -196,20 +196,20 @@ void FaultProxy::setDown(bool down) {
   state_->change([state = state_.get(), down] {
     state->down = down;
     if (!down) return;
-    for (const auto& way : state->ways) way->end(false);
+    for (const auto& passage : state->passages) passage->end(false);
   });
 }
 
 void FaultProxy::setBlackHole(bool swallowing) {
   state_->change([state = state_.get(), swallowing] {
     state->held = swallowing;
-    for (const auto& way : state->ways) way->hold(swallowing);
+    for (const auto& passage : state->passages) passage->hold(swallowing);
   });
 }
 
 void FaultProxy::cut(bool reset) {
   state_->change([state = state_.get(), reset] {
-    for (const auto& way : state->ways) way->end(reset);
+    for (const auto& passage : state->passages) passage->end(reset);
   });
 }
 
