@@ -33,10 +33,9 @@ void PairingDesk::connect(link::Session& session, const link::Endpoint& endpoint
 }
 
 bool PairingDesk::pin(const link::KeyHash& peer) {
-  const auto before = parts_.store.pin();
-  // The former phone is told where it can be, and is gone in any case before the new one comes.
-  if (before && *before != peer && session_->unpair()) return false;
-  if (!parts_.store.setPin(peer)) return false;
+  const auto former = parts_.store.setPin(peer);
+  if (!former) return false;
+  session_->pinDidChange(*former);
   update([](PairingView& view) {
     view.trouble = Trouble::none;
     view.stranger.reset();
@@ -78,6 +77,7 @@ void PairingDesk::peerDidConnect() {
 }
 
 void PairingDesk::peerDidUnpair() {
+  if (parts_.store.pin()) return;  // it was the phone before this one
   update([](PairingView& view) {
     view.trouble = Trouble::none;
     view.stranger.reset();

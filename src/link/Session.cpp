@@ -125,6 +125,10 @@ std::optional<Error> Session::unpair() {
   return std::nullopt;
 }
 
+void Session::pinDidChange(const LinkStore::Unsent& former) {
+  if (former.wasPaired) core_->didUnpair(former, true);
+}
+
 void Session::adopt(std::unique_ptr<Stream> stream, bool opener, Closed closed) {
   core_->adopt(std::move(stream), opener, std::move(closed));
 }

@@ -60,10 +60,11 @@ void PairingClerk::answer(std::string_view code, bool yes) {
 }
 
 bool PairingClerk::pin(const link::KeyHash& watch) {
-  const auto before = parts_.store.pin();
-  // The former watch is told where it can be, and is gone in any case before the new one comes.
-  if (before && *before != watch && parts_.session.unpair()) return false;
-  return parts_.store.setPin(watch);
+  const auto former = parts_.store.setPin(watch);
+  if (!former) return false;
+  if (former->wasPaired) connector_.reset();  // it looks for the former watch
+  parts_.session.pinDidChange(*former);
+  return true;
 }
 
 void PairingClerk::statusDidChange(const link::PairingStatus& status) {
@@ -84,7 +85,8 @@ void PairingClerk::watchDidConnect() {
 }
 
 void PairingClerk::watchDidUnpair() {
-  connector_.reset();  // the connection that there is has its goodbye still to say
+  if (parts_.store.pin()) return;  // it was the watch before this one
+  connector_.reset();              // the connection that there is has its goodbye still to say
   status_ = {};
   trouble_ = Trouble::none;
   parts_.changed(state());

@@ -102,13 +102,12 @@ class PhoneNotes : public phone::PhoneObserver {
 struct PhoneOverLink : testing::Test {
   PhoneOverLink() {
     startSession(0);
-    phone.emplace(phone::PhoneOptions{.watch = {"127.0.0.1", session->port()}, .timing = timing});
+    phone.emplace(phone::PhoneOptions{
+        .watch = {"127.0.0.1", session->port()}, .folder = phoneHome.path(), .timing = timing});
     phone->addObserver(observer);
   }
   void startSession(std::uint16_t port) {
-    session.emplace(mainQueue, std::make_unique<host::ThreadQueue>("delivery"),
-                    host::LinkPhoneSession::Options{
-                        .listenOn = {"127.0.0.1", port}, .folder = home.path(), .timing = timing});
+    session.emplace(mainQueue, std::make_unique<host::ThreadQueue>("delivery"), optionsFor(home, port));
     session->setDelegate(&watch);
     session->setChangeHandler([this, before = std::string("unreachable")]() mutable {
       const auto state = session->state();
@@ -117,6 +116,9 @@ struct PhoneOverLink : testing::Test {
       const auto view = session->pairing().view();
       views.add(viewWords(view));
     });
+  }
+  host::LinkPhoneSession::Options optionsFor(const test::TemporaryFolder& folder, std::uint16_t port) const {
+    return {.listenOn = {"127.0.0.1", port}, .folder = folder.path(), .timing = timing};
   }
   static std::string viewWords(const host::PairingView& view) {
     constexpr std::array kTroubles{"", " incomplete", " other key"};
@@ -160,6 +162,7 @@ struct PhoneOverLink : testing::Test {
   Watch watch{heard};
   link::Timing timing{.pairingSpacing = 1ms};
   test::TemporaryFolder home;
+  test::TemporaryFolder phoneHome;
   ThreadMainQueue mainQueue;
   std::shared_ptr<PhoneNotes> observer = std::make_shared<PhoneNotes>();
   std::optional<host::LinkPhoneSession> session;
@@ -286,6 +289,24 @@ TEST_F(PhoneOverLink, AnotherKeyIsAnAlarmAndAnotherPairingTakesThePlace) {
   other.reset();
   session->pairing().dismissTrouble();
   EXPECT_EQ(session->pairing().view().trouble, host::PairingView::Trouble::none);
+}
+
+TEST_F(PhoneOverLink, MovesToAnotherWatchAndStaysThereWhatAnAttemptToPairComesTo) {
+  start();
+  const test::TemporaryFolder otherHome;
+  Notes otherHeard;
+  Watch otherWatch{otherHeard};
+  std::optional<host::LinkPhoneSession> other;
+  other.emplace(mainQueue, std::make_unique<host::ThreadQueue>("other"), optionsFor(otherHome, 0));
+  other->setDelegate(&otherWatch);
+  other->activateSession();
+  const std::string address = other->pairing().open(false, true);
+  command(R"({"do":"pair","address":")" + address + R"("})");
+  EXPECT_EQ(otherHeard.await("data weekly_top_15"), 1U);
+  EXPECT_GE(views.await("0 alone"), 1U) << "the former watch is told";
+  EXPECT_EQ(phone->watch(), other->keyHash());
+  EXPECT_EQ(other->pairing().view().status.step, link::PairingStatus::Step::paired);
+  mainQueue.sync([&other] { other.reset(); });
 }
 
 TEST_F(PhoneOverLink, ItsConsoleShowsAndCommands) {
