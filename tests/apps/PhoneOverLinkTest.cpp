@@ -306,6 +306,12 @@ TEST_F(PhoneOverLink, MovesToAnotherWatchAndStaysThereWhatAnAttemptToPairComesTo
   EXPECT_GE(views.await("0 alone"), 1U) << "the former watch is told";
   EXPECT_EQ(phone->watch(), other->keyHash());
   EXPECT_EQ(other->pairing().view().status.step, link::PairingStatus::Step::paired);
+
+  // The same command line again, with a token that is spent.
+  phone.reset();
+  phone.emplace(phone::PhoneOptions{.watch = {"127.0.0.1", 1}, .folder = phoneHome.path(), .timing = timing});
+  phone->start(link::parsePairingAddress(address));
+  EXPECT_EQ(otherHeard.await("data weekly_top_15", 2), 2U);
   mainQueue.sync([&other] { other.reset(); });
 }
 
