@@ -1,5 +1,6 @@
 #include "host/PairingDesk.h"
 
+#include "link/OwnAddress.h"
 #include "link/PairingAddress.h"
 #include "link/Session.h"
 #include "link/SqliteStore.h"
@@ -27,9 +28,9 @@ link::TlsListener::Rules PairingDesk::rules() {
           .timing = parts_.timing};
 }
 
-void PairingDesk::connect(link::Session& session, const link::Endpoint& endpoint) {
+void PairingDesk::connect(link::Session& session, const link::Endpoint& listening) {
   session_ = &session;
-  endpoint_ = endpoint;
+  listening_ = listening;
 }
 
 bool PairingDesk::pin(const link::KeyHash& peer) {
@@ -103,7 +104,7 @@ void PairingDesk::post(std::function<void()> block) {
 }
 
 std::string PairingDesk::open(bool byCode, bool withToken) {
-  link::PairingAddress address{endpoint_, parts_.own, std::nullopt};
+  link::PairingAddress address{link::endpointForOthers(listening_), parts_.own, std::nullopt};
   if (withToken) address.token = link::WatchPairing::newToken();
   post([this, byCode, address] {
     address_ = inWords(address);

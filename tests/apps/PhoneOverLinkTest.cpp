@@ -118,7 +118,7 @@ struct PhoneOverLink : testing::Test {
     });
   }
   host::LinkPhoneSession::Options optionsFor(const test::TemporaryFolder& folder, std::uint16_t port) const {
-    return {.listenOn = {"127.0.0.1", port}, .folder = folder.path(), .timing = timing};
+    return {.listenOn = {"localhost", port}, .folder = folder.path(), .timing = timing};
   }
   static std::string viewWords(const host::PairingView& view) {
     constexpr std::array kTroubles{"", " incomplete", " other key"};
