@@ -21,6 +21,10 @@ class Receiver : public link::SessionDelegate {
  public:
   explicit Receiver(PhoneSession& session) : session_(session) {}
 
+  void activationDidFail(link::ErrorCode why) {
+    delegate->sessionActivationDidCompleteWithState(session_, ActivationState::notActivated,
+                                                    platformError(link::makeError(why)));
+  }
   void sessionDidActivate() override {
     delegate->sessionActivationDidCompleteWithState(session_, ActivationState::activated, std::nullopt);
   }
@@ -87,6 +91,7 @@ auto counted(const std::shared_ptr<Receiver>& receiver, Handler handler) {
 struct LinkPhoneSession::Parts {
   Parts(PhoneSession& phoneSession, MainQueue& main, std::unique_ptr<SerialQueue> delivery, Options options)
       : mainQueue(main),
+        patience(options.timing.activation),
         receiver(std::make_shared<Receiver>(phoneSession)),
         identity(link::Identity::loadOrCreate(options.folder)),
         store({.path = options.folder + "/link.sqlite", .vfs = {}}, newEpoch()),
@@ -94,6 +99,10 @@ struct LinkPhoneSession::Parts {
               .store = store,
               .own = identity.keyHash(),
               .timing = options.timing,
+              .paired =
+                  [this] {
+                    if (started) session->activate();
+                  },
               .changed = [this] { tellChange(); },
               .log = options.log ? options.log : [](const std::string&) {}}),
         listener(loop, options.listenOn, identity, desk.rules()),
@@ -118,12 +127,23 @@ struct LinkPhoneSession::Parts {
       if (!held->closed && held->changed) held->changed();
     });
   }
+  /// On the loop. A phone that is about to pair, as the demo's is, is waited for.
+  void start() {
+    listener.start([this](link::SecureStream stream) { take(std::move(stream)); });
+    if (session->isActivated()) return;
+    unpairedTimer = loop.after(patience, [this] {
+      if (session->isActivated()) return;
+      queue->async([held = receiver] { held->activationDidFail(link::ErrorCode::notPaired); });
+    });
+  }
   void take(link::SecureStream stream) {
     if (stream.isPairing) return desk.take(std::move(stream));
     session->adopt(std::move(stream.stream), false);
   }
 
   MainQueue& mainQueue;
+  const link::Duration patience;
+  std::atomic<bool> started = false;  // activateSession() was called
   const std::shared_ptr<Receiver> receiver;
   link::LinkLoop loop{"link"};
   const link::Identity identity;
@@ -132,6 +152,7 @@ struct LinkPhoneSession::Parts {
   link::TlsListener listener;
   std::unique_ptr<SerialQueue> queue;
   std::optional<link::Session> session;
+  std::unique_ptr<link::Timer> unpairedTimer;
 };
 
 LinkPhoneSession::LinkPhoneSession(MainQueue& mainQueue, std::unique_ptr<SerialQueue> delivery,
@@ -177,11 +198,9 @@ void LinkPhoneSession::setDelegate(PhoneSessionDelegate* delegate) {
 }
 
 void LinkPhoneSession::activateSession() {
-  if (parts_->receiver->delegate == nullptr || parts_->session->isActivated()) return;
-  parts_->session->activate();
-  parts_->loop.post([parts = parts_.get()] {
-    parts->listener.start([parts](link::SecureStream stream) { parts->take(std::move(stream)); });
-  });
+  if (parts_->receiver->delegate == nullptr || parts_->started.exchange(true)) return;
+  if (parts_->store.pin()) parts_->session->activate();
+  parts_->loop.post([parts = parts_.get()] { parts->start(); });
 }
 
 ActivationState LinkPhoneSession::activationState() const {

@@ -17,8 +17,9 @@ namespace tunevale::host {
 
 class PairingControl;
 
-/// The phone session over the paired link. The watch listens, the paired phone connects. The session is
-/// activated from activateSession() on, whether or not a phone is there; whether one is, isReachable() tells.
+/// The phone session over the paired link. The watch listens, the paired phone connects. With a phone that is
+/// paired the session is activated from activateSession() on, whether or not the phone is there, which
+/// isReachable() tells. Without one, activation ends with error 7005, and well as soon as one is paired.
 class LinkPhoneSession : public PhoneSession {
  public:
   struct Options {

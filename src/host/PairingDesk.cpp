@@ -37,6 +37,7 @@ bool PairingDesk::pin(const link::KeyHash& peer) {
   const auto former = parts_.store.setPin(peer);
   if (!former) return false;
   session_->pinDidChange(*former);
+  parts_.paired();
   update([](PairingView& view) {
     view.trouble = Trouble::none;
     view.stranger.reset();

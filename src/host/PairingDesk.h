@@ -23,6 +23,8 @@ class PairingDesk : public PairingControl {
     link::SqliteStore& store;
     link::KeyHash own;
     link::Timing timing{};
+    /// There is a phone, a new one or the same once more. Strand.
+    std::function<void()> paired;
     /// The view is another one. Any thread.
     std::function<void()> changed;
     /// A line for the log. Strand.

@@ -43,9 +43,9 @@ class Notes {
     changed_.wait_for(lock, 50s, [&] { return found() >= count; });
     return found();
   }
-  std::string first() const {
+  std::string line(std::size_t index = 0) const {
     const std::lock_guard lock(mutex_);
-    return lines_.empty() ? "" : lines_.front();
+    return index < lines_.size() ? lines_[index] : "";
   }
 
  private:
@@ -70,8 +70,9 @@ class Watch : public PhoneSessionDelegate {
  public:
   explicit Watch(Notes& notes) : notes_(notes) {}
   void sessionActivationDidCompleteWithState(PhoneSession&, ActivationState state,
-                                             const std::optional<SessionError>&) override {
-    notes_.add("activation " + std::to_string(static_cast<int>(state)));
+                                             const std::optional<SessionError>& error) override {
+    notes_.add("activation " + std::to_string(static_cast<int>(state)) +
+               (error ? " " + std::to_string(error->code) : ""));
   }
   void sessionDidReceiveMessage(PhoneSession&, const PlistDictionary& message,
                                 const MessageReply& reply) override {
@@ -153,7 +154,7 @@ struct PhoneOverLink : testing::Test {
         },
         [=](const SessionError& error) { answered->add(std::to_string(error.code)); });
     answered->await("");
-    return answered->first();
+    return answered->line();
   }
 
   Notes heard;
@@ -170,9 +171,14 @@ struct PhoneOverLink : testing::Test {
 };
 
 TEST_F(PhoneOverLink, GivesAFreshWatchAllThatItHas) {
+  session->activateSession();
+  EXPECT_EQ(heard.await("activation 0"), 1U);
+  EXPECT_EQ(session->activationState(), ActivationState::notActivated);
+  EXPECT_EQ(ask({{"request", "Hello"}}, "request"), "7004");
   start();
   EXPECT_EQ(heard.await("data weekly_top_15"), 1U);
-  EXPECT_EQ(heard.first(), "activation 2");
+  EXPECT_EQ(heard.line(0), "activation 0 7005") << "nobody was paired";
+  EXPECT_EQ(heard.line(1), "activation 2") << "before anything that the new phone sends";
   // No acknowledgement of the chart is sent here: that its message data were taken is enough.
   EXPECT_GE(heard.await("context weekly_top_15"), 1U);
   EXPECT_EQ(heard.await("context cachedSongList"), 1U);
