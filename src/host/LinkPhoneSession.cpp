@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "host/LinkRecording.h"
 #include "host/PairingDesk.h"
 #include "link/LinkLoop.h"
 #include "link/Session.h"
@@ -48,10 +49,17 @@ class Receiver : public link::SessionDelegate {
     delegate->sessionDidFinishUserInfoTransfer(session_, {userInfo},
                                                error ? std::optional(platformError(*error)) : std::nullopt);
   }
+  void sessionDidFinishFileTransfer(std::uint64_t number, const std::optional<link::Error>& error) override {
+    note({.kind = RecordedEvent::Kind::fileFinished,
+          .id = number,
+          .error = error ? platformError(*error) : SessionError{}});
+  }
   void sessionDidResetQueues() override {
+    note({.kind = RecordedEvent::Kind::queueReset});
     if (log) log("Phone link: queue reset; what the phone had queued before may be gone");
   }
   void sessionDidUnpair() override {
+    note({.kind = RecordedEvent::Kind::unpaired});
     if (!closed) desk->peerDidUnpair();
   }
   void sessionStateDidChange(const link::LinkState& state) override {
@@ -64,10 +72,15 @@ class Receiver : public link::SessionDelegate {
   PairingDesk* desk = nullptr;               // the same; lives until this is closed
   std::function<void()> changed;
   std::function<void(const std::string&)> log;
+  std::function<void(const RecordedEvent&)> happened;
   std::atomic<bool> closed = false;
   std::atomic<std::size_t> pending = 0;
 
  private:
+  void note(const RecordedEvent& event) const {
+    if (happened) happened(event);
+  }
+
   PhoneSession& session_;
 };
 
@@ -118,6 +131,7 @@ struct LinkPhoneSession::Parts {
             }) {
     receiver->desk = &desk;
     receiver->log = options.log;
+    receiver->happened = options.happened;
     desk.connect(*session, {options.listenOn.host, listener.port()});
   }
 

@@ -11,6 +11,7 @@
 
 #include "foundation/KeyedArchive.h"
 #include "host/LinkPhoneSession.h"
+#include "host/LinkRecording.h"
 #include "host/PairingControl.h"
 #include "host/ThreadQueue.h"
 #include "http/HttpServer.h"
@@ -118,8 +119,12 @@ struct PhoneOverLink : testing::Test {
       views.add(viewWords(view));
     });
   }
-  host::LinkPhoneSession::Options optionsFor(const test::TemporaryFolder& folder, std::uint16_t port) const {
-    return {.listenOn = {"localhost", port}, .folder = folder.path(), .timing = timing};
+  host::LinkPhoneSession::Options optionsFor(const test::TemporaryFolder& folder, std::uint16_t port) {
+    return {
+        .listenOn = {"localhost", port},
+        .folder = folder.path(),
+        .timing = timing,
+        .happened = [this](const host::RecordedEvent& event) { happened.add(host::recordedLine(event)); }};
   }
   static std::string viewWords(const host::PairingView& view) {
     constexpr std::array kTroubles{"", " incomplete", " other key"};
@@ -160,6 +165,7 @@ struct PhoneOverLink : testing::Test {
   Notes heard;
   Notes changes;
   Notes views;
+  Notes happened;
   Watch watch{heard};
   link::Timing timing{.pairingSpacing = 1ms};
   test::TemporaryFolder home;
@@ -239,6 +245,7 @@ TEST_F(PhoneOverLink, PairsWhenBothPeopleSayYesToTheSameCode) {
 
   EXPECT_EQ(session->pairing().unpair(), std::nullopt);
   EXPECT_GE(views.await("0 alone"), 1U);
+  EXPECT_EQ(happened.await(R"({"at":0,"event":"unpaired"})"), 1U);
   EXPECT_EQ(observer->notes.await(R"({"event":"pairing","watch":null,"step":"closed")"), 1U)
       << "the phone was told";
   EXPECT_EQ(ask({{"request", "Hello"}}, "request"), "7007");
