@@ -214,22 +214,16 @@ TEST_F(Recording, EndsBeforeHalfALineAndSaysWhichLineIsWrong) {
   };
   const std::string header = host::recordingHeader() + "\n";
   EXPECT_EQ(complaint("{}\n"), " is no recording");
-  EXPECT_EQ(complaint(header + "[1]\n"), ", line 2: no JSON object");
-  EXPECT_EQ(complaint(header + R"({"at":0,"event":"dance"})"
-                               "\n"),
-            ", line 2: no such event");
-  EXPECT_EQ(complaint(header + R"({"at":-1,"event":"activation"})"
-                               "\n"),
-            ", line 2: at is no number");
-  EXPECT_EQ(complaint(header + R"({"at":0,"event":"state","reachable":true})"
-                               "\n"),
-            ", line 2: locked is missing");
-  EXPECT_EQ(complaint(header + R"({"at":0,"event":"message_data","id":1,"data":"*"})"
-                               "\n"),
-            ", line 2: data is not base 64");
-  EXPECT_EQ(complaint(header + R"({"at":0,"event":"context","body":{"t":"int","v":"1"}})"
-                               "\n"),
-            ", line 2: body is no dictionary");
+  for (const auto& [line, why] : std::initializer_list<std::pair<const char*, const char*>>{
+           {"[1]", "no JSON object"},
+           {R"({"at":0,"event":"dance"})", "no such event"},
+           {R"({"at":-1,"event":"activation"})", "at is no number"},
+           {R"({"at":0,"event":"activation","code":7005})", "description is missing"},
+           {R"({"at":0,"event":"state","reachable":true})", "locked is missing"},
+           {R"({"at":0,"event":"message_data","id":1,"data":"*"})", "data is not base 64"},
+           {R"({"at":0,"event":"context","body":{"t":"int","v":"1"}})", "body is no dictionary"}}) {
+    EXPECT_EQ(complaint(header + line + "\n"), std::string(", line 2: ") + why);
+  }
   EXPECT_EQ(complaint(header), "none");
   EXPECT_THROW(host::Recorder(file, {}), std::runtime_error) << "nothing is written over";
 }
