@@ -7,8 +7,8 @@ const STATES = {
 };
 
 const stateOf = ({ activated, reachable, locked }, pairing) => {
-  if (!activated) return 'starting';
   if (pairing && !pairing.phone) return 'unpaired';
+  if (!activated) return 'starting';
   if (locked) return 'locked';
   return reachable ? 'connected' : 'unreachable';
 };

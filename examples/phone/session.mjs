@@ -8,10 +8,14 @@ import { readArchive, writeArchive } from './plist.mjs';
 const RUN = randomBytes(16);
 const CHUNK = 65_536;
 
-/** What a new phone's queues hold; `theirs` is the cursor of what came from the watch. */
+/**
+ * What a new phone's queues hold; `theirs` is the cursor of what came from the watch, which has acknowledged what is
+ * below `acknowledged`.
+ */
 export function newQueues() {
   return {
     epoch: randomBytes(16), nextItem: 1, nextFile: 1, items: [], files: [], context: null, contextVersion: 0,
+    acknowledged: { item: 1, file: 1 },
     theirs: { epoch: Buffer.alloc(0), item: 1, file: 1, context: 0 },
   };
 }
@@ -153,12 +157,15 @@ export class Session {
 
   takeRESUME({ epoch, item, file, context }) {
     const queues = this.#queues;
-    const known = epoch.equals(queues.epoch) && item >= 1 && item <= queues.nextItem && file >= 1 && file <= queues.nextFile &&
-                  context <= queues.contextVersion;
+    const { acknowledged } = queues;
+    const known = epoch.equals(queues.epoch) && item >= acknowledged.item && item <= queues.nextItem &&
+                  file >= acknowledged.file && file <= queues.nextFile && context <= queues.contextVersion;
     if (known) {
       this.#dropItems(item - 1);
       this.#dropFiles(file - 1);
     } else {
+      // It has lost what it acknowledged, or some of it.
+      if (acknowledged.item > 1 || acknowledged.file > 1) this.#handler.event('reset', '');
       this.#send('GAP', 0, { epoch: queues.epoch, item: queues.items[0]?.number ?? queues.nextItem, file: queues.files[0]?.number ?? queues.nextFile });
     }
     this.#sentContext = known ? context : 0;
@@ -174,10 +181,12 @@ export class Session {
 
   #dropItems(upTo) {
     this.#queues.items = this.#queues.items.filter(({ number }) => number > upTo);
+    this.#queues.acknowledged.item = Math.max(this.#queues.acknowledged.item, upTo + 1);
     this.#store.save();
   }
   #dropFiles(upTo) {
     this.#queues.files = this.#queues.files.filter(({ number }) => number > upTo);
+    this.#queues.acknowledged.file = Math.max(this.#queues.acknowledged.file, upTo + 1);
     this.#store.save();
   }
 
@@ -239,6 +248,7 @@ export class Session {
     }
   }
   takeFILE_DONE(_, id) {
+    this.#queues.acknowledged.file = Math.max(this.#queues.acknowledged.file, id + 1);
     this.#fileEnded(id, `file ${id}`, 'delivered');
   }
   takeFILE_ERR({ code }, id) {

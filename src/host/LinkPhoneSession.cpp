@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "host/LinkRecording.h"
 #include "host/PairingDesk.h"
 #include "link/LinkLoop.h"
 #include "link/Session.h"
@@ -21,6 +22,10 @@ class Receiver : public link::SessionDelegate {
  public:
   explicit Receiver(PhoneSession& session) : session_(session) {}
 
+  void activationDidFail(link::ErrorCode why) {
+    delegate->sessionActivationDidCompleteWithState(session_, ActivationState::notActivated,
+                                                    platformError(link::makeError(why)));
+  }
   void sessionDidActivate() override {
     delegate->sessionActivationDidCompleteWithState(session_, ActivationState::activated, std::nullopt);
   }
@@ -44,10 +49,17 @@ class Receiver : public link::SessionDelegate {
     delegate->sessionDidFinishUserInfoTransfer(session_, {userInfo},
                                                error ? std::optional(platformError(*error)) : std::nullopt);
   }
+  void sessionDidFinishFileTransfer(std::uint64_t number, const std::optional<link::Error>& error) override {
+    note({.kind = RecordedEvent::Kind::fileFinished,
+          .id = number,
+          .error = error ? platformError(*error) : SessionError{}});
+  }
   void sessionDidResetQueues() override {
+    note({.kind = RecordedEvent::Kind::queueReset});
     if (log) log("Phone link: queue reset; what the phone had queued before may be gone");
   }
   void sessionDidUnpair() override {
+    note({.kind = RecordedEvent::Kind::unpaired});
     if (!closed) desk->peerDidUnpair();
   }
   void sessionStateDidChange(const link::LinkState& state) override {
@@ -60,10 +72,15 @@ class Receiver : public link::SessionDelegate {
   PairingDesk* desk = nullptr;               // the same; lives until this is closed
   std::function<void()> changed;
   std::function<void(const std::string&)> log;
+  std::function<void(const RecordedEvent&)> happened;
   std::atomic<bool> closed = false;
   std::atomic<std::size_t> pending = 0;
 
  private:
+  void note(const RecordedEvent& event) const {
+    if (happened) happened(event);
+  }
+
   PhoneSession& session_;
 };
 
@@ -87,6 +104,7 @@ auto counted(const std::shared_ptr<Receiver>& receiver, Handler handler) {
 struct LinkPhoneSession::Parts {
   Parts(PhoneSession& phoneSession, MainQueue& main, std::unique_ptr<SerialQueue> delivery, Options options)
       : mainQueue(main),
+        patience(options.timing.activation),
         receiver(std::make_shared<Receiver>(phoneSession)),
         identity(link::Identity::loadOrCreate(options.folder)),
         store({.path = options.folder + "/link.sqlite", .vfs = {}}, newEpoch()),
@@ -94,6 +112,10 @@ struct LinkPhoneSession::Parts {
               .store = store,
               .own = identity.keyHash(),
               .timing = options.timing,
+              .paired =
+                  [this] {
+                    if (started) session->activate();
+                  },
               .changed = [this] { tellChange(); },
               .log = options.log ? options.log : [](const std::string&) {}}),
         listener(loop, options.listenOn, identity, desk.rules()),
@@ -109,6 +131,7 @@ struct LinkPhoneSession::Parts {
             }) {
     receiver->desk = &desk;
     receiver->log = options.log;
+    receiver->happened = options.happened;
     desk.connect(*session, {options.listenOn.host, listener.port()});
   }
 
@@ -118,12 +141,23 @@ struct LinkPhoneSession::Parts {
       if (!held->closed && held->changed) held->changed();
     });
   }
+  /// On the loop. A phone that is about to pair, as the demo's is, is waited for.
+  void start() {
+    listener.start([this](link::SecureStream stream) { take(std::move(stream)); });
+    if (session->isActivated()) return;
+    unpairedTimer = loop.after(patience, [this] {
+      if (session->isActivated()) return;
+      queue->async([held = receiver] { held->activationDidFail(link::ErrorCode::notPaired); });
+    });
+  }
   void take(link::SecureStream stream) {
     if (stream.isPairing) return desk.take(std::move(stream));
     session->adopt(std::move(stream.stream), false);
   }
 
   MainQueue& mainQueue;
+  const link::Duration patience;
+  std::atomic<bool> started = false;  // activateSession() was called
   const std::shared_ptr<Receiver> receiver;
   link::LinkLoop loop{"link"};
   const link::Identity identity;
@@ -132,6 +166,7 @@ struct LinkPhoneSession::Parts {
   link::TlsListener listener;
   std::unique_ptr<SerialQueue> queue;
   std::optional<link::Session> session;
+  std::unique_ptr<link::Timer> unpairedTimer;
 };
 
 LinkPhoneSession::LinkPhoneSession(MainQueue& mainQueue, std::unique_ptr<SerialQueue> delivery,
@@ -177,11 +212,9 @@ void LinkPhoneSession::setDelegate(PhoneSessionDelegate* delegate) {
 }
 
 void LinkPhoneSession::activateSession() {
-  if (parts_->receiver->delegate == nullptr || parts_->session->isActivated()) return;
-  parts_->session->activate();
-  parts_->loop.post([parts = parts_.get()] {
-    parts->listener.start([parts](link::SecureStream stream) { parts->take(std::move(stream)); });
-  });
+  if (parts_->receiver->delegate == nullptr || parts_->started.exchange(true)) return;
+  if (parts_->store.pin()) parts_->session->activate();
+  parts_->loop.post([parts = parts_.get()] { parts->start(); });
 }
 
 ActivationState LinkPhoneSession::activationState() const {

@@ -16,9 +16,11 @@
 namespace tunevale::host {
 
 class PairingControl;
+struct RecordedEvent;
 
-/// The phone session over the paired link. The watch listens, the paired phone connects. The session is
-/// activated from activateSession() on, whether or not a phone is there; whether one is, isReachable() tells.
+/// The phone session over the paired link. The watch listens, the paired phone connects. With a paired phone
+/// the session is activated from activateSession() on, whether or not the phone is there, which isReachable()
+/// tells. Without one, activation completes with error 7005, and once more, activated, when one is paired.
 class LinkPhoneSession : public PhoneSession {
  public:
   struct Options {
@@ -29,6 +31,9 @@ class LinkPhoneSession : public PhoneSession {
     link::Timing timing{.activation = std::chrono::seconds(1)};
     /// A line for the log; any thread. May be empty.
     std::function<void(const std::string&)> log{};
+    /// Hears of what the platform's delegate has no call for: finished files, queue reset, unpaired. On
+    /// `delivery`. May be empty.
+    std::function<void(const RecordedEvent&)> happened{};
   };
   struct State {
     bool activated = false;

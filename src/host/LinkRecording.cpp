@@ -19,15 +19,17 @@ namespace {
 using Kind = RecordedEvent::Kind;
 
 /// Which members an event of a kind has.
+enum class Error { never, perhaps, always };
 struct Shape {
   Kind kind;
   std::string_view name;
   bool id;
   bool body;
   bool data;
+  Error error = Error::never;
 };
 constexpr std::array kShapes{
-    Shape{Kind::activation, "activation", false, false, false},
+    Shape{Kind::activation, "activation", false, false, false, Error::perhaps},
     Shape{Kind::state, "state", false, false, false},
     Shape{Kind::message, "message", true, true, false},
     Shape{Kind::messageData, "message_data", true, false, true},
@@ -40,7 +42,11 @@ constexpr std::array kShapes{
     Shape{Kind::dataRequest, "data_request", true, false, true},
     Shape{Kind::answer, "answer", true, true, false},
     Shape{Kind::dataAnswer, "data_answer", true, false, true},
-    Shape{Kind::failure, "failure", true, false, false},
+    Shape{Kind::failure, "failure", true, false, false, Error::always},
+    Shape{Kind::userInfoFinished, "user_info_finished", false, true, false, Error::perhaps},
+    Shape{Kind::fileFinished, "file_finished", true, false, false, Error::perhaps},
+    Shape{Kind::queueReset, "queue_reset", false, false, false},
+    Shape{Kind::unpaired, "unpaired", false, false, false},
 };
 
 const Shape* shapeOf(const json::value& name) {
@@ -55,6 +61,8 @@ const Shape* shapeOf(const json::value& name) {
 class Members {
  public:
   explicit Members(const json::object& object) : object_(object) {}
+
+  bool has(std::string_view name) const { return object_.contains(name); }
 
   const json::value& value(std::string_view name) {
     static const json::value none;
@@ -112,7 +120,7 @@ RecordedEvent readEvent(Members& members, const Shape& shape) {
     event.reachable = members.flag("reachable");
     event.locked = members.flag("locked");
   }
-  if (shape.kind == Kind::failure) {
+  if (shape.error == Error::always || (shape.error == Error::perhaps && members.has("code"))) {
     const std::int64_t code = members.number("code");
     if (code > 9999) members.complain("code is no number of an error");
     event.error = {static_cast<int>(code), members.text("description")};
@@ -144,7 +152,7 @@ std::string recordedLine(const RecordedEvent& event) {
     line["reachable"] = event.reachable;
     line["locked"] = event.locked;
   }
-  if (event.kind == Kind::failure) {
+  if (shape.error == Error::always || event.error.code != 0) {
     line["code"] = event.error.code;
     line["description"] = event.error.description;
   }

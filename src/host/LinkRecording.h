@@ -20,20 +20,24 @@ inline constexpr std::size_t kMostRecordingBytes = std::size_t{256} << 20;
 /// tokens never are.
 struct RecordedEvent {
   enum class Kind {
-    activation,   // the session began
-    state,        // reachable, locked
-    message,      // of the phone: id, body
-    messageData,  // of the phone: id, data
-    userInfo,     // body
-    context,      // body
-    file,         // body: metadata; data: contents
-    reply,        // of the watch, to the phone's message `id`: body
-    dataReply,    // the same, to message data: data
-    request,      // of the watch: id, body
-    dataRequest,  // of the watch: id, data
-    answer,       // of the phone, to the watch's request `id`: body
-    dataAnswer,   // the same, to data: data
-    failure,      // of the watch's request `id`: error
+    activation,        // the session began, or could not (error)
+    state,             // reachable, locked
+    message,           // of the phone: id, body
+    messageData,       // of the phone: id, data
+    userInfo,          // body
+    context,           // body
+    file,              // body: metadata; data: contents
+    reply,             // of the watch, to the phone's message `id`: body
+    dataReply,         // the same, to message data: data
+    request,           // of the watch: id, body
+    dataRequest,       // of the watch: id, data
+    answer,            // of the phone, to the watch's request `id`: body
+    dataAnswer,        // the same, to data: data
+    failure,           // of the watch's request `id`: error
+    userInfoFinished,  // of the watch: body; error when it will not arrive
+    fileFinished,      // of the watch, by its number `id`: the same
+    queueReset,        // what one end had queued may be gone
+    unpaired,
   };
   Kind kind{};
   std::chrono::milliseconds at{};  // since the recording began
@@ -42,7 +46,7 @@ struct RecordedEvent {
   Bytes data;
   bool reachable = false;
   bool locked = false;
-  SessionError error;
+  SessionError error;  // a code of 0 is none
 };
 
 /// One line of JSON, without its end; docs/display-api.md describes it.

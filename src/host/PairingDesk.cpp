@@ -1,5 +1,6 @@
 #include "host/PairingDesk.h"
 
+#include "link/OwnAddress.h"
 #include "link/PairingAddress.h"
 #include "link/Session.h"
 #include "link/SqliteStore.h"
@@ -27,16 +28,16 @@ link::TlsListener::Rules PairingDesk::rules() {
           .timing = parts_.timing};
 }
 
-void PairingDesk::connect(link::Session& session, const link::Endpoint& endpoint) {
+void PairingDesk::connect(link::Session& session, const link::Endpoint& listening) {
   session_ = &session;
-  endpoint_ = endpoint;
+  listening_ = listening;
 }
 
 bool PairingDesk::pin(const link::KeyHash& peer) {
-  const auto before = parts_.store.pin();
-  // The former phone is told where it can be, and is gone in any case before the new one comes.
-  if (before && *before != peer && session_->unpair()) return false;
-  if (!parts_.store.setPin(peer)) return false;
+  const auto former = parts_.store.setPin(peer);
+  if (!former) return false;
+  session_->pinDidChange(*former);
+  parts_.paired();
   update([](PairingView& view) {
     view.trouble = Trouble::none;
     view.stranger.reset();
@@ -78,6 +79,7 @@ void PairingDesk::peerDidConnect() {
 }
 
 void PairingDesk::peerDidUnpair() {
+  if (parts_.store.pin()) return;  // it was the phone before this one
   update([](PairingView& view) {
     view.trouble = Trouble::none;
     view.stranger.reset();
@@ -103,7 +105,7 @@ void PairingDesk::post(std::function<void()> block) {
 }
 
 std::string PairingDesk::open(bool byCode, bool withToken) {
-  link::PairingAddress address{endpoint_, parts_.own, std::nullopt};
+  link::PairingAddress address{link::endpointForOthers(listening_), parts_.own, std::nullopt};
   if (withToken) address.token = link::WatchPairing::newToken();
   post([this, byCode, address] {
     address_ = inWords(address);

@@ -23,6 +23,8 @@ class PairingDesk : public PairingControl {
     link::SqliteStore& store;
     link::KeyHash own;
     link::Timing timing{};
+    /// There is a phone, a new one or the same once more. Strand.
+    std::function<void()> paired;
     /// The view is another one. Any thread.
     std::function<void()> changed;
     /// A line for the log. Strand.
@@ -34,8 +36,8 @@ class PairingDesk : public PairingControl {
   /// For a listener, whose connections then come here when they are for pairing.
   link::TlsListener::Rules rules();
   void take(link::SecureStream stream) { pairing_.take(std::move(stream)); }
-  /// Once, before the strand runs. `endpoint`: where phones find the listener. Both outlive the desk's use.
-  void connect(link::Session& session, const link::Endpoint& endpoint);
+  /// Once, before the strand runs. `listening`: what the listener took. Both outlive the desk's use.
+  void connect(link::Session& session, const link::Endpoint& listening);
 
   /// What the session knows of its other end. Any thread.
   void peerDidConnect();
@@ -58,7 +60,7 @@ class PairingDesk : public PairingControl {
 
   const Parts parts_;
   link::Session* session_ = nullptr;
-  link::Endpoint endpoint_;
+  link::Endpoint listening_;
   std::string address_;  // of the window opened last; strand
   std::chrono::system_clock::time_point closesAt_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);  // strand

@@ -55,7 +55,7 @@ PhoneSession::ErrorHandler RecordingPhoneSession::noted(std::uint64_t request, E
 
 void RecordingPhoneSession::sessionActivationDidCompleteWithState(PhoneSession&, ActivationState state,
                                                                   const std::optional<SessionError>& error) {
-  recorder_.add({.kind = Kind::activation});
+  recorder_.add({.kind = Kind::activation, .error = error.value_or(SessionError{})});
   delegate_->sessionActivationDidCompleteWithState(*this, state, error);
 }
 
@@ -99,6 +99,8 @@ void RecordingPhoneSession::sessionDidReceiveFile(PhoneSession&, const ReceivedF
 
 void RecordingPhoneSession::sessionDidFinishUserInfoTransfer(PhoneSession&, const UserInfoTransfer& transfer,
                                                              const std::optional<SessionError>& error) {
+  recorder_.add(
+      {.kind = Kind::userInfoFinished, .body = transfer.userInfo, .error = error.value_or(SessionError{})});
   delegate_->sessionDidFinishUserInfoTransfer(*this, transfer, error);
 }
 

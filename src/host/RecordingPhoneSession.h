@@ -7,7 +7,8 @@
 
 namespace tunevale::host {
 
-/// A phone session that notes everything that passes through another one. Both, and the recorder, live as
+/// A phone session that notes everything that passes through another one; what happens on the link and is not
+/// told to a delegate, its owner adds to the recorder. Both, and the recorder, live as
 /// long as anything may still pass.
 class RecordingPhoneSession : public PhoneSession, private PhoneSessionDelegate {
  public:

@@ -26,6 +26,7 @@ bool comesFromPhone(Kind kind) {
     case Kind::userInfo:
     case Kind::context:
     case Kind::file:
+    case Kind::userInfoFinished:
       return true;
     default:
       return false;
@@ -34,6 +35,10 @@ bool comesFromPhone(Kind kind) {
 
 bool isAnswer(Kind kind) {
   return kind == Kind::answer || kind == Kind::dataAnswer || kind == Kind::failure;
+}
+
+std::optional<SessionError> errorOf(const RecordedEvent& event) {
+  return event.error.code == 0 ? std::nullopt : std::optional(event.error);
 }
 
 SessionError unreachable() {
@@ -87,11 +92,18 @@ struct ReplayPhoneSession::State : std::enable_shared_from_this<State> {
     });
   }
 
-  void deliver(const RecordedEvent& event) const {
+  /// Whether the session was activated at once, with a phone that had paired before.
+  bool wasPaired() const {
+    const auto first = std::ranges::find(options.events, Kind::activation, &RecordedEvent::kind);
+    return first == options.events.end() || !errorOf(*first);
+  }
+
+  void deliver(const RecordedEvent& event) {
     switch (event.kind) {
       case Kind::activation:
-        return delegate->sessionActivationDidCompleteWithState(owner, ActivationState::activated,
-                                                               std::nullopt);
+        activated = !errorOf(event);
+        return delegate->sessionActivationDidCompleteWithState(owner, owner.activationState(),
+                                                               errorOf(event));
       case Kind::message:
         return delegate->sessionDidReceiveMessage(owner, event.body, [](const PlistDictionary&) {});
       case Kind::messageData:
@@ -102,6 +114,8 @@ struct ReplayPhoneSession::State : std::enable_shared_from_this<State> {
         return delegate->sessionDidReceiveApplicationContext(owner, event.body);
       case Kind::file:
         return deliverFile(event);
+      case Kind::userInfoFinished:
+        return delegate->sessionDidFinishUserInfoTransfer(owner, {event.body}, errorOf(event));
       default:
         return;
     }
@@ -157,6 +171,7 @@ struct ReplayPhoneSession::State : std::enable_shared_from_this<State> {
   std::unique_ptr<SerialQueue> delivery;
   const Options options;
   PhoneSessionDelegate* delegate = nullptr;
+  std::atomic<bool> started = false;
   std::atomic<bool> activated = false;
   std::atomic<bool> reachable = false;
   std::atomic<bool> locked = false;
@@ -186,7 +201,8 @@ void ReplayPhoneSession::setDelegate(PhoneSessionDelegate* delegate) {
 }
 
 void ReplayPhoneSession::activateSession() {
-  if (state_->delegate == nullptr || state_->activated.exchange(true)) return;
+  if (state_->delegate == nullptr || state_->started.exchange(true)) return;
+  state_->activated = state_->wasPaired();
   state_->mainQueue.async([weak = std::weak_ptr(state_)] {
     if (const auto state = weak.lock(); state && state->delivery) state->goOn();
   });

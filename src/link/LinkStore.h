@@ -62,6 +62,7 @@ class LinkStore {
   /// Ends the pairing: pin, cursor, queues and contexts go in one step, the epoch is a new one. Gives the
   /// numbers of the rows that were still to be sent, items first; nothing when it could not be done.
   struct Unsent {
+    bool wasPaired = false;
     std::vector<std::uint64_t> items;
     std::vector<std::uint64_t> files;
   };

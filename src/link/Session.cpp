@@ -74,6 +74,7 @@ Session::Transfer Session::transferUserInfo(const PlistDictionary& userInfo) {
 
 Session::Transfer Session::transferFile(const std::string& path, const PlistDictionary& metadata) {
   if (!isActivated()) return makeError(ErrorCode::notActivated);
+  if (path.empty()) return makeError(ErrorCode::invalidParameter);
   if (writePropertyList(metadata).size() > kMostMetadata) return tooLarge();
   const std::variant<std::uint64_t, ErrorCode> queued = core_->files().queue(path, metadata);
   if (const ErrorCode* error = std::get_if<ErrorCode>(&queued)) return makeError(*error);
@@ -123,6 +124,10 @@ std::optional<Error> Session::unpair() {
   if (!unsent) return makeError(ErrorCode::insufficientSpace);
   mailbox_->post([unsent = *unsent](SessionCore& core) { core.didUnpair(unsent, true); });
   return std::nullopt;
+}
+
+void Session::pinDidChange(const LinkStore::Unsent& former) {
+  if (former.wasPaired) core_->didUnpair(former, true);
 }
 
 void Session::adopt(std::unique_ptr<Stream> stream, bool opener, Closed closed) {

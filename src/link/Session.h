@@ -6,6 +6,7 @@
 #include "foundation/Bytes.h"
 #include "foundation/Mutex.h"
 #include "link/LinkLimits.h"
+#include "link/LinkStore.h"
 #include "link/Role.h"
 #include "link/SessionDelegate.h"
 #include "link/Strand.h"
@@ -13,7 +14,6 @@
 
 namespace tunevale::link {
 
-class LinkStore;
 class Mailbox;
 struct OutgoingMessage;
 class SessionCore;
@@ -79,6 +79,9 @@ class Session {
   /// queues and cursors go. The connection closes within a second. Error 7015 when it cannot be written: then
   /// nothing has changed. Any thread.
   std::optional<Error> unpair();
+  /// The store has paired with another end, in the place of the one before where `former` says so: that
+  /// pairing ends here, and on that end where it can be reached. In the same turn of the strand.
+  void pinDidChange(const LinkStore::Unsent& former);
   /// Says goodbye and closes what is open; a connector may bring another. Strand only.
   void disconnect(const std::string& reason);
 

@@ -25,14 +25,17 @@ std::optional<KeyHash> SqliteStore::pin() const {
   return state_->factsNow().pin;
 }
 
-bool SqliteStore::setPin(const KeyHash& key) {
+std::optional<LinkStore::Unsent> SqliteStore::setPin(const KeyHash& key) {
   const MutexLock lock(state_->databaseMutex);
-  return state_->change([&](StoreFacts& next, QueueSizes& sizes) {
-    const bool sameOrFirst = !next.pin || next.pin == key;
-    const bool good = sameOrFirst || state_->clear(next, sizes);
+  const std::optional<KeyHash> before = pin();
+  const bool replaces = before && *before != key;
+  Unsent unsent = replaces ? state_->unsent() : Unsent{};
+  const bool good = state_->change([&](StoreFacts& next, QueueSizes& sizes) {
+    const bool cleared = !replaces || state_->clear(next, sizes);
     next.pin = key;
-    return good;
+    return cleared;
   });
+  return good ? std::optional(std::move(unsent)) : std::nullopt;
 }
 
 Epoch SqliteStore::epoch() const {
@@ -229,9 +232,7 @@ void SqliteStore::flush() {
 
 std::optional<LinkStore::Unsent> SqliteStore::unpair() {
   const MutexLock lock(state_->databaseMutex);
-  Unsent unsent;
-  unsent.items = state_->items.allNumbers();
-  unsent.files = state_->files.allNumbers();
+  Unsent unsent = state_->unsent();
   const bool good =
       state_->change([this](StoreFacts& next, QueueSizes& sizes) { return state_->clear(next, sizes); });
   return good ? std::optional(std::move(unsent)) : std::nullopt;

@@ -25,9 +25,9 @@ class SqliteStore : public LinkStore {
 
   /// The paired end's key; nothing while unpaired. Does not wait for the disk.
   std::optional<KeyHash> pin() const;
-  /// Pairs. Another key than the one before takes nothing over: what was queued for that or came from it goes
-  /// in the same step, and the epoch is a new one. False: nothing has changed.
-  bool setPin(const KeyHash& key);
+  /// Pairs. With another key than the one before, that pairing ends in the same step, as by unpair(), and
+  /// this gives what that gives; otherwise nothing was unsent. Nothing when it could not be done.
+  std::optional<Unsent> setPin(const KeyHash& key);
 
   Epoch epoch() const override;
   std::optional<std::uint64_t> append(Queue queue, ByteView body) override;

@@ -150,6 +150,10 @@ bool StoreState::clear(StoreFacts& next, QueueSizes& left) {
   return database.run("DELETE FROM items; DELETE FROM files; DELETE FROM received; DELETE FROM contexts");
 }
 
+LinkStore::Unsent StoreState::unsent() {
+  return {factsNow().pin.has_value(), items.allNumbers(), files.allNumbers()};
+}
+
 Row StoreState::contextRow(bool received) {
   Row row;
   if (getContext.bind(1, std::uint64_t{received}).step()) {

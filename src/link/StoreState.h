@@ -50,6 +50,7 @@ struct StoreState {
   bool insertReceivedRow(std::uint64_t id, Queue queue, const Epoch& epoch, const Row& row);
   bool writeContext(bool received, const Row& context);
   bool clear(StoreFacts& next, QueueSizes& sizes);
+  LinkStore::Unsent unsent() REQUIRES_LOCK(databaseMutex);
   Row contextRow(bool received);
 
   LinkStore& owner;

@@ -41,10 +41,11 @@ void PairingClerk::connect() {
 void PairingClerk::pair(const link::PairingAddress& address) {
   pairing_.reset();
   const link::PairingCallbacks callbacks{
-      .pin = [this](const link::KeyHash& watch) { return pin(watch); },
+      .pin = [this, at = address.endpoint](const link::KeyHash& watch) { return pin(watch, at); },
       .changed = [this](const link::PairingStatus& status) { statusDidChange(status); }};
   try {
-    setEndpoint(address.endpoint);
+    // Where this fails, the paired watch may be there all the same.
+    if (!address.key || address.key == parts_.store.pin()) setEndpoint(address.endpoint);
     pairing_ =
         std::make_unique<link::PhonePairing>(parts_.loop, parts_.identity, address, callbacks, parts_.timing);
   } catch (const std::runtime_error& failure) {
@@ -59,17 +60,21 @@ void PairingClerk::answer(std::string_view code, bool yes) {
   if (pairing_ != nullptr && status_.step == Step::comparing && status_.code == code) pairing_->confirm(yes);
 }
 
-bool PairingClerk::pin(const link::KeyHash& watch) {
-  const auto before = parts_.store.pin();
-  // The former watch is told where it can be, and is gone in any case before the new one comes.
-  if (before && *before != watch && parts_.session.unpair()) return false;
-  return parts_.store.setPin(watch);
+bool PairingClerk::pin(const link::KeyHash& watch, const link::Endpoint& at) {
+  const auto former = parts_.store.setPin(watch);
+  if (!former) return false;
+  if (former->wasPaired) connector_.reset();  // it looks for the former watch
+  parts_.session.pinDidChange(*former);
+  setEndpoint(at);
+  return true;
 }
 
 void PairingClerk::statusDidChange(const link::PairingStatus& status) {
   status_ = status;
   if (status.step == Step::paired || status.step == Step::incomplete) {
     trouble_ = status.step == Step::paired ? Trouble::none : Trouble::incomplete;
+    connect();
+  } else if (status.step == Step::failed && connector_ == nullptr) {
     connect();
   }
   parts_.changed(state());
@@ -84,7 +89,8 @@ void PairingClerk::watchDidConnect() {
 }
 
 void PairingClerk::watchDidUnpair() {
-  connector_.reset();  // the connection that there is has its goodbye still to say
+  if (parts_.store.pin()) return;  // it was the watch before this one
+  connector_.reset();              // the connection that there is has its goodbye still to say
   status_ = {};
   trouble_ = Trouble::none;
   parts_.changed(state());

@@ -34,8 +34,8 @@ class PairingClerk {
   void setEndpoint(const link::Endpoint& watch);
   /// Connects to the paired watch, if there is one, and stays connected.
   void connect();
-  /// Pairs with who is at an address, then connects there. What was under way before ends. That the host is
-  /// no numeric address is a failed attempt.
+  /// Pairs with who is at an address, then connects there; after a failure to the paired watch, if there is
+  /// one. What was under way before ends. That the host is no numeric address is a failed attempt.
   void pair(const link::PairingAddress& address);
   /// The person's answer to the code that they saw; one to another code is none.
   void answer(std::string_view code, bool yes);
@@ -47,7 +47,7 @@ class PairingClerk {
   PairingState state() const;
 
  private:
-  bool pin(const link::KeyHash& watch);
+  bool pin(const link::KeyHash& watch, const link::Endpoint& at);
   void statusDidChange(const link::PairingStatus& status);
   void connectionWasRefused(const link::Refused& refused);
   void setTrouble(PairingState::Trouble trouble);

@@ -41,7 +41,7 @@ class Phone {
   /// This end's key, and that of the paired watch.
   const link::KeyHash& keyHash() const;
   std::optional<link::KeyHash> watch() const;
-  /// Starts the thread, pairs if there is an address for it, and connects. Once.
+  /// Starts the thread, pairs if there is an address for it, and connects, also where pairing failed. Once.
   void start(std::optional<link::PairingAddress> pair = {});
   /// Ends the thread; nothing is heard of the phone any more. Not on its own thread.
   void stop();

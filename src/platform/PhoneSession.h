@@ -30,7 +30,8 @@ class PhoneSession {
   virtual bool isSupported() const = 0;
   /// The receiver of everything that arrives; set before activateSession() and alive from then on.
   virtual void setDelegate(PhoneSessionDelegate* delegate) = 0;
-  /// Starts the session. Its completion comes to the delegate before anything else does.
+  /// Starts the session. Its completion comes to the delegate before anything else does. One for want of a
+  /// paired phone (7005) is followed by another as soon as there is one.
   virtual void activateSession() = 0;
   virtual ActivationState activationState() const = 0;
   virtual bool isReachable() const = 0;

@@ -38,6 +38,7 @@ describe('pairing', { skip }, () => {
 
   test('a watch without a phone says so, offers a QR code, and takes nobody before', async () => {
     await page.getByText('No phone paired').waitFor();
+    assert.equal((await watch.screen()).phone.activated, false);
     const early = await startPhone('early', { pairing: watch.link });
     await eventually(() => early.log.some((line) => /^Pairing failed: /.test(line)), 'the phone is sent away');
     await page.getByRole('button', { name: 'Pair a phone' }).click();
@@ -68,6 +69,7 @@ describe('pairing', { skip }, () => {
     await page.getByText('This is now your phone').waitFor();
     await button('Done').click();
     await page.getByText('Phone connected').waitFor();
+    await eventually(() => phone.requests('Hello').length === 1, 'the new phone is greeted');
     assert.ok(await page.getByRole('button', { name: 'My Player' }).isVisible());
     assert.deepEqual(faults(), []);
     await other.close();

@@ -20,10 +20,15 @@ using namespace std::chrono_literals;
 /// An extension that notes what it is told, answers, and asks when it has heard a context.
 class Extension : public PhoneSessionDelegate {
  public:
-  void sessionActivationDidCompleteWithState(PhoneSession& session, ActivationState,
-                                             const std::optional<SessionError>&) override {
+  void sessionActivationDidCompleteWithState(PhoneSession& session, ActivationState state,
+                                             const std::optional<SessionError>& error) override {
+    EXPECT_EQ(session.activationState(), state);
     session_ = &session;
-    heard.emplace_back("activation");
+    heard.push_back("activation" + code(error));
+  }
+  void sessionDidFinishUserInfoTransfer(PhoneSession&, const UserInfoTransfer& transfer,
+                                        const std::optional<SessionError>& error) override {
+    heard.push_back("finished " + word(transfer.userInfo) + code(error));
   }
   void sessionDidReceiveMessage(PhoneSession&, const PlistDictionary& message,
                                 const MessageReply& reply) override {
@@ -53,6 +58,9 @@ class Extension : public PhoneSessionDelegate {
         {{"n", what}}, [this](const PlistDictionary& reply) { heard.push_back("answer " + word(reply)); },
         [this](const SessionError& error) { heard.push_back("error " + std::to_string(error.code)); });
   }
+  static std::string code(const std::optional<SessionError>& error) {
+    return error ? " " + std::to_string(error->code) : "";
+  }
   static Bytes toBytes(std::string_view text) {
     const ByteView view = asBytes(text);
     return {view.begin(), view.end()};
@@ -66,9 +74,10 @@ class Extension : public PhoneSessionDelegate {
   PhoneSession* session_ = nullptr;
 };
 
-const std::vector<std::string> kTold{"activation",      "message hello", "data \x01raw",
-                                     "user info later", "context now",   "answer first",
-                                     "error 7014",      "answer second", "file picture PNG"};
+const std::vector<std::string> kTold{"activation 7005", "activation",        "message hello",
+                                     "data \x01raw",    "user info later",   "context now",
+                                     "answer first",    "error 7014",        "answer second",
+                                     "finished done",   "finished not 7005", "file picture PNG"};
 
 struct Recording : testing::Test {
   /// A conversation of seven seconds, recorded by a clock that the test moves.
@@ -81,6 +90,7 @@ struct Recording : testing::Test {
     phone.setReachable(false);
     const std::string picture = folder.path("picture");
     std::ofstream(picture) << "PNG";
+    phone.completeActivation(ActivationState::notActivated, SessionError{7005, "not paired"});
     phone.completeActivation();
     phone.setReachable(true);
     session.noteState();
@@ -95,7 +105,13 @@ struct Recording : testing::Test {
     phone.fail(1, {7014, "it may have run"});
     phone.replyToData(0, Extension::toBytes("second"));
     mainQueue.drain();
-    clock += 3s;
+    clock += 1s;
+    recorder.add({.kind = host::RecordedEvent::Kind::queueReset});
+    recorder.add({.kind = host::RecordedEvent::Kind::fileFinished, .id = 1, .error = {7005, ""}});
+    recorder.add({.kind = host::RecordedEvent::Kind::unpaired});
+    phone.finishUserInfoTransfer({{"n", "done"}}, std::nullopt);
+    phone.finishUserInfoTransfer({{"n", "not"}}, SessionError{7005, ""});
+    clock += 2s;
     phone.deliverFile(picture, {{"n", "picture"}});
   }
   std::unique_ptr<host::ReplayPhoneSession> replay(double speed) {
@@ -160,21 +176,22 @@ TEST_F(Recording, ReplaysWhatWasHeardAndAnswered) {
 TEST_F(Recording, KeepsThePaceThatIsAskedFor) {
   record();
   auto session = replay(2);
-  EXPECT_EQ(extension.heard, (std::vector<std::string>{"activation"}));
+  const std::vector<std::string> begun(kTold.begin(), kTold.begin() + 2);
+  EXPECT_EQ(extension.heard, begun);
   pass(490ms);
-  EXPECT_EQ(extension.heard.size(), 1U);
+  EXPECT_EQ(extension.heard.size(), 2U);
   pass(20ms);
-  EXPECT_EQ(extension.heard, std::vector<std::string>(kTold.begin(), kTold.begin() + 5));
+  EXPECT_EQ(extension.heard, std::vector<std::string>(kTold.begin(), kTold.begin() + 6));
   EXPECT_EQ(session->pendingRequests(), 3U);
   pass(1480ms);
-  EXPECT_EQ(extension.heard.size(), 5U);
+  EXPECT_EQ(extension.heard.size(), 6U);
   pass(1600ms);
   EXPECT_EQ(extension.heard, kTold);
   // Ended in the middle, nothing is heard any more.
   session = replay(1);
   session.reset();
   pass(10s);
-  EXPECT_EQ(extension.heard, (std::vector<std::string>{"activation"}));
+  EXPECT_EQ(extension.heard, begun);
 }
 
 TEST_F(Recording, EndsBeforeHalfALineAndSaysWhichLineIsWrong) {
@@ -197,22 +214,16 @@ TEST_F(Recording, EndsBeforeHalfALineAndSaysWhichLineIsWrong) {
   };
   const std::string header = host::recordingHeader() + "\n";
   EXPECT_EQ(complaint("{}\n"), " is no recording");
-  EXPECT_EQ(complaint(header + "[1]\n"), ", line 2: no JSON object");
-  EXPECT_EQ(complaint(header + R"({"at":0,"event":"dance"})"
-                               "\n"),
-            ", line 2: no such event");
-  EXPECT_EQ(complaint(header + R"({"at":-1,"event":"activation"})"
-                               "\n"),
-            ", line 2: at is no number");
-  EXPECT_EQ(complaint(header + R"({"at":0,"event":"state","reachable":true})"
-                               "\n"),
-            ", line 2: locked is missing");
-  EXPECT_EQ(complaint(header + R"({"at":0,"event":"message_data","id":1,"data":"*"})"
-                               "\n"),
-            ", line 2: data is not base 64");
-  EXPECT_EQ(complaint(header + R"({"at":0,"event":"context","body":{"t":"int","v":"1"}})"
-                               "\n"),
-            ", line 2: body is no dictionary");
+  for (const auto& [line, why] : std::initializer_list<std::pair<const char*, const char*>>{
+           {"[1]", "no JSON object"},
+           {R"({"at":0,"event":"dance"})", "no such event"},
+           {R"({"at":-1,"event":"activation"})", "at is no number"},
+           {R"({"at":0,"event":"activation","code":7005})", "description is missing"},
+           {R"({"at":0,"event":"state","reachable":true})", "locked is missing"},
+           {R"({"at":0,"event":"message_data","id":1,"data":"*"})", "data is not base 64"},
+           {R"({"at":0,"event":"context","body":{"t":"int","v":"1"}})", "body is no dictionary"}}) {
+    EXPECT_EQ(complaint(header + line + "\n"), std::string(", line 2: ") + why);
+  }
   EXPECT_EQ(complaint(header), "none");
   EXPECT_THROW(host::Recorder(file, {}), std::runtime_error) << "nothing is written over";
 }

@@ -177,6 +177,7 @@ TEST_F(QueuesTest, MessagesOvertakeAFile) {
 
 TEST_F(QueuesTest, FilesThatCannotGoAreRefused) {
   const auto codeOf = [](const Session::Transfer& transfer) { return std::get<Error>(transfer).code; };
+  EXPECT_EQ(codeOf(world.phone.session->transferFile("", {})), ErrorCode::invalidParameter);
   EXPECT_EQ(codeOf(world.phone.session->transferFile("/nonexistent", {})), ErrorCode::fileAccessDenied);
   EXPECT_EQ(codeOf(world.phone.session->transferFile("/dev/zero", {})), ErrorCode::fileAccessDenied);
   const std::string path = folder.path("big");

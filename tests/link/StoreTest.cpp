@@ -76,17 +76,12 @@ TEST_F(StoreTest, UnpairingAndAnotherPinTakeEverythingInOneStep) {
     store->restart({kPeer, 1, 1, 0});
     const Row rows[] = {{1, Bytes(3)}};
     store->receive(Queue::items, rows);
-    EXPECT_TRUE(store->setPin(key(1)));
+    EXPECT_FALSE(store->setPin(key(1))->wasPaired);
     EXPECT_TRUE(store->firstFrom(Queue::items, 1)) << "the same pin again changes nothing";
-    if (unpairs) {
-      const auto unsent = store->unpair();
-      ASSERT_TRUE(unsent);
-      EXPECT_EQ(unsent->items.size() + unsent->files.size(), 2U);
-      EXPECT_FALSE(store->pin());
-    } else {
-      EXPECT_TRUE(store->setPin(key(2)));
-      EXPECT_EQ(store->pin(), key(2));
-    }
+    const auto unsent = unpairs ? store->unpair() : store->setPin(key(2));
+    ASSERT_TRUE(unsent && unsent->wasPaired);
+    EXPECT_EQ(unsent->items.size() + unsent->files.size(), 2U);
+    EXPECT_EQ(store->pin(), unpairs ? std::nullopt : std::optional(key(2)));
     EXPECT_NE(store->epoch(), Epoch{std::byte{1}});
     EXPECT_FALSE(store->firstFrom(Queue::items, 1) || store->firstFrom(Queue::files, 1));
     EXPECT_TRUE(store->context().body.empty());

@@ -2,7 +2,7 @@
 // and the example phone. Only the paired phone ever gets a byte of the application.
 import assert from 'node:assert/strict';
 import { execFile, spawn } from 'node:child_process';
-import { mkdtemp, readFile, rm, writeFile } from 'node:fs/promises';
+import { copyFile, mkdtemp, readFile, rm, writeFile } from 'node:fs/promises';
 import { connect } from 'node:net';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -153,13 +153,21 @@ describe('strangers', { skip }, () => {
 
   test('the paired one comes back to a watch that was started again, and its unpairing is the watch\'s too', async () => {
     const { link } = watch;
-    const connected = () => phone.events.filter((e) => e.event === 'connected').length;
+    const count = (name) => phone.events.filter((e) => e.event === name).length;
     await watch.until((s) => s.phone.reachable);
-    const before = connected();
-    await watch.stop('SIGKILL');
+    const [connected, delivered] = [count('connected'), count('delivered')];
+    const store = join(folder, 'watch', 'Library', 'Link', 'link.sqlite');
+    await watch.stop();
+    await copyFile(store, join(folder, 'copy'));
     await start({ link });
+    await eventually(() => count('connected') > connected && count('delivered') >= delivered + 5, 'another session');
+    assert.equal(count('reset'), 0);
+    await watch.stop('SIGKILL');
+    await rm(`${store}-wal`, { force: true });
+    await copyFile(join(folder, 'copy'), store);
+    await start({ link });
+    await phone.until('reset');
     await watch.until((s) => s.phone.reachable);
-    await eventually(() => connected() > before, 'another session');
     phone.child.stdin.write('unpair\n');
     await phone.ended;
     await watch.until((s) => !s.phone.reachable);

@@ -56,7 +56,10 @@ PhoneSide::PhoneSide(host::RunLoop& loop, const host::HomeFolder& home, Log& log
       loop, deliveryQueue(),
       host::LinkPhoneSession::Options{.listenOn = {options.link.host, options.link.port},
                                       .folder = home.path() + "/Library/Link",
-                                      .log = note});
+                                      .log = note,
+                                      .happened = [parts = parts_.get()](const host::RecordedEvent& event) {
+                                        if (parts->recorder != nullptr) parts->recorder->add(event);
+                                      }});
   if (!options.record.empty()) {
     parts_->recorder = std::make_unique<host::Recorder>(options.record, note);
     parts_->recording = std::make_unique<host::RecordingPhoneSession>(*parts_->link, *parts_->recorder);

@@ -5,6 +5,7 @@
 #include "link/FaultRow.h"
 #include "link/FrameWriter.h"
 #include "link/ManualStrand.h"
+#include "link/OwnAddress.h"
 #include "link/PairingAddress.h"
 #include "link/WatchPairing.h"
 #include "link/Wire.h"
@@ -374,6 +375,13 @@ TEST(Pairing, AddressesReadBackAndNothingElseDoes) {
     EXPECT_EQ(inWords(*address), good);
   }
   EXPECT_EQ(parsePairingAddress("10.0.0.1:80")->endpoint.port, 80);
+  // What a phone elsewhere can use, whatever the watch was told to listen on.
+  EXPECT_EQ(endpointForOthers({"localhost", 1}).host, "127.0.0.1");
+  EXPECT_EQ(endpointForOthers({"::1", 1}).host, "::1");
+  const std::string anyFour = endpointForOthers({"0.0.0.0", 1}).host;
+  EXPECT_TRUE(anyFour != "0.0.0.0" && anyFour.find(':') == std::string::npos) << anyFour;
+  const std::string anySix = endpointForOthers({"::", 1}).host;
+  EXPECT_TRUE(anySix != "::" && anySix.find(':') != std::string::npos) << anySix;
   for (const std::string& bad :
        {std::string(), std::string("host"), std::string(":1"), std::string("h:0"), std::string("h:65536"),
         std::string("h:1x"), "h:1?key=" + key, std::string("::1:80"), "tunevale-pair://h:1?token=" + token,

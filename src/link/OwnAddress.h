@@ -1,0 +1,12 @@
+#pragma once
+
+#include "link/TcpListener.h"
+
+namespace tunevale::link {
+
+/// Where others find an end that listens there, in numbers. For one that listens on all addresses, the first
+/// of an interface that is up and not only for this machine, of the same family; without one, the loopback
+/// address. Throws std::runtime_error when the host is no numeric address.
+Endpoint endpointForOthers(const Endpoint& listening);
+
+}  // namespace tunevale::link
