@@ -28,6 +28,7 @@ export class Session {
   #sentItem = 0;
   #sentContext = 0;
   #heard = Date.now();
+  #introduced = 0;
 
   /** `store`: { queues, save() }. `handler`: { request(name, message), event(name, what) }. */
   static async open(options, store, handler) {
@@ -59,6 +60,7 @@ export class Session {
       end();
     }));
     socket.on('error', () => {});
+    this.#introduced = performance.now();
     this.#send('HELLO', 0, { version: 1, role: 'phone', run: RUN, epoch: this.#queues.epoch });
   }
 
@@ -94,7 +96,7 @@ export class Session {
       const id = ++this.#message;
       const late = setTimeout(() => this.#end(id, ({ reject: no }) => no(new Error('7012: no answer'))), 10_000);
       this.#waiting.set(id, { resolve, reject, late });
-      this.#send('MSG', id, { ...body, ttl: 10_000 });
+      this.#send('MSG', id, { ...body, ttl: 10_000, sent: Math.floor(performance.now() - this.#introduced) });
     });
   }
 

@@ -23,6 +23,7 @@ Connection::Connection(Strand& strand, const Timing& timing, std::unique_ptr<Str
       rate_(strand.now()),
       heard_(strand.now()),
       pinged_(strand.now()),
+      introduced_(strand.now()),
       opened_(strand.now()) {}
 
 Connection::~Connection() {
@@ -32,7 +33,9 @@ Connection::~Connection() {
 void Connection::start() {
   stream_->start(*this);
   silenceTimer_ = strand_.after(timing_.hello, [this] { close("no introduction in time"); });
-  if (opener_) sendFirst(FrameType::hello, owner_.introduction());
+  if (!opener_) return;
+  introduced_ = strand_.now();
+  sendFirst(FrameType::hello, owner_.introduction());
 }
 
 void Connection::sendFirst(FrameType type, const PlistDictionary& body) {
@@ -159,9 +162,12 @@ void Connection::takeIntroduction(const Frame& frame) {
     close(objection);
     return;
   }
-  if (!opener_) sendFirst(FrameType::helloAck, owner_.introduction());
-  phase_ = Phase::open;
   opened_ = strand_.now();
+  if (!opener_) {
+    introduced_ = opened_;
+    sendFirst(FrameType::helloAck, owner_.introduction());
+  }
+  phase_ = Phase::open;
   reader_.setMostBody(kMostFrameBody);
   watchSilence();
   owner_.connectionDidOpen(*this, *body);

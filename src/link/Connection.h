@@ -36,6 +36,9 @@ class Connection : private StreamReceiver {
   void start();
 
   bool isOpen() const { return phase_ == Phase::open; }
+  /// When this end's introduction was ready to go, and when the other's was read.
+  Time introduced() const { return introduced_; }
+  Time opened() const { return opened_; }
   /// Puts a frame before everything that fill() has.
   void sendFirst(FrameType type, const PlistDictionary& body = {});
   /// There is something to send.
@@ -74,6 +77,7 @@ class Connection : private StreamReceiver {
   std::optional<std::string> leaving_;  // why; nothing more is taken or sent
   Time heard_;
   Time pinged_;
+  Time introduced_;
   Time opened_;
   std::unique_ptr<Timer> silenceTimer_;
   std::unique_ptr<Timer> rateTimer_;

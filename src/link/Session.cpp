@@ -36,16 +36,16 @@ LinkState Session::state() const {
 
 void Session::sendMessage(const PlistDictionary& message, ReplyHandler reply, ErrorHandler error) {
   OutgoingMessage out;
-  out.body = writePropertyList(PlistDictionary{{"message", message}, {"ttl", asNumber(core_->timeToLive())}});
+  out.payload = message;
   out.reply = std::move(reply);
   out.error = std::move(error);
-  const bool fits = out.body.size() <= kMostMessage + kBodyKeys;
+  const bool fits = writePropertyList(message).size() <= kMostMessage + kBodyKeys;
   send(std::move(out), fits);
 }
 
 void Session::sendMessageData(ByteView data, DataReplyHandler reply, ErrorHandler error) {
   OutgoingMessage out;
-  out.body = writePropertyList(PlistDictionary{{"data", data}, {"ttl", asNumber(core_->timeToLive())}});
+  out.payload = data;
   out.isData = true;
   out.dataReply = std::move(reply);
   out.error = std::move(error);
@@ -53,6 +53,7 @@ void Session::sendMessageData(ByteView data, DataReplyHandler reply, ErrorHandle
 }
 
 void Session::send(OutgoingMessage message, bool fits) {
+  message.deadline = core_->replyDeadline();
   mailbox_->post([message = std::move(message), fits](SessionCore& core) mutable {
     if (fits) {
       core.send(std::move(message));

@@ -203,7 +203,7 @@ const char* SessionCore::objectionTo(const PlistDictionary& introduction) const 
 void SessionCore::connectionDidOpen(Connection& connection, const PlistDictionary& introduction) {
   if (current_ != nullptr) current_->close("a newer connection has taken over");
   current_ = &connection;
-  messages_.connectionDidOpen();
+  messages_.connectionDidOpen(connection.introduced(), connection.opened());
   state_.peerRun = asText(bytesIn(introduction, "run").value_or(ByteView{}));
   sendState();  // first, so that the other end is reachable as soon as it is connected
   const Cursor cursor = store_.cursor();

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "link/LinkWorld.h"
+#include "link/RawPeer.h"
 
 namespace tunevale::link {
 namespace {
@@ -119,6 +120,29 @@ TEST_F(MessagesTest, ThatWaitedTooLongDoNotRun) {
   world.strand.run();
   EXPECT_EQ(world.phone.ear.heard, Lines{"activated"});
   EXPECT_EQ(world.watch.outcomes, Lines{"7012"});
+}
+
+TEST_F(MessagesTest, SayHowMuchOfTheirTimeIsLeft) {
+  RawPeer peer(world.strand, world.watch);
+  world.strand.advance(3s);
+  peer.setReading(false);
+  for (int n = 1; n <= 2; ++n) {
+    world.watch.send(n);
+    world.strand.run();
+  }
+  world.strand.advance(4s);
+  peer.setReading(true);
+  world.strand.run();
+  EXPECT_EQ(Ear::text(peer.last(FrameType::message)->body, "sent"), "7000");
+  EXPECT_EQ(Ear::text(peer.last(FrameType::message)->body, "ttl"), "6000");
+  world.watch.ear.onMessage = [](const auto& message, const auto& reply) { reply(message); };
+  for (const std::int64_t sent : {4001, 7000, 3999}) {  // ms: just in time, now, and too late
+    peer.send(FrameType::message, static_cast<std::uint64_t>(sent),
+              PlistDictionary{{"message", PlistDictionary{{"n", sent}}}, {"ttl", 3000}, {"sent", sent}});
+  }
+  world.strand.run();
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "message 4001", "message 7000"}));
+  EXPECT_EQ(Ear::text(peer.last(FrameType::messageError)->body, "code"), "7012");
 }
 
 TEST_F(MessagesTest, OfAnEndThatGoesFail) {
