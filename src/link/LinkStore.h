@@ -40,6 +40,10 @@ class LinkStore {
   virtual std::uint64_t contextVersion() const = 0;
   virtual bool setContext(const Row& context) = 0;
 
+  /// Whether the other end waits to be unlocked, as it has said last; false at first.
+  virtual bool peerIsLocked() const = 0;
+  virtual bool setPeerLocked(bool locked) = 0;
+
   virtual Cursor cursor() const = 0;
   /// Forgets how far the other end's former numbering went. Received rows stay.
   virtual bool restart(const Cursor& cursor) = 0;

@@ -39,6 +39,8 @@ SessionCore::SessionCore(Strand& strand, LinkStore& store, SessionOptions option
       report_(strand, delivery_, options_.timing.stateSpacing) {
   const Epoch run = newEpoch(strand);
   run_ = asText(run);
+  state_.needsUnlock = store.peerIsLocked();
+  report_.begin(state_);
 }
 
 SessionCore::~SessionCore() {
@@ -64,6 +66,7 @@ void SessionCore::completeActivation() {
   contexts_.deliverReceived();
   items_.deliverReceived();
   fileReceiver_.deliverReceived();
+  report();
 }
 
 void SessionCore::send(OutgoingMessage message) {
@@ -166,6 +169,8 @@ void SessionCore::didUnpair(const LinkStore::Unsent& unsent, bool tellPeer) {
   items_.forgetAll(unsent.items, ErrorCode::notPaired);
   fileSender_.forgetAll(unsent.files, ErrorCode::notPaired);
   fileReceiver_.forget();
+  state_.needsUnlock = false;
+  report();
   sweepSpool(*spool_, store_);
   delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidUnpair(); });
 }
@@ -264,8 +269,7 @@ bool SessionCore::take(const Frame& frame) {
   if (frame.type != FrameType::state) completeActivation();
   switch (frame.type) {
     case FrameType::state:
-      takeState(frame);
-      return true;
+      return takeState(frame);
     case FrameType::resume:
       takeResume(frame);
       return true;
@@ -325,13 +329,14 @@ bool SessionCore::takeQueueFrame(const Frame& frame) {
   }
 }
 
-void SessionCore::takeState(const Frame& frame) {
+bool SessionCore::takeState(const Frame& frame) {
   const std::optional<PlistDictionary> body = readBody(frame.body);
   const PlistValue* active = body ? body->find("active") : nullptr;
   const PlistValue* locked = body ? body->find("locked") : nullptr;
   peerActive_ = active != nullptr && active->boolean().value_or(false);
   state_.needsUnlock = locked != nullptr && locked->boolean().value_or(false);
   report();
+  return store_.setPeerLocked(state_.needsUnlock);
 }
 
 void SessionCore::takeResume(const Frame& frame) {

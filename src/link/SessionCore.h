@@ -59,7 +59,7 @@ class SessionCore : public ConnectionOwner {
   void completeActivation();
   bool take(const Frame& frame);
   bool takeQueueFrame(const Frame& frame);
-  void takeState(const Frame& frame);
+  bool takeState(const Frame& frame);
   void takeResume(const Frame& frame);
   bool takeGap(const Frame& frame);
   void sendState();

@@ -132,6 +132,19 @@ bool SqliteStore::setContext(const Row& context) {
   return good;
 }
 
+bool SqliteStore::peerIsLocked() const {
+  return state_->factsNow().peerLocked;
+}
+
+bool SqliteStore::setPeerLocked(bool locked) {
+  if (peerIsLocked() == locked) return true;
+  const MutexLock lock(state_->databaseMutex);
+  return state_->change([&](StoreFacts& next, QueueSizes&) {
+    next.peerLocked = locked;
+    return true;
+  });
+}
+
 Cursor SqliteStore::cursor() const {
   return state_->factsNow().cursor;
 }

@@ -41,6 +41,8 @@ class SqliteStore : public LinkStore {
   Row context() const override;
   std::uint64_t contextVersion() const override;
   bool setContext(const Row& context) override;
+  bool peerIsLocked() const override;
+  bool setPeerLocked(bool locked) override;
   Cursor cursor() const override;
   bool restart(const Cursor& cursor) override;
   std::optional<std::uint64_t> receive(Queue queue, std::span<const Row> rows) override;

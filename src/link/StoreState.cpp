@@ -140,6 +140,7 @@ bool StoreState::clear(StoreFacts& next, QueueSizes& left) {
   fillRandom(next.epoch);
   next.pin.reset();
   next.cursor = {};
+  next.peerLocked = false;
   // Numbers and the context's version rise on: who waits for the end of one knows which.
   for (StoreFacts::Numbers* numbers : {&next.items, &next.files}) {
     numbers->acknowledged = 1;

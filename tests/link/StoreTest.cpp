@@ -214,6 +214,19 @@ TEST_F(RestartTest, WhatWasNotHandledComesFirstAfterARestartAndInOrder) {
   EXPECT_TRUE(filesOf(watch).empty());
 }
 
+TEST_F(RestartTest, ThatThePhoneWasLockedIsKnown) {
+  phone.session->setLocked(true);
+  connect();
+  watch.restart();
+  strand.run();
+  EXPECT_TRUE(watch.session->state().needsUnlock);
+  EXPECT_TRUE(watch.ear->states.back().needsUnlock);
+  phone.session->setLocked(false);
+  connect();
+  watch.restart();
+  EXPECT_FALSE(watch.session->state().needsUnlock);
+}
+
 TEST_F(RestartTest, TransfersWaitForTheNextProcessAndAFileGoesOnWhereItStopped) {
   phone.session->transferUserInfo({{"n", 1}});
   phone.session->transferFile(phone.file(kFileChunk * 8), {{"n", 1}});
