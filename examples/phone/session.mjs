@@ -226,12 +226,7 @@ export class Session {
 
   /** This phone wants no files. */
   takeFILE_BEGIN(_, id) {
-    const { theirs } = this.#queues;
-    const isOld = id < theirs.file;
-    if (!isOld) {
-      theirs.file = id + 1;
-      this.#store.save();
-    }
+    const isOld = id < this.#queues.theirs.file;
     this.#send(isOld ? 'FILE_DONE' : 'FILE_ERR', id, isOld ? undefined : { code: 7015 });
   }
   takeFILE_HAVE({ offset }, id) {

@@ -97,7 +97,9 @@ void FileSender::didReceiveDone(const Frame& frame) {
 void FileSender::didReceiveError(const Frame& frame) {
   if (frame.id != number_) return;
   const std::optional<PlistDictionary> body = readBody(frame.body);
-  stuck_ = !finish(frame.id, errorCodeFrom(body ? static_cast<long long>(numberIn(*body, "code")) : 0), true);
+  // Not delivered: the other end may go on waiting for this number.
+  stuck_ =
+      !finish(frame.id, errorCodeFrom(body ? static_cast<long long>(numberIn(*body, "code")) : 0), false);
 }
 
 void FileSender::connectionDidClose() {

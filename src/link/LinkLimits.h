@@ -52,6 +52,8 @@ inline constexpr std::size_t kMostQueuedBytes = 32 * 1024 * 1024;
 inline constexpr std::uint64_t kMostQueuedFileBytes = 256 * 1024 * 1024;  // beside their rows
 /// Received items that are kept in one step: what comes in one read, up to this many.
 inline constexpr std::size_t kMostBatch = 32;
+/// Refused items of which the other end may not know yet. One more closes the connection; the next tells it.
+inline constexpr std::size_t kMostRefusals = 256;
 /// How often an item is given to a handler that throws.
 inline constexpr int kMostAttempts = 3;
 

@@ -21,7 +21,7 @@ class LinkStore {
   virtual std::optional<std::uint64_t> append(Queue queue, ByteView body) = 0;
   /// The first row to send with at least this number.
   virtual std::optional<Row> firstFrom(Queue queue, std::uint64_t number) const = 0;
-  /// Also false when there is no such row. `delivered`: the other end has it, or has refused it.
+  /// Also false when there is no such row. `delivered`: the other end does not wait for it any more.
   virtual bool remove(Queue queue, std::uint64_t number, bool delivered) = 0;
   /// The other end has everything below this number: removes these rows, some at a time, and gives what it
   /// has removed. Empty when there are no more.
@@ -52,8 +52,10 @@ class LinkStore {
   virtual std::optional<std::uint64_t> receive(Queue queue, std::span<const Row> rows) = 0;
   /// The same for the received context, in the place of the one before.
   virtual bool receiveContext(const Row& context) = 0;
-  /// Moves the cursor past a row that is refused.
-  virtual bool skip(Queue queue, std::uint64_t number) = 0;
+  /// Moves the cursor past an item that is refused, and remembers that it was.
+  virtual bool refuseItem(const Cursor::Refusal& refusal) = 0;
+  /// The other end knows of the first `count` refusals.
+  virtual bool forgetRefusals(std::size_t count) = 0;
 
   /// What a former process received and did not handle, in its order; all of it is `again`.
   virtual std::vector<Received> received(Queue queue) const = 0;

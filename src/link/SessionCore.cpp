@@ -212,11 +212,12 @@ void SessionCore::connectionDidOpen(Connection& connection, const PlistDictionar
   state_.peerRun = asText(bytesIn(introduction, "run").value_or(ByteView{}));
   sendState();  // first, so that the other end is reachable as soon as it is connected
   const Cursor cursor = store_.cursor();
-  connection.sendFirst(FrameType::resume,
-                       PlistDictionary{{"epoch", cursor.epoch ? ByteView(*cursor.epoch) : ByteView{}},
-                                       {"item", asNumber(cursor.nextItem)},
-                                       {"file", asNumber(cursor.nextFile)},
-                                       {"context", asNumber(cursor.context)}});
+  PlistDictionary resume{{"epoch", cursor.epoch ? ByteView(*cursor.epoch) : ByteView{}},
+                         {"item", asNumber(cursor.nextItem)},
+                         {"file", asNumber(cursor.nextFile)},
+                         {"context", asNumber(cursor.context)}};
+  items_.addRefusals(resume);
+  connection.sendFirst(FrameType::resume, resume);
   pauseOrGoOn();
 }
 
@@ -271,8 +272,7 @@ bool SessionCore::take(const Frame& frame) {
     case FrameType::state:
       return takeState(frame);
     case FrameType::resume:
-      takeResume(frame);
-      return true;
+      return takeResume(frame);
     case FrameType::message:
       messages_.didReceiveMessage(frame);
       return true;
@@ -301,8 +301,7 @@ bool SessionCore::takeQueueFrame(const Frame& frame) {
       items_.didReceiveAck(frame);
       return true;
     case FrameType::nak:
-      items_.didReceiveNak(frame);
-      return true;
+      return items_.didReceiveNak(frame);
     case FrameType::context:
       return contexts_.didReceiveContext(frame);
     case FrameType::contextAck:
@@ -339,7 +338,7 @@ bool SessionCore::takeState(const Frame& frame) {
   return store_.setPeerLocked(state_.needsUnlock);
 }
 
-void SessionCore::takeResume(const Frame& frame) {
+bool SessionCore::takeResume(const Frame& frame) {
   const PlistDictionary body = readBody(frame.body).value_or(PlistDictionary{});
   const std::optional<ByteView> epoch = bytesIn(body, "epoch");
   const Epoch own = store_.epoch();
@@ -361,13 +360,14 @@ void SessionCore::takeResume(const Frame& frame) {
         FrameType::gap,
         PlistDictionary{{"epoch", ByteView(own)}, {"item", asNumber(item)}, {"file", asNumber(file)}});
   }
-  items_.resume(item);
+  if (!items_.resume(item, known ? body : PlistDictionary{})) return false;
   fileSender_.resume(file);
   contexts_.resume(known ? numberIn(body, "context") : 0);
   if (lost) delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidResetQueues(); });
   maySend_ = store_.setSending(true);
   peerResumed_ = true;
   report();
+  return true;
 }
 
 bool SessionCore::takeGap(const Frame& frame) {

@@ -60,7 +60,7 @@ class SessionCore : public ConnectionOwner {
   bool take(const Frame& frame);
   bool takeQueueFrame(const Frame& frame);
   bool takeState(const Frame& frame);
-  void takeResume(const Frame& frame);
+  bool takeResume(const Frame& frame);
   bool takeGap(const Frame& frame);
   void sendState();
   void takeUnpair();

@@ -194,10 +194,22 @@ bool SqliteStore::receiveContext(const Row& context) {
   return good;
 }
 
-bool SqliteStore::skip(Queue queue, std::uint64_t number) {
+bool SqliteStore::refuseItem(const Cursor::Refusal& refusal) {
   const MutexLock lock(state_->databaseMutex);
   return state_->change([&](StoreFacts& next, QueueSizes&) {
-    next.cursor.next(queue) = number + 1;
+    next.cursor.nextItem = refusal.number + 1;
+    next.cursor.refused.push_back(refusal);
+    return next.cursor.refused.size() <= kMostRefusals;
+  });
+}
+
+bool SqliteStore::forgetRefusals(std::size_t count) {
+  if (count == 0) return true;
+  const MutexLock lock(state_->databaseMutex);
+  return state_->change([&](StoreFacts& next, QueueSizes&) {
+    std::vector<Cursor::Refusal>& refused = next.cursor.refused;
+    refused.erase(refused.begin(),
+                  refused.begin() + static_cast<std::ptrdiff_t>(std::min(count, refused.size())));
     return true;
   });
 }

@@ -47,7 +47,8 @@ class SqliteStore : public LinkStore {
   bool restart(const Cursor& cursor) override;
   std::optional<std::uint64_t> receive(Queue queue, std::span<const Row> rows) override;
   bool receiveContext(const Row& context) override;
-  bool skip(Queue queue, std::uint64_t number) override;
+  bool refuseItem(const Cursor::Refusal& refusal) override;
+  bool forgetRefusals(std::size_t count) override;
   std::vector<Received> received(Queue queue) const override;
   std::optional<Row> receivedContext() const override;
   void removeReceived(std::uint64_t id) override;

@@ -227,6 +227,39 @@ TEST_F(RestartTest, ThatThePhoneWasLockedIsKnown) {
   EXPECT_FALSE(watch.session->state().needsUnlock);
 }
 
+TEST_F(RestartTest, NothingRefusedIsSaidToBeDeliveredWhenTheConnectionBreaks) {
+  PlistValue large(1);  // few bytes, too many values
+  for (int i = 0; i < 17; ++i) large = PlistArray{large, large};
+  phone.session->transferUserInfo({{"n", large}});
+  phone.session->transferUserInfo({{"n", 2}});
+  phone.session->transferFile(phone.file(10), {{"n", 1}});
+  fs::remove_all(watch.folder.path("spool"));  // nowhere to keep it
+  wire = std::make_unique<Wire>(strand, Wire::Faults{.delay = 1ms});
+  watch.session->adopt(wire->takeSecond(), false);
+  phone.session->adopt(wire->takeFirst(), true);
+  while (watch.store->cursor().nextItem < 3) strand.advance(100us);
+  wire->cut();
+  watch.restart();
+  phone.restart();
+  connect();
+  EXPECT_EQ(phone.ear->finished, (Lines{"info 1 7010", "info 2 ok", "file 1 ok"}));
+  EXPECT_EQ(watch.ear->files.size(), 1U) << "offered once more";
+  EXPECT_EQ(watch.store->cursor().refused.size(), 1U);
+  phone.session->transferUserInfo({{"n", 3}});
+  strand.advance(1s);
+  EXPECT_TRUE(watch.store->cursor().refused.empty());
+
+  fs::remove_all(watch.folder.path("spool"));
+  phone.session->transferFile(phone.file(10), {{"n", 2}});
+  strand.advance(1s);
+  watch.restart();
+  phone.session->transferFile(phone.file(10), {{"n", 3}});
+  connect();
+  EXPECT_EQ(Lines(phone.ear->finished.end() - 2, phone.ear->finished.end()),
+            (Lines{"file 2 7015", "file 3 ok"}));
+  EXPECT_EQ(watch.ear->heard, (Lines{"activated", "file 3"}));
+}
+
 TEST_F(RestartTest, TransfersWaitForTheNextProcessAndAFileGoesOnWhereItStopped) {
   phone.session->transferUserInfo({{"n", 1}});
   phone.session->transferFile(phone.file(kFileChunk * 8), {{"n", 1}});
