@@ -93,8 +93,9 @@ Statement& Statement::bind(int parameter, std::uint64_t number) {
 }
 
 Statement& Statement::bind(int parameter, ByteView bytes) {
-  // A null pointer would be NULL; empty bytes are no such thing here, except where a column may be NULL.
-  sqlite3_bind_blob64(statement_.get(), parameter, bytes.data(), bytes.size(), SQLITE_STATIC);
+  // A null pointer would be NULL.
+  const void* data = bytes.empty() ? "" : static_cast<const void*>(bytes.data());
+  sqlite3_bind_blob64(statement_.get(), parameter, data, bytes.size(), SQLITE_STATIC);
   return *this;
 }
 

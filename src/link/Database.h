@@ -19,7 +19,7 @@ class Statement {
   Statement(sqlite3* database, const char* sql);
 
   Statement& bind(int parameter, std::uint64_t number);
-  /// The bytes must stay until the statement has run. No bytes are NULL.
+  /// The bytes must stay until the statement has run.
   Statement& bind(int parameter, ByteView bytes);
   /// True when there is a row to look at. False at the end, and then, or when it failed, it is reset.
   bool step();

@@ -76,10 +76,9 @@ bool Items::didReceiveItem(const Frame& frame) {
     owesAck_ = true;
     return true;
   }
-  const std::optional<PlistValue> value = readPropertyList(frame.body);
-  const PlistDictionary* userInfo = value ? value->dictionary() : nullptr;
-  if (userInfo == nullptr || frame.body.size() > kMostUserInfo) {
-    const ErrorCode code = userInfo == nullptr ? ErrorCode::unsupportedTypes : ErrorCode::payloadTooLarge;
+  const std::optional<PlistDictionary> userInfo = readBody(frame.body);
+  if (!userInfo || frame.body.size() > kMostUserInfo) {
+    const ErrorCode code = !userInfo ? ErrorCode::unsupportedTypes : ErrorCode::payloadTooLarge;
     const Cursor::Refusal refusal{frame.id, static_cast<int>(code)};
     if (!keep() || !store_.refuseItem(refusal)) return false;
     refused_.push_back(refusal);

@@ -107,6 +107,17 @@ TEST_F(QueuesTest, AnItemThatDoesNotDecodeIsRefusedAndBlocksNothing) {
   EXPECT_TRUE(peer.ended) << "a number that would overflow";
 }
 
+TEST_F(QueuesTest, EmptyBodiesAreEmptyDictionaries) {
+  RawPeer peer(world.strand, world.watch);
+  peer.send(FrameType::item, 1, ByteView{});
+  peer.send(FrameType::context, 1, ByteView{});
+  world.strand.run();
+  EXPECT_FALSE(peer.ended);
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "context ?", "info ?"}));
+  EXPECT_EQ(peer.last(FrameType::nak), nullptr);
+  EXPECT_NE(peer.last(FrameType::contextAck), nullptr);
+}
+
 TEST_F(QueuesTest, OnlyTheLatestContextCountsAndAnEqualOneIsNothing) {
   const auto version = [&](int n) {
     return std::get<std::uint64_t>(world.phone.session->updateApplicationContext({{"n", n}}));
