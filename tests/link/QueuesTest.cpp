@@ -202,13 +202,22 @@ TEST_F(QueuesTest, FilesThatCannotGoAreRefused) {
 TEST_F(QueuesTest, HostileFilesAreRefusedOrCloseTheConnection) {
   {
     RawPeer peer(world.strand, world.watch);
-    peer.send(FrameType::fileBegin, 1,
-              PlistDictionary{{"size", std::int64_t{kMostFile} + 1}, {"metadata", PlistDictionary{}}});
-    peer.send(FrameType::fileBegin, 2, PlistDictionary{{"size", 4}});
-    world.strand.run();
-    EXPECT_EQ(peer.last(FrameType::fileError)->id, 2U);
-    peer.send(FrameType::fileBegin, 3,
-              PlistDictionary{{"size", 4}, {"metadata", PlistDictionary{}}, {"sha256", Bytes(32)}});
+    const auto offer = [&](std::uint64_t number, const PlistDictionary& body) {
+      peer.send(FrameType::fileBegin, number, body);
+      world.strand.run();
+    };
+    const auto ofSize = [](std::int64_t size) {
+      return PlistDictionary{{"size", size}, {"metadata", PlistDictionary{}}, {"sha256", Bytes(32)}};
+    };
+    const auto refusal = [&] { return Ear::text(peer.last(FrameType::fileError)->body, "code"); };
+    offer(1, ofSize(kMostFile));
+    EXPECT_EQ(peer.last(FrameType::fileError), nullptr);
+    EXPECT_EQ(peer.last(FrameType::fileHave)->id, 1U);
+    offer(2, ofSize(kMostFile + 1));
+    EXPECT_EQ(refusal(), "7009");
+    offer(2, {{"size", 4}, {"metadata", PlistDictionary{}}});
+    EXPECT_EQ(refusal(), "7010");
+    offer(3, ofSize(4));
     peer.send(FrameType::fileData, 3, PlistDictionary{{"offset", 0}, {"data", Bytes(5)}});
     world.strand.run();
     EXPECT_TRUE(peer.ended) << "more than was announced";
