@@ -34,7 +34,7 @@ SessionCore::SessionCore(Strand& strand, LinkStore& store, SessionOptions option
       messages_(strand, mailbox, delivery_, options_.timing),
       items_(store, delivery_),
       contexts_(store, delivery_),
-      fileSender_(store, delivery_, spool_, sweepSpool(*spool_, store)),
+      fileSender_(store, delivery_, spool_),
       fileReceiver_(store, delivery_, spool_),
       report_(strand, delivery_, options_.timing.stateSpacing) {
   const Epoch run = newEpoch(strand);
@@ -167,11 +167,10 @@ void SessionCore::didUnpair(const LinkStore::Unsent& unsent, bool tellPeer) {
   }
   for (Connection* one : others) one->close("the pairing has ended");
   items_.forgetAll(unsent.items, ErrorCode::notPaired);
-  fileSender_.forgetAll(unsent.files, ErrorCode::notPaired);
   fileReceiver_.forget();
+  fileSender_.forgetAll(unsent.files, ErrorCode::notPaired);
   state_.needsUnlock = false;
   report();
-  sweepSpool(*spool_, store_);
   delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidUnpair(); });
 }
 

@@ -261,8 +261,12 @@ TEST_F(RestartTest, NothingRefusedIsSaidToBeDeliveredWhenTheConnectionBreaks) {
 }
 
 TEST_F(RestartTest, TransfersWaitForTheNextProcessAndAFileGoesOnWhereItStopped) {
+  connect();
+  wire->cut();
   phone.session->transferUserInfo({{"n", 1}});
+  phone.session->cancelFile(std::get<std::uint64_t>(phone.session->transferFile(phone.file(1), {})));
   phone.session->transferFile(phone.file(kFileChunk * 8), {{"n", 1}});
+  strand.run();
   phone.restart();
   connect({.cutAfter = kFileChunk * 5});
   ASSERT_EQ(filesOf(watch).size(), 1U);
@@ -344,7 +348,14 @@ TEST_F(RestartTest, UnpairingReachesTheOtherEndAndEndsWhatWaits) {
   const Session::Transfer file = phone.session->transferFile(phone.file(1'000'000), {});
   strand.advance(20ms);
   EXPECT_FALSE(watch.session->unpair());
+  const auto early = watch.session->transferFile(watch.file(10), {});  // before the session has heard of it
   strand.advance(1s);
+  watch.session->cancelFile(std::get<std::uint64_t>(early));
+  strand.advance(1s);
+  const auto late = watch.session->transferFile(watch.file(10), {});
+  ASSERT_TRUE(std::holds_alternative<std::uint64_t>(late)) << "the count of queued bytes is right";
+  watch.session->cancelFile(std::get<std::uint64_t>(late));
+  strand.run();
   EXPECT_FALSE(watch.store->pin() || phone.store->pin());
   EXPECT_FALSE(watch.session->state().connected || phone.session->state().connected);
   EXPECT_EQ(phone.ear->finished, Lines{"file " + std::to_string(std::get<std::uint64_t>(file)) + " 7005"});
