@@ -43,7 +43,8 @@ class Connection : private StreamReceiver {
   void sendFirst(FrameType type, const PlistDictionary& body = {});
   /// There is something to send.
   void wake();
-  /// Whether to stop taking frames. The other end is still told that this one lives.
+  /// Whether to stop taking frames. The other end is still told that this one lives, and heard as long as
+  /// what it sends fits into what is read ahead.
   void setPaused(bool paused);
   /// Sends this frame as the last one, and closes once it is on its way, or soon without.
   void closeAfter(FrameType last, const std::string& reason);
@@ -59,6 +60,9 @@ class Connection : private StreamReceiver {
   void takeFrames();
   void take(const Frame& frame);
   void takeIntroduction(const Frame& frame);
+  bool isHeldUp() const { return paused_ || rateTimer_ != nullptr; }
+  /// Reads what can be taken, or kept until it can.
+  void readOrNot();
   void watchSilence();
   void end(const std::string& reason);
 
@@ -74,6 +78,7 @@ class Connection : private StreamReceiver {
   Bytes first_;
   bool writing_ = false;
   bool paused_ = false;
+  bool reading_ = true;
   std::optional<std::string> leaving_;  // why; nothing more is taken or sent
   Time heard_;
   Time pinged_;

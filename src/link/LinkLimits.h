@@ -37,6 +37,8 @@ inline constexpr double kFrameBurst = 400;
 /// Payloads that were received and not yet handled. Past either, reading pauses until half is handled.
 inline constexpr std::size_t kMostUndelivered = 64;
 inline constexpr std::size_t kMostUndeliveredBytes = 4 * 1024 * 1024;
+/// What is read ahead while reading pauses, so that the other end's pongs are heard meanwhile.
+inline constexpr std::size_t kMostReadAhead = 64 * 1024;
 /// Received files that wait for their handlers. Past it, the next file is not answered until there is room.
 inline constexpr std::uint64_t kMostUndeliveredFileBytes = 16 * 1024 * 1024;
 

@@ -167,9 +167,16 @@ TEST_F(SessionTest, StopsReadingWhileHandlersAreBehindAndTellsThatItLives) {
   EXPECT_TRUE(world.phone.session->state().connected) << "a busy end is not a dead one";
   EXPECT_TRUE(world.watch.session->state().connected);
   world.watch.release();
+  world.strand.advance(1s);
   world.phone.send(200);
   world.strand.advance(1s);
   EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "message 200"})) << "what waited so long is void";
+  world.watch.holding = true;
+  for (int n = 0; n < 200; ++n) world.phone.send(n);
+  world.strand.advance(1s);
+  world.wires.back()->swallow(true);
+  world.strand.advance(20s);
+  EXPECT_FALSE(world.watch.session->state().connected) << "a dead one is found by a busy end";
 }
 
 TEST_F(SessionTest, BoundsWhatWaitsForAPeerThatDoesNotRead) {
@@ -177,10 +184,12 @@ TEST_F(SessionTest, BoundsWhatWaitsForAPeerThatDoesNotRead) {
   RawPeer peer(world.strand, world.watch);
   peer.setReading(false);
   for (std::uint64_t id = 1; id <= 200; ++id) {
-    peer.send(FrameType::message, id, PlistDictionary{{"message", PlistDictionary{{"n", 1}}}});
+    peer.send(FrameType::message, id,
+              PlistDictionary{{"message", PlistDictionary{{"n", 1}, {"b", Bytes(2000)}}}});
   }
-  world.strand.advance(60s);
+  world.strand.advance(20s);
   EXPECT_LE(world.watch.ear.heard.size(), kMostUndelivered + 22) << "4 MiB of replies stop it";
+  EXPECT_FALSE(world.watch.session->state().connected) << "each could wait for the other for ever";
   RawPeer pinging(world.strand, world.watch);
   pinging.setReading(false);
   for (int i = 0; i < 6000; ++i) pinging.send(FrameType::ping, 0, Bytes{});
