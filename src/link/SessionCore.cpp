@@ -292,7 +292,8 @@ bool SessionCore::take(const Frame& frame) {
 }
 
 bool SessionCore::takeQueueFrame(const Frame& frame) {
-  if (frame.id > kMostNumber) return false;
+  // As an unknown frame: skipped, unless it is critical.
+  if (frame.id > kMostNumber) return (frame.flags & kCriticalFrame) == 0;
   switch (frame.type) {
     case FrameType::item:
       return items_.didReceiveItem(frame);

@@ -132,7 +132,7 @@ TEST(Activation, WaitsALittleForTheOtherEndAndNoLonger) {
 
 TEST_F(SessionTest, SkipsUnknownFramesUnlessTheyAreCritical) {
   RawPeer peer(world.strand, world.watch);
-  peer.send(static_cast<FrameType>(0x7F), 1, Bytes(3), 0);
+  peer.send(static_cast<FrameType>(0x7F), ~std::uint64_t{0}, Bytes(3), 0);
   world.strand.run();
   EXPECT_FALSE(peer.ended);
   peer.send(static_cast<FrameType>(0x7F), 1, Bytes(3), kCriticalFrame);
