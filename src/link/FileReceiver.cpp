@@ -38,7 +38,7 @@ bool FileReceiver::didReceiveBegin(const Frame& frame) {
     return refuse(frame.id, ErrorCode::unsupportedTypes);
   }
   const std::uint64_t size = numberIn(*body, "size");
-  if (size > kMostFile || frame.body.size() > kMostMetadata + kBodyKeys) {
+  if (size > kMostFile || isLargerThan(kMostMetadata, *metadata->dictionary(), frame.body.size())) {
     return refuse(frame.id, ErrorCode::payloadTooLarge);
   }
   if (partial_ == nullptr || partial_->number != frame.id || partial_->size != size ||

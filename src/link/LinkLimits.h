@@ -5,7 +5,8 @@
 
 namespace tunevale::link {
 
-/// What one end takes from the other, and offers to it. All sizes in bytes.
+/// What one end takes from the other, and offers to it. All sizes in bytes: of data as they are, of
+/// dictionaries as writePropertyList() writes them, without what stands around them in a frame.
 inline constexpr std::size_t kMostMessage = 256 * 1024;       // a chart of 15 songs takes 40 KiB
 inline constexpr std::size_t kMostMessageData = 1024 * 1024;  // an archived chart of 300 songs
 inline constexpr std::size_t kMostUserInfo = 256 * 1024;      // queued in memory and on disk: as messages

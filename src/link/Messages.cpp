@@ -40,8 +40,10 @@ class ReplyToken {
   std::atomic<bool> answered_ = false;
 };
 
-bool isTooLarge(std::size_t body, bool isDictionary) {
-  return body > (isDictionary ? kMostMessage : kMostMessageData) + kBodyKeys;
+bool isTooLarge(const PlistValue& payload, std::size_t body) {
+  if (const PlistDictionary* dictionary = payload.dictionary())
+    return isLargerThan(kMostMessage, *dictionary, body);
+  return payload.bytes().value_or(ByteView{}).size() > kMostMessageData;
 }
 
 }  // namespace
@@ -105,12 +107,14 @@ void Messages::answer(std::uint64_t connection, std::uint64_t id,
     refuse(id, otherwise);
     return;
   }
-  Bytes body = writePropertyList(*answer);
-  if (isTooLarge(body.size(), answer->find("data") == nullptr)) {
+  std::optional<Bytes> body = writeWholePropertyList(*answer);
+  if (!body) {
+    refuse(id, ErrorCode::unsupportedTypes);
+  } else if (isTooLarge(answer->begin()->value, body->size())) {
     refuse(id, ErrorCode::payloadTooLarge);
   } else {
-    answerBytes_ += body.size() + kFrameHeaderSize;
-    answers_.push_back({FrameType::reply, id, std::move(body)});
+    answerBytes_ += body->size() + kFrameHeaderSize;
+    answers_.push_back({FrameType::reply, id, *std::move(body)});
   }
 }
 
@@ -141,7 +145,7 @@ void Messages::didReceiveMessage(const Frame& frame) {
     refuse(frame.id, ErrorCode::unsupportedTypes);
     return;
   }
-  if (isTooLarge(frame.body.size(), dictionary != nullptr)) {
+  if (isTooLarge(dictionary != nullptr ? *message : *data, frame.body.size())) {
     refuse(frame.id, ErrorCode::payloadTooLarge);
     return;
   }
@@ -179,7 +183,7 @@ void Messages::didReceiveReply(const Frame& frame) {
     finish(waiting, ErrorCode::replyFailed);
     return;
   }
-  if (isTooLarge(frame.body.size(), !isData)) {
+  if (isTooLarge(*reply, frame.body.size())) {
     finish(waiting, ErrorCode::payloadTooLarge);
     return;
   }
