@@ -62,7 +62,8 @@ class LinkStore {
   virtual std::optional<Row> receivedContext() const = 0;
   /// The application has handled it. Kept by the next flush(), or the end of this store.
   virtual void removeReceived(std::uint64_t id) = 0;
-  virtual void contextWasHandled(std::uint64_t version) = 0;
+  /// No matter by now when a later one has come, or the other end numbers anew.
+  virtual void contextWasHandled(const Arrival& arrival) = 0;
   virtual void flush() = 0;
 
   /// Ends the pairing: pin, cursor, queues and contexts go in one step, the epoch is a new one. Gives the

@@ -151,6 +151,10 @@ Cursor SqliteStore::cursor() const {
 
 bool SqliteStore::restart(const Cursor& cursor) {
   const MutexLock lock(state_->databaseMutex);
+  {
+    const MutexLock factsLock(state_->factsMutex);
+    state_->handledContext = 0;
+  }
   return state_->change([&](StoreFacts& next, QueueSizes&) {
     next.cursor = cursor;
     return true;
@@ -240,9 +244,9 @@ void SqliteStore::removeReceived(std::uint64_t id) {
   state_->handledIds.push_back(id);
 }
 
-void SqliteStore::contextWasHandled(std::uint64_t version) {
+void SqliteStore::contextWasHandled(const Arrival& arrival) {
   const MutexLock lock(state_->factsMutex);
-  state_->handledContext = std::max(state_->handledContext, version);
+  if (state_->facts.cursor.epoch == arrival.epoch) state_->handledContext = arrival.number;
 }
 
 void SqliteStore::flush() {

@@ -52,7 +52,7 @@ class SqliteStore : public LinkStore {
   std::vector<Received> received(Queue queue) const override;
   std::optional<Row> receivedContext() const override;
   void removeReceived(std::uint64_t id) override;
-  void contextWasHandled(std::uint64_t version) override;
+  void contextWasHandled(const Arrival& arrival) override;
   void flush() override;
   std::optional<Unsent> unpair() override;
 

@@ -55,7 +55,7 @@ StoreState::StoreState(LinkStore& store, Database opened, const Epoch& fresh)
       lastReceived(database.handle(), "SELECT coalesce(max(id), 0) FROM received"),
       putContext(database.handle(), "INSERT OR REPLACE INTO contexts VALUES (?, ?, ?, 0)"),
       getContext(database.handle(), "SELECT version, body FROM contexts WHERE received = ? AND handled = 0"),
-      handleContext(database.handle(), "UPDATE contexts SET handled = 1 WHERE received = 1 AND version <= ?"),
+      handleContext(database.handle(), "UPDATE contexts SET handled = 1 WHERE received = 1 AND version = ?"),
       facts(tables.read()),
       sizes{items.size(), files.size()} {
   if (lastReceived.step()) nextId = lastReceived.number(0) + 1;

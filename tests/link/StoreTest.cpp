@@ -96,6 +96,24 @@ TEST_F(StoreTest, UnpairingAndAnotherPinTakeEverythingInOneStep) {
   }
 }
 
+TEST_F(StoreTest, AnOldContextsHandlerSaysNothingOfANewOne) {
+  const auto store = open();
+  constexpr Epoch kLater = {std::byte{8}};
+  store->restart({kPeer, 1, 1, 0});
+  store->receiveContext({5, Bytes(1)});
+  store->restart({kLater, 1, 1, 0});
+  store->receiveContext({2, Bytes(1)});
+  store->contextWasHandled({kPeer, 5});
+  store->flush();
+  EXPECT_TRUE(store->receivedContext());
+  store->contextWasHandled({kLater, 1});
+  store->flush();
+  EXPECT_TRUE(store->receivedContext());
+  store->contextWasHandled({kLater, 2});
+  store->flush();
+  EXPECT_FALSE(store->receivedContext());
+}
+
 TEST_F(StoreTest, KnowsWhatTheOtherEndCannotHave) {
   const auto store = open();
   for (int i = 0; i < 5; ++i) store->append(Queue::items, Bytes(1));
