@@ -29,6 +29,8 @@ struct SessionOptions {
   std::string spoolFolder;
   Timing timing;
   std::shared_ptr<Spool> spool{};  // in the place of the folder, for tests
+  /// A line for whoever runs this end: a handler has failed for good. Any thread; may be empty.
+  std::function<void(const std::string&)> log{};
 };
 
 /// One end of the paired link. Operations may be called from any thread and return at once, unless they say

@@ -30,7 +30,7 @@ SessionCore::SessionCore(Strand& strand, LinkStore& store, SessionOptions option
       store_(store),
       options_(std::move(options)),
       spool_(options_.spool != nullptr ? options_.spool : folderSpool(options_.spoolFolder)),
-      delivery_(mailbox, delegate, std::move(deliver), std::move(answer)),
+      delivery_(mailbox, delegate, std::move(deliver), std::move(answer), options_.log),
       messages_(strand, mailbox, delivery_, options_.timing),
       items_(store, delivery_),
       contexts_(store, delivery_),

@@ -53,6 +53,7 @@ TEST_F(QueuesTest, AHandlerThatThrowsGetsTheItemThreeTimes) {
   info(world.phone, 2);
   world.connectAndRun();
   EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "info 1", "info 1", "info 1", "info 2", "info 2"}));
+  EXPECT_EQ(world.watch.log, Lines{"Phone link: what came could not be handled: not now"});
 }
 
 TEST_F(QueuesTest, TooMuchIsRefusedOnTheCall) {
