@@ -100,7 +100,9 @@ Statement& Statement::bind(int parameter, ByteView bytes) {
 }
 
 bool Statement::step() {
-  if (sqlite3_step(statement_.get()) == SQLITE_ROW) return true;
+  const int result = sqlite3_step(statement_.get());
+  failed_ = result != SQLITE_ROW && result != SQLITE_DONE;
+  if (result == SQLITE_ROW) return true;
   reset();
   return false;
 }

@@ -16,6 +16,8 @@ class LinkStore {
  public:
   virtual ~LinkStore() = default;
   virtual Epoch epoch() const = 0;
+  /// Whether reading has failed since this was last asked: what was said not to be there may be.
+  virtual bool takeReadFailure() = 0;
 
   /// Queues a row to send and gives its number; nothing when the queue is full, too.
   virtual std::optional<std::uint64_t> append(Queue queue, ByteView body) = 0;

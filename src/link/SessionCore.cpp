@@ -66,6 +66,8 @@ void SessionCore::completeActivation() {
   contexts_.deliverReceived();
   items_.deliverReceived();
   fileReceiver_.deliverReceived();
+  if (store_.takeReadFailure() && options_.log)
+    options_.log("Phone link: what had come earlier cannot be read");
   report();
 }
 
@@ -222,7 +224,7 @@ void SessionCore::connectionDidOpen(Connection& connection, const PlistDictionar
 
 void SessionCore::connectionDidReceive(Connection& connection, const Frame& frame) {
   if (&connection != current_) return;
-  if (!take(frame)) {
+  if (!take(frame) || store_.takeReadFailure()) {
     connection.close("a frame that does not belong here, or cannot be kept");
     return;
   }
@@ -356,6 +358,7 @@ bool SessionCore::takeResume(const Frame& frame) {
     };
     item = firstOf(Queue::items);
     file = firstOf(Queue::files);
+    if (store_.takeReadFailure()) return false;  // no row is no proof that the other end has it
     current_->sendFirst(
         FrameType::gap,
         PlistDictionary{{"epoch", ByteView(own)}, {"item", asNumber(item)}, {"file", asNumber(file)}});

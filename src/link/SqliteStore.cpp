@@ -39,6 +39,10 @@ Epoch SqliteStore::epoch() const {
   return state_->factsNow().epoch;
 }
 
+bool SqliteStore::takeReadFailure() {
+  return state_->readFailed.exchange(false);
+}
+
 std::optional<std::uint64_t> SqliteStore::append(Queue queue, ByteView body) {
   const MutexLock lock(state_->databaseMutex);
   std::uint64_t number = 0;
@@ -62,6 +66,7 @@ std::optional<Row> SqliteStore::firstFrom(Queue queue, std::uint64_t number) con
   if (state_->sizeOf(queue).rows == 0 || number >= nextNumber(queue)) return std::nullopt;
   const MutexLock lock(state_->databaseMutex);
   std::vector<Row> rows = state_->outgoing(queue).rows(number, kNoLimit, 1);
+  if (state_->outgoing(queue).from.hasFailed()) state_->readFailed = true;
   return rows.empty() ? std::nullopt : std::optional(std::move(rows.front()));
 }
 
@@ -230,6 +235,7 @@ std::vector<Received> SqliteStore::received(Queue queue) const {
     std::copy_n(epoch.begin(), std::min(epoch.size(), row.arrival.epoch.size()), row.arrival.epoch.begin());
     rows.push_back(std::move(row));
   }
+  if (select.hasFailed()) state_->readFailed = true;
   return rows;
 }
 
@@ -261,6 +267,7 @@ std::optional<LinkStore::Unsent> SqliteStore::unpair() {
   Unsent unsent;
   unsent.items = state_->items.allNumbers();
   unsent.files = state_->files.allNumbers();
+  if (state_->items.numbers.hasFailed() || state_->files.numbers.hasFailed()) return std::nullopt;
   const bool good =
       state_->change([this](StoreFacts& next, QueueSizes& sizes) { return state_->clear(next, sizes); });
   return good ? std::optional(std::move(unsent)) : std::nullopt;

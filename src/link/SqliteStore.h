@@ -30,6 +30,7 @@ class SqliteStore : public LinkStore {
   bool setPin(const KeyHash& key);
 
   Epoch epoch() const override;
+  bool takeReadFailure() override;
   std::optional<std::uint64_t> append(Queue queue, ByteView body) override;
   std::optional<Row> firstFrom(Queue queue, std::uint64_t number) const override;
   bool remove(Queue queue, std::uint64_t number, bool delivered) override;

@@ -157,6 +157,7 @@ Row StoreState::contextRow(bool received) {
     row = {getContext.number(0), copied(getContext.bytes(1))};
     getContext.reset();
   }
+  if (getContext.hasFailed()) readFailed = true;
   return row;
 }
 

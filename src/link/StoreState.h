@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <vector>
@@ -59,6 +60,7 @@ struct StoreState {
   OutgoingTable items, files;
   Statement insertReceived, selectReceived, deleteReceived, lastReceived;
   Statement putContext, getContext, handleContext;
+  std::atomic<bool> readFailed = false;
   std::uint64_t nextId GUARDED_BY(databaseMutex) = 1;
   bool sending GUARDED_BY(databaseMutex) = false;
   mutable Mutex factsMutex;  // never held while the disk works
