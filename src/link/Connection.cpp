@@ -124,12 +124,14 @@ void Connection::streamDidWrite() {
 }
 
 void Connection::streamDidEnd(const std::string& reason) {
+  ended_ = true;
+  takeFrames();
   end(reason);
 }
 
 void Connection::takeFrames() {
   while (phase_ != Phase::closed && !leaving_ && !isHeldUp()) {
-    if (const Duration wait = rate_.wait(strand_.now()); wait > Duration::zero()) {
+    if (const Duration wait = rate_.wait(strand_.now()); wait > Duration::zero() && !ended_) {
       rateTimer_ = strand_.after(wait, [this] {
         rateTimer_.reset();
         takeFrames();

@@ -60,7 +60,7 @@ class Connection : private StreamReceiver {
   void takeFrames();
   void take(const Frame& frame);
   void takeIntroduction(const Frame& frame);
-  bool isHeldUp() const { return paused_ || rateTimer_ != nullptr; }
+  bool isHeldUp() const { return !ended_ && (paused_ || rateTimer_ != nullptr); }
   /// Reads what can be taken, or kept until it can.
   void readOrNot();
   void watchSilence();
@@ -79,6 +79,7 @@ class Connection : private StreamReceiver {
   bool writing_ = false;
   bool paused_ = false;
   bool reading_ = true;
+  bool ended_ = false;                  // the stream: what was read ahead is all that comes
   std::optional<std::string> leaving_;  // why; nothing more is taken or sent
   Time heard_;
   Time pinged_;

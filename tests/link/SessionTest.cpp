@@ -179,6 +179,18 @@ TEST_F(SessionTest, StopsReadingWhileHandlersAreBehindAndTellsThatItLives) {
   EXPECT_FALSE(world.watch.session->state().connected) << "a dead one is found by a busy end";
 }
 
+TEST_F(SessionTest, TakesWhatItHasReadAheadBeforeTheConnectionEnded) {
+  world.connectAndRun();
+  world.watch.holding = true;
+  for (int n = 0; n < 80; ++n) world.phone.send(n);
+  world.strand.run();
+  EXPECT_EQ(world.watch.held.size(), kMostUndelivered);
+  world.wires.back()->cut();
+  world.strand.run();
+  EXPECT_FALSE(world.watch.session->state().connected);
+  EXPECT_EQ(world.watch.held.size(), 80U);
+}
+
 TEST_F(SessionTest, BoundsWhatWaitsForAPeerThatDoesNotRead) {
   world.watch.ear.onMessage = [](const auto&, const auto& reply) { reply({{"b", Bytes(200'000)}}); };
   RawPeer peer(world.strand, world.watch);
