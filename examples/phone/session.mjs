@@ -32,6 +32,7 @@ export class Session {
   #sentItem = 0;
   #sentContext = 0;
   #heard = Date.now();
+  #introduced = 0;
 
   /** `store`: { queues, save() }. `handler`: { request(name, message), event(name, what) }. */
   static async open(options, store, handler) {
@@ -63,6 +64,7 @@ export class Session {
       end();
     }));
     socket.on('error', () => {});
+    this.#introduced = performance.now();
     this.#send('HELLO', 0, { version: 1, role: 'phone', run: RUN, epoch: this.#queues.epoch });
   }
 
@@ -98,7 +100,7 @@ export class Session {
       const id = ++this.#message;
       const late = setTimeout(() => this.#end(id, ({ reject: no }) => no(new Error('7012: no answer'))), 10_000);
       this.#waiting.set(id, { resolve, reject, late });
-      this.#send('MSG', id, { ...body, ttl: 10_000 });
+      this.#send('MSG', id, { ...body, ttl: 10_000, sent: Math.floor(performance.now() - this.#introduced) });
     });
   }
 
@@ -233,12 +235,7 @@ export class Session {
 
   /** This phone wants no files. */
   takeFILE_BEGIN(_, id) {
-    const { theirs } = this.#queues;
-    const isOld = id < theirs.file;
-    if (!isOld) {
-      theirs.file = id + 1;
-      this.#store.save();
-    }
+    const isOld = id < this.#queues.theirs.file;
     this.#send(isOld ? 'FILE_DONE' : 'FILE_ERR', id, isOld ? undefined : { code: 7015 });
   }
   takeFILE_HAVE({ offset }, id) {

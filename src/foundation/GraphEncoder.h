@@ -27,6 +27,8 @@ class GraphEncoder {
 
   explicit GraphEncoder(Sink& sink) : sink_(sink) {}
 
+  /// Whether something was nested too deep.
+  bool hasCut() const { return hasCut_; }
   /// The reference of the root.
   Index encode(const PlistValue& root) {
     visit(root);
@@ -67,7 +69,7 @@ class GraphEncoder {
     }
     if (depth_ == kMostNesting) {
       references_.push_back(sink_.leaf(PlistValue()));
-      stack_[depth_ - 1].cut = true;
+      stack_[depth_ - 1].cut = hasCut_ = true;
       return;
     }
     const ContainerRep* rep = array != nullptr ? static_cast<ContainerRep*>(StorageAccess::rep(*array))
@@ -109,6 +111,7 @@ class GraphEncoder {
 
   Sink& sink_;
   std::uint32_t depth_ = 0;
+  bool hasCut_ = false;
   std::array<Frame, kMostNesting> stack_;
   std::vector<Index> references_;  // of finished children whose containers are not
   std::unordered_map<const void*, Done> done_;

@@ -21,5 +21,7 @@ std::optional<PlistValue> readPropertyList(ByteView input);
 /// be read back. Equal values give equal bytes, however they came about: equal parts are written once, and
 /// reals that single precision holds exactly take four bytes. Any thread.
 Bytes writePropertyList(const PlistValue& value);
+/// The same, or nothing for what is nested deeper.
+std::optional<Bytes> writeWholePropertyList(const PlistValue& value);
 
 }  // namespace tunevale

@@ -26,13 +26,26 @@ class PlainSink {
   std::vector<Index> keys_;
 };
 
+Bytes write(const PlistValue& value, bool& hasCut) {
+  BinaryWriter writer;
+  PlainSink sink(writer);
+  GraphEncoder encoder(sink);
+  const BinaryWriter::Index root = encoder.encode(value);
+  hasCut = encoder.hasCut();
+  return writer.finish(root);
+}
+
 }  // namespace
 
 Bytes writePropertyList(const PlistValue& value) {
-  BinaryWriter writer;
-  PlainSink sink(writer);
-  const BinaryWriter::Index root = GraphEncoder(sink).encode(value);
-  return writer.finish(root);
+  bool ignored = false;
+  return write(value, ignored);
+}
+
+std::optional<Bytes> writeWholePropertyList(const PlistValue& value) {
+  bool hasCut = false;
+  Bytes bytes = write(value, hasCut);
+  return hasCut ? std::nullopt : std::optional(std::move(bytes));
 }
 
 }  // namespace tunevale

@@ -124,7 +124,8 @@ struct LinkPhoneSession::Parts {
             std::in_place, loop, store,
             link::SessionOptions{.role = link::Role::watch,
                                  .spoolFolder = options.folder + "/Spool",
-                                 .timing = options.timing},
+                                 .timing = options.timing,
+                                 .log = options.log},
             *receiver, [this](Block block) { queue->async(std::move(block)); },
             [&main, held = receiver](Block block) {
               main.async([held, block = std::move(block)] { block(); });

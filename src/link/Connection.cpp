@@ -23,6 +23,7 @@ Connection::Connection(Strand& strand, const Timing& timing, std::unique_ptr<Str
       rate_(strand.now()),
       heard_(strand.now()),
       pinged_(strand.now()),
+      introduced_(strand.now()),
       opened_(strand.now()) {}
 
 Connection::~Connection() {
@@ -32,7 +33,9 @@ Connection::~Connection() {
 void Connection::start() {
   stream_->start(*this);
   silenceTimer_ = strand_.after(timing_.hello, [this] { close("no introduction in time"); });
-  if (opener_) sendFirst(FrameType::hello, owner_.introduction());
+  if (!opener_) return;
+  introduced_ = strand_.now();
+  sendFirst(FrameType::hello, owner_.introduction());
 }
 
 void Connection::sendFirst(FrameType type, const PlistDictionary& body) {
@@ -65,15 +68,23 @@ void Connection::wake() {
 void Connection::setPaused(bool paused) {
   if (paused == paused_ || phase_ == Phase::closed) return;
   paused_ = paused;
-  heard_ = strand_.now();  // silence while nobody listens says nothing
-  stream_->setReading(!paused && rateTimer_ == nullptr);
+  readOrNot();
   // Not at once: this may have been called for a frame that is being taken.
   if (!paused && rateTimer_ == nullptr) {
     rateTimer_ = strand_.after({}, [this] {
       rateTimer_.reset();
       takeFrames();
+      readOrNot();
     });
   }
+}
+
+void Connection::readOrNot() {
+  const bool reads = !isHeldUp() || reader_.waiting() < kMostReadAhead;
+  if (phase_ == Phase::closed || reads == reading_) return;
+  reading_ = reads;
+  heard_ = strand_.now();  // silence while nobody listens says nothing
+  stream_->setReading(reads);
 }
 
 void Connection::closeAfter(FrameType last, const std::string& reason) {
@@ -95,13 +106,16 @@ void Connection::close(const std::string& reason) {
 }
 
 void Connection::streamDidRead(ByteView bytes) {
+  if (leaving_) return;
   heard_ = strand_.now();
   reader_.append(bytes);
   takeFrames();
+  readOrNot();
 }
 
 void Connection::streamDidWrite() {
   writing_ = false;
+  if (!reading_) heard_ = strand_.now();  // of all that can be heard of it
   if (leaving_ && first_.empty()) {
     close(std::string(*leaving_));
   } else {
@@ -110,18 +124,18 @@ void Connection::streamDidWrite() {
 }
 
 void Connection::streamDidEnd(const std::string& reason) {
+  ended_ = true;
+  takeFrames();
   end(reason);
 }
 
 void Connection::takeFrames() {
-  while (phase_ != Phase::closed && !leaving_ && !paused_ && rateTimer_ == nullptr) {
-    if (const Duration wait = rate_.wait(strand_.now()); wait > Duration::zero()) {
-      stream_->setReading(false);
+  while (phase_ != Phase::closed && !leaving_ && !isHeldUp()) {
+    if (const Duration wait = rate_.wait(strand_.now()); wait > Duration::zero() && !ended_) {
       rateTimer_ = strand_.after(wait, [this] {
         rateTimer_.reset();
-        heard_ = strand_.now();
-        stream_->setReading(!paused_);
         takeFrames();
+        readOrNot();
       });
       return;
     }
@@ -159,9 +173,12 @@ void Connection::takeIntroduction(const Frame& frame) {
     close(objection);
     return;
   }
-  if (!opener_) sendFirst(FrameType::helloAck, owner_.introduction());
-  phase_ = Phase::open;
   opened_ = strand_.now();
+  if (!opener_) {
+    introduced_ = opened_;
+    sendFirst(FrameType::helloAck, owner_.introduction());
+  }
+  phase_ = Phase::open;
   reader_.setMostBody(kMostFrameBody);
   watchSilence();
   owner_.connectionDidOpen(*this, *body);
@@ -169,18 +186,20 @@ void Connection::takeIntroduction(const Frame& frame) {
 
 void Connection::watchSilence() {
   const Time now = strand_.now();
-  // An end that does not listen for a while hears nothing and answers no ping, so it sends some unasked.
-  const bool deaf = paused_ || rateTimer_ != nullptr;
-  if (deaf) heard_ = now;
+  // An end that takes no frames for a while answers no ping, so it sends some unasked. Silence says nothing
+  // to one that does not even read; but if nothing of what it writes goes, the other end has gone, or waits
+  // in the same way.
+  const bool heldUp = isHeldUp();
+  if (!reading_ && !writing_) heard_ = now;
   if (now - heard_ >= timing_.dead) {
     close("the other end has fallen silent");
     return;
   }
-  if (now - (deaf ? pinged_ : std::max(heard_, pinged_)) >= timing_.silence) {
+  if (now - (heldUp ? pinged_ : std::max(heard_, pinged_)) >= timing_.silence) {
     pinged_ = now;
     sendFirst(FrameType::ping);
   }
-  const Time nextPing = (deaf ? pinged_ : std::max(heard_, pinged_)) + timing_.silence;
+  const Time nextPing = (heldUp ? pinged_ : std::max(heard_, pinged_)) + timing_.silence;
   const Time death = heard_ + timing_.dead;
   silenceTimer_ = strand_.after(std::min(nextPing, death) - now, [this] { watchSilence(); });
 }

@@ -36,11 +36,15 @@ class Connection : private StreamReceiver {
   void start();
 
   bool isOpen() const { return phase_ == Phase::open; }
+  /// When this end's introduction was ready to go, and when the other's was read.
+  Time introduced() const { return introduced_; }
+  Time opened() const { return opened_; }
   /// Puts a frame before everything that fill() has.
   void sendFirst(FrameType type, const PlistDictionary& body = {});
   /// There is something to send.
   void wake();
-  /// Whether to stop taking frames. The other end is still told that this one lives.
+  /// Whether to stop taking frames. The other end is still told that this one lives, and heard as long as
+  /// what it sends fits into what is read ahead.
   void setPaused(bool paused);
   /// Sends this frame as the last one, and closes once it is on its way, or soon without.
   void closeAfter(FrameType last, const std::string& reason);
@@ -56,6 +60,9 @@ class Connection : private StreamReceiver {
   void takeFrames();
   void take(const Frame& frame);
   void takeIntroduction(const Frame& frame);
+  bool isHeldUp() const { return !ended_ && (paused_ || rateTimer_ != nullptr); }
+  /// Reads what can be taken, or kept until it can.
+  void readOrNot();
   void watchSilence();
   void end(const std::string& reason);
 
@@ -71,9 +78,12 @@ class Connection : private StreamReceiver {
   Bytes first_;
   bool writing_ = false;
   bool paused_ = false;
+  bool reading_ = true;
+  bool ended_ = false;                  // the stream: what was read ahead is all that comes
   std::optional<std::string> leaving_;  // why; nothing more is taken or sent
   Time heard_;
   Time pinged_;
+  Time introduced_;
   Time opened_;
   std::unique_ptr<Timer> silenceTimer_;
   std::unique_ptr<Timer> rateTimer_;

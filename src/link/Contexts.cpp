@@ -39,11 +39,10 @@ bool Contexts::didReceiveContext(const Frame& frame) {
 }
 
 void Contexts::deliver(const Arrival& arrival, ByteView body) {
-  const std::uint64_t version = arrival.number;
   const std::optional<PlistDictionary> context = readBody(body);
   if (!context || body.size() > kMostContext) {
     // It is acknowledged all the same: sending it again would not mend it.
-    store_.contextWasHandled(version);
+    store_.contextWasHandled(arrival);
     return;
   }
   delivery_.deliver(
@@ -53,9 +52,9 @@ void Contexts::deliver(const Arrival& arrival, ByteView body) {
         delegate.sessionWillReceive(arrival);
         delegate.sessionDidReceiveApplicationContext(context);
       },
-      [&store = store_, version] {
+      [&store = store_, arrival] {
         store.passes(CrashPoint::handlerAfter);
-        store.contextWasHandled(version);
+        store.contextWasHandled(arrival);
       });
 }
 

@@ -93,13 +93,16 @@ Statement& Statement::bind(int parameter, std::uint64_t number) {
 }
 
 Statement& Statement::bind(int parameter, ByteView bytes) {
-  // A null pointer would be NULL; empty bytes are no such thing here, except where a column may be NULL.
-  sqlite3_bind_blob64(statement_.get(), parameter, bytes.data(), bytes.size(), SQLITE_STATIC);
+  // A null pointer would be NULL.
+  const void* data = bytes.empty() ? "" : static_cast<const void*>(bytes.data());
+  sqlite3_bind_blob64(statement_.get(), parameter, data, bytes.size(), SQLITE_STATIC);
   return *this;
 }
 
 bool Statement::step() {
-  if (sqlite3_step(statement_.get()) == SQLITE_ROW) return true;
+  const int result = sqlite3_step(statement_.get());
+  failed_ = result != SQLITE_ROW && result != SQLITE_DONE;
+  if (result == SQLITE_ROW) return true;
   reset();
   return false;
 }

@@ -19,10 +19,12 @@ class Statement {
   Statement(sqlite3* database, const char* sql);
 
   Statement& bind(int parameter, std::uint64_t number);
-  /// The bytes must stay until the statement has run. No bytes are NULL.
+  /// The bytes must stay until the statement has run.
   Statement& bind(int parameter, ByteView bytes);
   /// True when there is a row to look at. False at the end, and then, or when it failed, it is reset.
   bool step();
+  /// Whether the last step() failed.
+  bool hasFailed() const { return failed_; }
   /// Runs what gives no rows; false when it failed.
   bool run();
   /// Gives up further rows.
@@ -37,6 +39,7 @@ class Statement {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
   };
   std::unique_ptr<sqlite3_stmt, Finalizer> statement_;
+  bool failed_ = false;
 };
 
 /// An SQLite database in one file, held by this process alone: a commit that has returned survives the power.

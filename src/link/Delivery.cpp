@@ -5,14 +5,22 @@
 namespace tunevale::link {
 namespace {
 
-// A handler that throws has said that it could not handle what it was given, no more.
-bool succeeds(const Delivery::Call& call, SessionDelegate& delegate) {
+// A handler that throws has said that it could not handle what it was given, no more. Gives what it said.
+std::optional<std::string> complaint(const Delivery::Call& call, SessionDelegate& delegate) {
   try {
     call(delegate);
-    return true;
+    return std::nullopt;
+  } catch (const std::exception& error) {
+    return error.what();
   } catch (...) {
-    return false;
+    return "no reason given";
   }
+}
+
+void attempt(const Delivery::Call& call, SessionDelegate& delegate, int times, const Delivery::LogLine& log) {
+  std::optional<std::string> wrong = "";
+  for (int i = 0; i < times && wrong; ++i) wrong = complaint(call, delegate);
+  if (wrong && log) log("Phone link: what came could not be handled: " + *wrong);
 }
 
 }  // namespace
@@ -21,11 +29,9 @@ void Delivery::deliver(const Weight& weight, Call call, Block handled, int attem
   ++payloads_;
   bytes_ += weight.bytes;
   fileBytes_ += weight.fileBytes;
-  deliver_([mailbox = mailbox_, &delegate = delegate_, weight, call = std::move(call), attempts,
+  deliver_([mailbox = mailbox_, &delegate = delegate_, weight, call = std::move(call), attempts, log = log_,
             handled = std::move(handled)]() mutable {
-    for (int attempt = 0; attempt < attempts; ++attempt) {
-      if (succeeds(call, delegate)) break;
-    }
+    attempt(call, delegate, attempts, log);
     call = {};  // a reply handler in it that nobody kept is dropped here, before the next payload
     if (handled) handled();  // here, so that it is said of the last one too when the session is ending
     mailbox->post([weight](SessionCore& core) { core.payloadWasHandled(weight); });
@@ -33,7 +39,7 @@ void Delivery::deliver(const Weight& weight, Call call, Block handled, int attem
 }
 
 void Delivery::tell(Call call) {
-  deliver_([&delegate = delegate_, call = std::move(call)] { succeeds(call, delegate); });
+  deliver_([&delegate = delegate_, call = std::move(call), log = log_] { attempt(call, delegate, 1, log); });
 }
 
 void Delivery::tellState(const LinkState& state) {

@@ -11,11 +11,14 @@ namespace tunevale::link {
 class Delivery {
  public:
   using Call = std::function<void(SessionDelegate&)>;
-  Delivery(std::shared_ptr<Mailbox> mailbox, SessionDelegate& delegate, Executor deliver, Executor answer)
+  using LogLine = std::function<void(const std::string&)>;
+  Delivery(std::shared_ptr<Mailbox> mailbox, SessionDelegate& delegate, Executor deliver, Executor answer,
+           LogLine log)
       : mailbox_(std::move(mailbox)),
         delegate_(delegate),
         deliver_(std::move(deliver)),
-        answer_(std::move(answer)) {}
+        answer_(std::move(answer)),
+        log_(std::move(log)) {}
 
   /// What waits for its turn.
   struct Weight {
@@ -23,8 +26,8 @@ class Delivery {
     std::uint64_t fileBytes = 0;
     bool isKept = false;  // the store has a word to say when it is handled
   };
-  /// Calls the delegate in turn, up to `attempts` times as long as it throws; then `handled`, in the same
-  /// turn.
+  /// Calls the delegate in turn, up to `attempts` times as long as it throws, and logs that it does so for
+  /// good; then `handled`, in the same turn.
   void deliver(const Weight& weight, Call call, Block handled = {}, int attempts = 1);
   /// Tells the delegate something that came from this end itself.
   void tell(Call call);
@@ -47,6 +50,7 @@ class Delivery {
   SessionDelegate& delegate_;
   Executor deliver_;
   Executor answer_;
+  const LogLine log_;
   std::size_t payloads_ = 0;
   std::size_t bytes_ = 0;
   std::uint64_t fileBytes_ = 0;

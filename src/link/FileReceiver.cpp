@@ -38,7 +38,7 @@ bool FileReceiver::didReceiveBegin(const Frame& frame) {
     return refuse(frame.id, ErrorCode::unsupportedTypes);
   }
   const std::uint64_t size = numberIn(*body, "size");
-  if (size > kMostFile || frame.body.size() > kMostMetadata + kBodyKeys) {
+  if (size > kMostFile || isLargerThan(kMostMetadata, *metadata->dictionary(), frame.body.size())) {
     return refuse(frame.id, ErrorCode::payloadTooLarge);
   }
   if (partial_ == nullptr || partial_->number != frame.id || partial_->size != size ||
@@ -53,6 +53,7 @@ bool FileReceiver::didReceiveBegin(const Frame& frame) {
   partial_->metadata = *metadata->dictionary();
   if (partial_->file == nullptr) return refuse(frame.id, ErrorCode::insufficientSpace);
   partial_->isHeld = true;
+  refused_ = 0;
   return makeRoom();
 }
 
@@ -86,7 +87,7 @@ bool FileReceiver::makeRoom() {
 }
 
 bool FileReceiver::didReceiveData(const Frame& frame) {
-  if (frame.id < store_.cursor().nextFile) return true;  // was refused while this was under way
+  if (frame.id == refused_) return true;  // this was under way then
   const std::optional<PlistDictionary> body = readBody(frame.body);
   const PlistValue* value = body ? body->find("data") : nullptr;
   const std::optional<ByteView> data = value != nullptr ? value->bytes() : std::nullopt;
@@ -111,12 +112,13 @@ void FileReceiver::forget() {
 
 void FileReceiver::connectionDidClose() {
   owed_.clear();
+  refused_ = 0;
   if (partial_ != nullptr) partial_->isHeld = false;
 }
 
 bool FileReceiver::refuse(std::uint64_t number, ErrorCode code) {
   forget();
-  if (!store_.skip(Queue::files, number)) return false;
+  refused_ = number;
   owed_.push_back({FrameType::fileError, number, PlistDictionary{{"code", static_cast<int>(code)}}});
   return true;
 }

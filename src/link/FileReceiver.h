@@ -47,6 +47,8 @@ class FileReceiver {
     PlistDictionary body;
   };
   void open(const Epoch& epoch);
+  /// The other end forgets it when it reads that; the cursor stays, so that until then it offers it again.
+  /// The connection goes on: true.
   bool refuse(std::uint64_t number, ErrorCode code);
   bool completeIfWhole();
   bool keepWhole();
@@ -57,6 +59,7 @@ class FileReceiver {
   const std::shared_ptr<Spool> spool_;
   std::unique_ptr<Partial> partial_;
   std::vector<Owed> owed_;
+  std::uint64_t refused_ = 0;  // the last one in this connection: more of it may be on its way
 };
 
 }  // namespace tunevale::link

@@ -1,6 +1,7 @@
 #include "link/FileRows.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -66,13 +67,28 @@ std::variant<FileRow, ErrorCode> copyIntoSpool(const std::string& path, Spool& s
   return row;
 }
 
-std::string partName(const Epoch& epoch, std::uint64_t number) {
+namespace {
+
+std::string partPrefix(const Epoch& epoch) {
   std::string name = "part-";
   for (const std::byte byte : epoch) {
     name += "0123456789abcdef"[std::to_integer<unsigned>(byte >> 4)];
     name += "0123456789abcdef"[std::to_integer<unsigned>(byte & std::byte{0x0F})];
   }
-  return name + "-" + std::to_string(number);
+  return name + "-";
+}
+
+/// Numbers before this file's may have been cancelled; it may yet go on.
+bool mayGoOn(const std::string& name, const Cursor& cursor) {
+  const std::string prefix = cursor.epoch ? partPrefix(*cursor.epoch) : "";
+  if (prefix.empty() || !name.starts_with(prefix)) return false;
+  return std::strtoull(name.c_str() + prefix.size(), nullptr, 10) >= cursor.nextFile;
+}
+
+}  // namespace
+
+std::string partName(const Epoch& epoch, std::uint64_t number) {
+  return partPrefix(epoch) + std::to_string(number);
 }
 
 std::uint64_t sweepSpool(Spool& spool, const LinkStore& store) {
@@ -85,9 +101,8 @@ std::uint64_t sweepSpool(Spool& spool, const LinkStore& store) {
   }
   for (const Received& row : store.received(Queue::files)) known.insert(readFileRow(row.body).name);
   const Cursor cursor = store.cursor();
-  if (cursor.epoch) known.insert(partName(*cursor.epoch, cursor.nextFile));
   for (const std::string& name : spool.names()) {
-    if (!known.contains(name)) spool.remove(name);
+    if (!known.contains(name) && !mayGoOn(name, cursor)) spool.remove(name);
   }
   return queued;
 }

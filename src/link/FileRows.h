@@ -32,8 +32,8 @@ std::variant<FileRow, ErrorCode> copyIntoSpool(const std::string& path, Spool& s
 /// The name under which a file that is not whole yet waits for the rest of it.
 std::string partName(const Epoch& epoch, std::uint64_t number);
 
-/// Removes what a crash left between spool and store: what no row knows, but for the beginning of a file that
-/// is on its way. Gives the bytes that wait to be sent. Before anything else uses the spool.
+/// Removes what a crash left between spool and store: what no row knows, but for the beginnings of files that
+/// may still come. Gives the bytes that wait to be sent. Before anything else uses the spool.
 std::uint64_t sweepSpool(Spool& spool, const LinkStore& store);
 
 }  // namespace tunevale::link

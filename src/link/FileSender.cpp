@@ -6,6 +6,7 @@ namespace tunevale::link {
 
 std::variant<std::uint64_t, ErrorCode> FileSender::queue(const std::string& path,
                                                          const PlistDictionary& metadata) {
+  const MutexLock lock(queueMutex_);
   if (queuedBytes_ > kMostQueuedFileBytes) return ErrorCode::insufficientSpace;
   std::variant<FileRow, ErrorCode> copied = copyIntoSpool(path, *spool_, store_);
   if (const ErrorCode* error = std::get_if<ErrorCode>(&copied)) return *error;
@@ -97,7 +98,9 @@ void FileSender::didReceiveDone(const Frame& frame) {
 void FileSender::didReceiveError(const Frame& frame) {
   if (frame.id != number_) return;
   const std::optional<PlistDictionary> body = readBody(frame.body);
-  stuck_ = !finish(frame.id, errorCodeFrom(body ? static_cast<long long>(numberIn(*body, "code")) : 0), true);
+  // Not delivered: the other end may go on waiting for this number.
+  stuck_ =
+      !finish(frame.id, errorCodeFrom(body ? static_cast<long long>(numberIn(*body, "code")) : 0), false);
 }
 
 void FileSender::connectionDidClose() {
@@ -109,7 +112,10 @@ void FileSender::connectionDidClose() {
 
 void FileSender::forgetAll(const std::vector<std::uint64_t>& numbers, ErrorCode code) {
   connectionDidClose();
-  queuedBytes_ = 0;
+  {
+    const MutexLock lock(queueMutex_);  // what was queued since the rows went stays
+    queuedBytes_ = sweepSpool(*spool_, store_);
+  }
   for (const std::uint64_t number : numbers) tell(number, code);
 }
 

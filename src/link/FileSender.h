@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "foundation/Mutex.h"
 #include "link/Delivery.h"
 #include "link/FileRows.h"
 #include "link/FrameWriter.h"
@@ -13,9 +14,11 @@ namespace tunevale::link {
 /// Files on their way out, one after another, a chunk at a time. Strand only, but for what says otherwise.
 class FileSender {
  public:
-  /// `queued`: bytes that wait from earlier.
-  FileSender(LinkStore& store, Delivery& delivery, std::shared_ptr<Spool> spool, std::uint64_t queued)
-      : store_(store), delivery_(delivery), spool_(std::move(spool)), queuedBytes_(queued) {}
+  /// Sweeps the spool.
+  FileSender(LinkStore& store, Delivery& delivery, std::shared_ptr<Spool> spool)
+      : store_(store), delivery_(delivery), spool_(std::move(spool)) {
+    queuedBytes_ = sweepSpool(*spool_, store_);
+  }
 
   /// Copies a file and queues it; its number, or 7009, 7013 or 7015. Any thread.
   std::variant<std::uint64_t, ErrorCode> queue(const std::string& path, const PlistDictionary& metadata);
@@ -28,7 +31,7 @@ class FileSender {
   void didReceiveDone(const Frame& frame);
   void didReceiveError(const Frame& frame);
   void connectionDidClose();
-  /// The rows are gone already.
+  /// The rows are gone already. Sweeps the spool.
   void forgetAll(const std::vector<std::uint64_t>& numbers, ErrorCode code);
 
  private:
@@ -43,7 +46,8 @@ class FileSender {
   LinkStore& store_;
   Delivery& delivery_;
   const std::shared_ptr<Spool> spool_;
-  std::atomic<std::uint64_t> queuedBytes_;
+  Mutex queueMutex_;  // from a copy in the spool to its row, and while the spool is swept
+  std::atomic<std::uint64_t> queuedBytes_ = 0;
   Phase phase_ = Phase::idle;
   bool stuck_ = false;        // what cannot be removed is not offered again in this connection
   std::uint64_t number_ = 0;  // of the current one

@@ -14,6 +14,8 @@ class FrameReader {
   void setMostBody(std::size_t bytes) { mostBody_ = bytes; }
 
   void append(ByteView bytes);
+  /// Bytes that next() has not given yet.
+  std::size_t waiting() const { return buffer_.size() - start_; }
   /// The next whole frame; nothing when more bytes are needed or the stream is broken. Its body is valid
   /// until the next call of either.
   std::optional<Frame> next();

@@ -5,6 +5,7 @@
 #include "foundation/PlistDictionary.h"
 #include "foundation/PropertyList.h"
 #include "link/Frame.h"
+#include "link/LinkLimits.h"
 
 namespace tunevale::link {
 
@@ -29,6 +30,12 @@ inline std::optional<PlistDictionary> readBody(ByteView body) {
   const std::optional<PlistValue> value = readPropertyList(body);
   const PlistDictionary* dictionary = value ? value->dictionary() : nullptr;
   return dictionary != nullptr ? std::optional(*dictionary) : std::nullopt;
+}
+
+/// Whether a dictionary in a body of so many bytes takes more than `most` by itself.
+inline bool isLargerThan(std::size_t most, const PlistDictionary& payload, std::size_t body) {
+  if (body <= most) return false;
+  return body > most + kBodyKeys || writePropertyList(payload).size() > most;
 }
 
 /// A whole number that is not negative; 0 for everything else.

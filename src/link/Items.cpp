@@ -1,6 +1,7 @@
 #include "link/Items.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "link/PlantedFault.h"
 
@@ -12,9 +13,29 @@ void Items::deliverReceived() {
   }
 }
 
-void Items::resume(std::uint64_t next) {
+bool Items::resume(std::uint64_t next, const PlistDictionary& resume) {
+  const PlistValue* value = resume.find("refused");
+  if (const PlistArray* refused = value != nullptr ? value->array() : nullptr) {
+    for (const PlistValue& one : *refused) {
+      const PlistDictionary* refusal = one.dictionary();
+      const std::uint64_t number = refusal != nullptr ? numberIn(*refusal, "item") : 0;
+      if (number > 0 && number < next && !finishRefused(number, numberIn(*refusal, "code"))) return false;
+    }
+  }
   finishBelow(next);
   nextToWrite_ = next;
+  return true;
+}
+
+void Items::addRefusals(PlistDictionary& resume) {
+  const std::vector<Cursor::Refusal> refused = store_.cursor().refused;
+  toldRefusals_ = refused.size();
+  if (refused.empty()) return;
+  PlistArray list;
+  for (const Cursor::Refusal& one : refused) {
+    list.append(PlistDictionary{{"item", asNumber(one.number)}, {"code", one.code}});
+  }
+  resume.set("refused", list);
 }
 
 bool Items::fill(FrameWriter& frames) {
@@ -30,7 +51,7 @@ bool Items::fill(FrameWriter& frames) {
 bool Items::fillAcknowledgements(FrameWriter& frames) {
   if (refused_.empty() && !owesAck_) return false;
   for (const auto& [number, code] : refused_) {
-    frames.add(FrameType::nak, number, PlistDictionary{{"code", static_cast<int>(code)}});
+    frames.add(FrameType::nak, number, PlistDictionary{{"code", code}});
   }
   refused_.clear();
   std::uint64_t received = store_.cursor().nextItem - 1;
@@ -49,17 +70,20 @@ void Items::cancel(std::uint64_t number) {
 bool Items::didReceiveItem(const Frame& frame) {
   const Cursor cursor = store_.cursor();
   if (!cursor.epoch) return false;
+  // Whoever sends an item has read the RESUME of this connection.
+  if (!store_.forgetRefusals(std::exchange(toldRefusals_, 0))) return false;
   if (frame.id < (unkept_.empty() ? cursor.nextItem : unkept_.back().number + 1)) {
     owesAck_ = true;
     return true;
   }
-  const std::optional<PlistValue> value = readPropertyList(frame.body);
-  const PlistDictionary* userInfo = value ? value->dictionary() : nullptr;
-  if (userInfo == nullptr || frame.body.size() > kMostUserInfo) {
-    refused_.emplace_back(frame.id,
-                          userInfo == nullptr ? ErrorCode::unsupportedTypes : ErrorCode::payloadTooLarge);
+  const std::optional<PlistDictionary> userInfo = readBody(frame.body);
+  if (!userInfo || frame.body.size() > kMostUserInfo) {
+    const ErrorCode code = !userInfo ? ErrorCode::unsupportedTypes : ErrorCode::payloadTooLarge;
+    const Cursor::Refusal refusal{frame.id, static_cast<int>(code)};
+    if (!keep() || !store_.refuseItem(refusal)) return false;
+    refused_.push_back(refusal);
     owesAck_ = true;
-    return keep() && store_.skip(Queue::items, frame.id) && refused_.size() <= kMostUnreadAnswers;
+    return true;
   }
   unkept_.push_back({frame.id, Bytes(frame.body.begin(), frame.body.end())});
   unkeptInfos_.push_back(*userInfo);
@@ -107,17 +131,23 @@ void Items::didReceiveAck(const Frame& frame) {
   finishBelow(std::min(frame.id, nextToWrite_ - 1) + 1);
 }
 
-void Items::didReceiveNak(const Frame& frame) {
-  std::optional<Row> row = store_.firstFrom(Queue::items, frame.id);
-  if (!row || row->number != frame.id || frame.id >= nextToWrite_) return;
+bool Items::didReceiveNak(const Frame& frame) {
   const std::optional<PlistDictionary> body = readBody(frame.body);
-  if (!store_.remove(Queue::items, frame.id, true)) return;  // told when it is acknowledged
-  tell(std::move(*row), errorCodeFrom(body ? static_cast<long long>(numberIn(*body, "code")) : 0));
+  return frame.id >= nextToWrite_ || finishRefused(frame.id, body ? numberIn(*body, "code") : 0);
+}
+
+bool Items::finishRefused(std::uint64_t number, std::uint64_t code) {
+  std::optional<Row> row = store_.firstFrom(Queue::items, number);
+  if (!row || row->number != number) return true;  // known already, or cancelled
+  if (!store_.remove(Queue::items, number, true)) return false;
+  tell(std::move(*row), errorCodeFrom(static_cast<long long>(code)));
+  return true;
 }
 
 void Items::connectionDidClose() {
   owesAck_ = false;
-  refused_.clear();
+  refused_.clear();  // told in the next RESUME
+  toldRefusals_ = 0;
   keep();  // or it comes again
 }
 

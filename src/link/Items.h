@@ -15,18 +15,21 @@ class Items {
 
   /// Delivers what an earlier process received.
   void deliverReceived();
-  /// The other end has everything below this number.
-  void resume(std::uint64_t next);
+  /// The other end has everything below this number, but for what it says it has refused. False when that
+  /// cannot be kept.
+  bool resume(std::uint64_t next, const PlistDictionary& resume);
+  /// What this end has refused, for its RESUME.
+  void addRefusals(PlistDictionary& resume);
   bool fill(FrameWriter& frames);
   bool fillAcknowledgements(FrameWriter& frames);
   void cancel(std::uint64_t number);
   /// These are false when the connection cannot go on.
   bool didReceiveItem(const Frame& frame);
+  bool didReceiveNak(const Frame& frame);
   /// Keeps what has come, in one step, and delivers it; only then is it acknowledged.
   bool keep();
   bool hasUnkept() const { return !unkept_.empty(); }
   void didReceiveAck(const Frame& frame);
-  void didReceiveNak(const Frame& frame);
   void connectionDidClose();
   /// The rows are gone already.
   void forgetAll(const std::vector<std::uint64_t>& numbers, ErrorCode code);
@@ -35,6 +38,7 @@ class Items {
   void deliver(std::uint64_t id, Arrival arrival, std::size_t size, const PlistDictionary& userInfo);
   void tell(Row row, std::optional<ErrorCode> code);
   void finishBelow(std::uint64_t number);
+  bool finishRefused(std::uint64_t number, std::uint64_t code);
 
   LinkStore& store_;
   Delivery& delivery_;
@@ -42,7 +46,8 @@ class Items {
   std::vector<Row> unkept_;
   std::vector<PlistDictionary> unkeptInfos_;
   bool owesAck_ = false;
-  std::vector<std::pair<std::uint64_t, ErrorCode>> refused_;
+  std::vector<Cursor::Refusal> refused_;  // to tell
+  std::size_t toldRefusals_ = 0;          // in the RESUME of this connection
 };
 
 }  // namespace tunevale::link

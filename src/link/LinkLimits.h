@@ -5,7 +5,8 @@
 
 namespace tunevale::link {
 
-/// What one end takes from the other, and offers to it. All sizes in bytes.
+/// What one end takes from the other, and offers to it. All sizes in bytes: of data as they are, of
+/// dictionaries as writePropertyList() writes them, without what stands around them in a frame.
 inline constexpr std::size_t kMostMessage = 256 * 1024;       // a chart of 15 songs takes 40 KiB
 inline constexpr std::size_t kMostMessageData = 1024 * 1024;  // an archived chart of 300 songs
 inline constexpr std::size_t kMostUserInfo = 256 * 1024;      // queued in memory and on disk: as messages
@@ -37,6 +38,8 @@ inline constexpr double kFrameBurst = 400;
 /// Payloads that were received and not yet handled. Past either, reading pauses until half is handled.
 inline constexpr std::size_t kMostUndelivered = 64;
 inline constexpr std::size_t kMostUndeliveredBytes = 4 * 1024 * 1024;
+/// What is read ahead while reading pauses, so that the other end's pongs are heard meanwhile.
+inline constexpr std::size_t kMostReadAhead = 64 * 1024;
 /// Received files that wait for their handlers. Past it, the next file is not answered until there is room.
 inline constexpr std::uint64_t kMostUndeliveredFileBytes = 16 * 1024 * 1024;
 
@@ -52,6 +55,8 @@ inline constexpr std::size_t kMostQueuedBytes = 32 * 1024 * 1024;
 inline constexpr std::uint64_t kMostQueuedFileBytes = 256 * 1024 * 1024;  // beside their rows
 /// Received items that are kept in one step: what comes in one read, up to this many.
 inline constexpr std::size_t kMostBatch = 32;
+/// Refused items of which the other end may not know yet. One more closes the connection; the next tells it.
+inline constexpr std::size_t kMostRefusals = 256;
 /// How often an item is given to a handler that throws.
 inline constexpr int kMostAttempts = 3;
 

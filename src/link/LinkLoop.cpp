@@ -1,5 +1,6 @@
 #include "link/LinkLoop.h"
 
+#include <ctime>
 #include <random>
 #include <thread>
 
@@ -68,6 +69,12 @@ void LinkLoop::post(Block block) {
 
 std::unique_ptr<Timer> LinkLoop::after(Duration delay, Block block) {
   return std::make_unique<LoopTimer>(state_->context, delay, std::move(block));
+}
+
+Time LinkLoop::now() const {
+  timespec now{};
+  ::clock_gettime(CLOCK_BOOTTIME, &now);  // cannot fail: Linux 2.6.39 knows it
+  return Time(std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec));
 }
 
 std::uint64_t LinkLoop::random() {

@@ -28,7 +28,8 @@ class LinkLoop : public Strand {
 
   void post(Block block) override;
   std::unique_ptr<Timer> after(Duration delay, Block block) override;
-  Time now() const override { return std::chrono::steady_clock::now(); }
+  /// Goes on while the machine sleeps; what after() waits for does not, and is late by that.
+  Time now() const override;
   std::uint64_t random() override;
 
   /// For the sockets of this end.

@@ -16,12 +16,14 @@ class LinkStore {
  public:
   virtual ~LinkStore() = default;
   virtual Epoch epoch() const = 0;
+  /// Whether reading has failed since this was last asked: what was said not to be there may be.
+  virtual bool takeReadFailure() = 0;
 
   /// Queues a row to send and gives its number; nothing when the queue is full, too.
   virtual std::optional<std::uint64_t> append(Queue queue, ByteView body) = 0;
   /// The first row to send with at least this number.
   virtual std::optional<Row> firstFrom(Queue queue, std::uint64_t number) const = 0;
-  /// Also false when there is no such row. `delivered`: the other end has it, or has refused it.
+  /// Also false when there is no such row. `delivered`: the other end does not wait for it any more.
   virtual bool remove(Queue queue, std::uint64_t number, bool delivered) = 0;
   /// The other end has everything below this number: removes these rows, some at a time, and gives what it
   /// has removed. Empty when there are no more.
@@ -40,6 +42,10 @@ class LinkStore {
   virtual std::uint64_t contextVersion() const = 0;
   virtual bool setContext(const Row& context) = 0;
 
+  /// Whether the other end waits to be unlocked, as it has said last; false at first.
+  virtual bool peerIsLocked() const = 0;
+  virtual bool setPeerLocked(bool locked) = 0;
+
   virtual Cursor cursor() const = 0;
   /// Forgets how far the other end's former numbering went. Received rows stay.
   virtual bool restart(const Cursor& cursor) = 0;
@@ -48,15 +54,18 @@ class LinkStore {
   virtual std::optional<std::uint64_t> receive(Queue queue, std::span<const Row> rows) = 0;
   /// The same for the received context, in the place of the one before.
   virtual bool receiveContext(const Row& context) = 0;
-  /// Moves the cursor past a row that is refused.
-  virtual bool skip(Queue queue, std::uint64_t number) = 0;
+  /// Moves the cursor past an item that is refused, and remembers that it was.
+  virtual bool refuseItem(const Cursor::Refusal& refusal) = 0;
+  /// The other end knows of the first `count` refusals.
+  virtual bool forgetRefusals(std::size_t count) = 0;
 
   /// What a former process received and did not handle, in its order; all of it is `again`.
   virtual std::vector<Received> received(Queue queue) const = 0;
   virtual std::optional<Row> receivedContext() const = 0;
   /// The application has handled it. Kept by the next flush(), or the end of this store.
   virtual void removeReceived(std::uint64_t id) = 0;
-  virtual void contextWasHandled(std::uint64_t version) = 0;
+  /// No matter by now when a later one has come, or the other end numbers anew.
+  virtual void contextWasHandled(const Arrival& arrival) = 0;
   virtual void flush() = 0;
 
   /// Ends the pairing: pin, cursor, queues and contexts go in one step, the epoch is a new one. Gives the

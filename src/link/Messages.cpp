@@ -1,11 +1,18 @@
 #include "link/Messages.h"
 
 #include <atomic>
+#include <utility>
 
 #include "link/SessionCore.h"
 
 namespace tunevale::link {
 namespace {
+
+using std::chrono::ceil;
+using std::chrono::floor;
+using std::chrono::milliseconds;
+
+constexpr std::uint64_t kForever = 86'400'000;  // ms: from a day on, a time to live is none
 
 /// What a handler of an incoming message holds: the right to answer once. Whatever happens to it, the other
 /// end hears of it once.
@@ -13,16 +20,17 @@ class ReplyToken {
  public:
   ReplyToken(std::shared_ptr<Mailbox> mailbox, std::uint64_t connection, std::uint64_t id)
       : mailbox_(std::move(mailbox)), connection_(connection), id_(id) {}
-  ~ReplyToken() { answer(std::nullopt); }
+  ~ReplyToken() { answer(std::nullopt, ErrorCode::replyFailed); }
   ReplyToken(const ReplyToken&) = delete;
   ReplyToken& operator=(const ReplyToken&) = delete;
 
-  void answer(std::optional<PlistDictionary> answer) {
+  void answer(std::optional<PlistDictionary> answer, ErrorCode otherwise) {
     if (answered_.exchange(true)) return;
-    mailbox_->post([connection = connection_, id = id_, answer = std::move(answer)](SessionCore& core) {
-      core.messages().answer(connection, id, answer);
-      core.wake();
-    });
+    mailbox_->post(
+        [connection = connection_, id = id_, answer = std::move(answer), otherwise](SessionCore& core) {
+          core.messages().answer(connection, id, answer, otherwise);
+          core.wake();
+        });
   }
 
  private:
@@ -32,14 +40,16 @@ class ReplyToken {
   std::atomic<bool> answered_ = false;
 };
 
-bool isTooLarge(std::size_t body, bool isDictionary) {
-  return body > (isDictionary ? kMostMessage : kMostMessageData) + kBodyKeys;
+bool isTooLarge(const PlistValue& payload, std::size_t body) {
+  if (const PlistDictionary* dictionary = payload.dictionary())
+    return isLargerThan(kMostMessage, *dictionary, body);
+  return payload.bytes().value_or(ByteView{}).size() > kMostMessageData;
 }
 
 }  // namespace
 
 void Messages::send(OutgoingMessage message) {
-  waiting_.emplace(next_++, Waiting{std::move(message), strand_.now() + timing_.reply});
+  waiting_.emplace(next_++, std::move(message));
   if (deadlineTimer_ == nullptr) watchDeadline();
 }
 
@@ -52,8 +62,8 @@ void Messages::failAll(ErrorCode code) {
   while (!waiting_.empty()) finish(waiting_.begin(), code);
 }
 
-void Messages::finish(std::map<std::uint64_t, Waiting>::iterator waiting, ErrorCode code) {
-  OutgoingMessage message = std::move(waiting->second.message);
+void Messages::finish(std::map<std::uint64_t, OutgoingMessage>::iterator waiting, ErrorCode code) {
+  OutgoingMessage message = std::move(waiting->second);
   waiting_.erase(waiting);
   fail(std::move(message), code);
 }
@@ -74,27 +84,37 @@ bool Messages::fill(FrameWriter& frames) {
     answerBytes_ = 0;
     return true;
   }
-  const auto next = waiting_.lower_bound(nextToWrite_);
+  const Time now = strand_.now();
+  auto next = waiting_.lower_bound(nextToWrite_);
+  while (next != waiting_.end() && next->second.deadline <= now) {
+    finish(next, ErrorCode::replyTimedOut);
+    next = waiting_.lower_bound(nextToWrite_);
+  }
   if (next == waiting_.end()) return false;
-  frames.add(FrameType::message, next->first, next->second.message.body);
-  next->second.message.body = {};
+  OutgoingMessage& message = next->second;
+  frames.add(FrameType::message, next->first,
+             PlistDictionary{{message.isData ? "data" : "message", std::exchange(message.payload, {})},
+                             {"ttl", ceil<milliseconds>(message.deadline - now).count()},
+                             {"sent", floor<milliseconds>(now - introduced_).count()}});
   nextToWrite_ = next->first + 1;
   return true;
 }
 
 void Messages::answer(std::uint64_t connection, std::uint64_t id,
-                      const std::optional<PlistDictionary>& answer) {
+                      const std::optional<PlistDictionary>& answer, ErrorCode otherwise) {
   if (connection != connection_) return;
   if (!answer) {
-    refuse(id, ErrorCode::replyFailed);
+    refuse(id, otherwise);
     return;
   }
-  Bytes body = writePropertyList(*answer);
-  if (isTooLarge(body.size(), answer->find("data") == nullptr)) {
+  std::optional<Bytes> body = writeWholePropertyList(*answer);
+  if (!body) {
+    refuse(id, ErrorCode::unsupportedTypes);
+  } else if (isTooLarge(answer->begin()->value, body->size())) {
     refuse(id, ErrorCode::payloadTooLarge);
   } else {
-    answerBytes_ += body.size() + kFrameHeaderSize;
-    answers_.push_back({FrameType::reply, id, std::move(body)});
+    answerBytes_ += body->size() + kFrameHeaderSize;
+    answers_.push_back({FrameType::reply, id, *std::move(body)});
   }
 }
 
@@ -102,6 +122,17 @@ void Messages::refuse(std::uint64_t id, ErrorCode code) {
   answers_.push_back(
       {FrameType::messageError, id, writePropertyList(PlistDictionary{{"code", static_cast<int>(code)}})});
   answerBytes_ += kMostUnreadReplyBytes / kMostUnreadAnswers;
+}
+
+std::optional<Time> Messages::expiryOf(const PlistDictionary& body) const {
+  const std::uint64_t timeToLive = numberIn(body, "ttl");
+  if (timeToLive == 0 || timeToLive >= kForever) return std::nullopt;
+  const Time now = strand_.now();
+  const auto since = static_cast<std::uint64_t>(floor<milliseconds>(now - peerIntroduced_).count());
+  const std::uint64_t sent = body.find("sent") != nullptr ? numberIn(body, "sent") : since;
+  // However long it was on its way: in a buffer, behind a pause, while one of the two slept.
+  const std::uint64_t age = since - std::min(since, sent);
+  return now + milliseconds(timeToLive) - milliseconds(age);
 }
 
 void Messages::didReceiveMessage(const Frame& frame) {
@@ -114,25 +145,28 @@ void Messages::didReceiveMessage(const Frame& frame) {
     refuse(frame.id, ErrorCode::unsupportedTypes);
     return;
   }
-  if (isTooLarge(frame.body.size(), dictionary != nullptr)) {
+  if (isTooLarge(dictionary != nullptr ? *message : *data, frame.body.size())) {
     refuse(frame.id, ErrorCode::payloadTooLarge);
     return;
   }
-  const std::uint64_t timeToLive = numberIn(*body, "ttl");
-  const Time expiry = timeToLive > 0 && timeToLive < 86'400'000
-                          ? strand_.now() + std::chrono::milliseconds(timeToLive)
-                          : Time::max();
+  const std::optional<Time> expiry = expiryOf(*body);
+  if (expiry && *expiry <= strand_.now()) {
+    refuse(frame.id, ErrorCode::replyTimedOut);
+    return;
+  }
   const auto token = std::make_shared<ReplyToken>(mailbox_, connection_, frame.id);
   delivery_.deliver({.bytes = frame.body.size()}, [&strand = strand_, token, expiry, dictionary, bytes,
                                                    keep = *body](SessionDelegate& delegate) {
-    if (strand.now() > expiry) return;  // the sender has given it up; a command must not run late
-    if (dictionary != nullptr) {
+    if (expiry && *expiry <= strand.now()) {
+      // The sender has given it up; a command must not run late.
+      token->answer(std::nullopt, ErrorCode::replyTimedOut);
+    } else if (dictionary != nullptr) {
       delegate.sessionDidReceiveMessage(*dictionary, [token](const PlistDictionary& reply) {
-        token->answer(PlistDictionary{{"reply", reply}});
+        token->answer(PlistDictionary{{"reply", reply}}, {});
       });
     } else {
       delegate.sessionDidReceiveMessageData(*bytes, [token](ByteView reply) {
-        token->answer(PlistDictionary{{"data", reply}});
+        token->answer(PlistDictionary{{"data", reply}}, {});
       });
     }
   });
@@ -141,7 +175,7 @@ void Messages::didReceiveMessage(const Frame& frame) {
 void Messages::didReceiveReply(const Frame& frame) {
   const auto waiting = waiting_.find(frame.id);
   if (waiting == waiting_.end() || frame.id >= nextToWrite_) return;  // late, or for nothing that was asked
-  const bool isData = waiting->second.message.isData;
+  const bool isData = waiting->second.isData;
   const std::optional<PlistDictionary> body = readBody(frame.body);
   const PlistValue* reply = body ? body->find(isData ? "data" : "reply") : nullptr;
   if (reply == nullptr ||
@@ -149,11 +183,11 @@ void Messages::didReceiveReply(const Frame& frame) {
     finish(waiting, ErrorCode::replyFailed);
     return;
   }
-  if (isTooLarge(frame.body.size(), !isData)) {
+  if (isTooLarge(*reply, frame.body.size())) {
     finish(waiting, ErrorCode::payloadTooLarge);
     return;
   }
-  const OutgoingMessage message = std::move(waiting->second.message);
+  const OutgoingMessage message = std::move(waiting->second);
   waiting_.erase(waiting);
   if (isData && message.dataReply) {
     delivery_.answer([handler = message.dataReply, value = *reply] { handler(*value.bytes()); });

@@ -6,8 +6,19 @@
 namespace tunevale::link {
 namespace {
 
-Error tooLarge() {
-  return makeError(ErrorCode::payloadTooLarge);
+std::variant<Bytes, ErrorCode> encoded(const PlistDictionary& payload, std::size_t most) {
+  std::optional<Bytes> body = writeWholePropertyList(payload);
+  if (!body) return ErrorCode::unsupportedTypes;
+  if (body->size() > most) return ErrorCode::payloadTooLarge;
+  return *std::move(body);
+}
+
+/// Why a payload cannot go inside another dictionary: in a message, or beside a file.
+std::optional<ErrorCode> objectionTo(const PlistDictionary& payload, std::size_t most) {
+  const std::optional<Bytes> body = writeWholePropertyList(PlistDictionary{{"p", payload}});
+  if (!body) return ErrorCode::unsupportedTypes;
+  if (isLargerThan(most, payload, body->size())) return ErrorCode::payloadTooLarge;
+  return std::nullopt;
 }
 
 }  // namespace
@@ -36,37 +47,38 @@ LinkState Session::state() const {
 
 void Session::sendMessage(const PlistDictionary& message, ReplyHandler reply, ErrorHandler error) {
   OutgoingMessage out;
-  out.body = writePropertyList(PlistDictionary{{"message", message}, {"ttl", asNumber(core_->timeToLive())}});
+  out.payload = message;
   out.reply = std::move(reply);
   out.error = std::move(error);
-  const bool fits = out.body.size() <= kMostMessage + kBodyKeys;
-  send(std::move(out), fits);
+  send(std::move(out), objectionTo(message, kMostMessage));
 }
 
 void Session::sendMessageData(ByteView data, DataReplyHandler reply, ErrorHandler error) {
   OutgoingMessage out;
-  out.body = writePropertyList(PlistDictionary{{"data", data}, {"ttl", asNumber(core_->timeToLive())}});
+  out.payload = data;
   out.isData = true;
   out.dataReply = std::move(reply);
   out.error = std::move(error);
-  send(std::move(out), data.size() <= kMostMessageData);
+  send(std::move(out),
+       data.size() > kMostMessageData ? std::optional(ErrorCode::payloadTooLarge) : std::nullopt);
 }
 
-void Session::send(OutgoingMessage message, bool fits) {
-  mailbox_->post([message = std::move(message), fits](SessionCore& core) mutable {
-    if (fits) {
-      core.send(std::move(message));
+void Session::send(OutgoingMessage message, std::optional<ErrorCode> objection) {
+  message.deadline = core_->replyDeadline();
+  mailbox_->post([message = std::move(message), objection](SessionCore& core) mutable {
+    if (objection) {
+      core.fail(std::move(message), *objection);
     } else {
-      core.fail(std::move(message), ErrorCode::payloadTooLarge);
+      core.send(std::move(message));
     }
   });
 }
 
 Session::Transfer Session::transferUserInfo(const PlistDictionary& userInfo) {
   if (!isActivated()) return makeError(ErrorCode::notActivated);
-  const Bytes body = writePropertyList(userInfo);
-  if (body.size() > kMostUserInfo) return tooLarge();
-  const std::optional<std::uint64_t> number = core_->store().append(Queue::items, body);
+  const std::variant<Bytes, ErrorCode> body = encoded(userInfo, kMostUserInfo);
+  if (const ErrorCode* error = std::get_if<ErrorCode>(&body)) return makeError(*error);
+  const std::optional<std::uint64_t> number = core_->store().append(Queue::items, std::get<Bytes>(body));
   if (!number) return makeError(ErrorCode::insufficientSpace);
   wake();
   return *number;
@@ -75,7 +87,7 @@ Session::Transfer Session::transferUserInfo(const PlistDictionary& userInfo) {
 Session::Transfer Session::transferFile(const std::string& path, const PlistDictionary& metadata) {
   if (!isActivated()) return makeError(ErrorCode::notActivated);
   if (path.empty()) return makeError(ErrorCode::invalidParameter);
-  if (writePropertyList(metadata).size() > kMostMetadata) return tooLarge();
+  if (const std::optional<ErrorCode> error = objectionTo(metadata, kMostMetadata)) return makeError(*error);
   const std::variant<std::uint64_t, ErrorCode> queued = core_->files().queue(path, metadata);
   if (const ErrorCode* error = std::get_if<ErrorCode>(&queued)) return makeError(*error);
   wake();
@@ -99,12 +111,12 @@ void Session::cancelFile(std::uint64_t number) {
 
 Session::Transfer Session::updateApplicationContext(const PlistDictionary& context) {
   if (!isActivated()) return makeError(ErrorCode::notActivated);
-  Bytes body = writePropertyList(context);
-  if (body.size() > kMostContext) return tooLarge();
+  std::variant<Bytes, ErrorCode> body = encoded(context, kMostContext);
+  if (const ErrorCode* error = std::get_if<ErrorCode>(&body)) return makeError(*error);
   const MutexLock lock(contextMutex_);
   Row row = core_->store().context();
-  if (row.number > 0 && row.body == body) return row.number;
-  row.body = std::move(body);
+  if (row.number > 0 && row.body == std::get<Bytes>(body)) return row.number;
+  row.body = std::get<Bytes>(std::move(body));
   ++row.number;
   if (!core_->store().setContext(row)) return makeError(ErrorCode::insufficientSpace);
   wake();

@@ -29,6 +29,8 @@ struct SessionOptions {
   std::string spoolFolder;
   Timing timing;
   std::shared_ptr<Spool> spool{};  // in the place of the folder, for tests
+  /// A line for whoever runs this end: a handler has failed for good. Any thread; may be empty.
+  std::function<void(const std::string&)> log{};
 };
 
 /// One end of the paired link. Operations may be called from any thread and return at once, unless they say
@@ -58,9 +60,10 @@ class Session {
   /// message data arrive in the order of the calls. Never sent again by themselves.
   void sendMessage(const PlistDictionary& message, ReplyHandler reply, ErrorHandler error);
   void sendMessageData(ByteView data, DataReplyHandler reply, ErrorHandler error);
-  /// Arrives once, in order, however long it takes.
+  /// Arrives once, in order, however long it takes. Errors 7004, 7009, 7010 (nested deeper than 64, or 63
+  /// inside a message or beside a file), 7015; so do the other three.
   Transfer transferUserInfo(const PlistDictionary& userInfo);
-  /// The same among files; the file is copied before this returns. Errors 7008, 7009, 7013, 7015.
+  /// The same among files; the file is copied before this returns. Error 7013 too.
   Transfer transferFile(const std::string& path, const PlistDictionary& metadata);
   void cancelUserInfo(std::uint64_t number);
   void cancelFile(std::uint64_t number);
@@ -86,7 +89,7 @@ class Session {
   void disconnect(const std::string& reason);
 
  private:
-  void send(OutgoingMessage message, bool fits);
+  void send(OutgoingMessage message, std::optional<ErrorCode> objection);
   void wake();
 
   Mutex contextMutex_;  // between comparing a context and keeping it

@@ -30,15 +30,17 @@ SessionCore::SessionCore(Strand& strand, LinkStore& store, SessionOptions option
       store_(store),
       options_(std::move(options)),
       spool_(options_.spool != nullptr ? options_.spool : folderSpool(options_.spoolFolder)),
-      delivery_(mailbox, delegate, std::move(deliver), std::move(answer)),
+      delivery_(mailbox, delegate, std::move(deliver), std::move(answer), options_.log),
       messages_(strand, mailbox, delivery_, options_.timing),
       items_(store, delivery_),
       contexts_(store, delivery_),
-      fileSender_(store, delivery_, spool_, sweepSpool(*spool_, store)),
+      fileSender_(store, delivery_, spool_),
       fileReceiver_(store, delivery_, spool_),
       report_(strand, delivery_, options_.timing.stateSpacing) {
   const Epoch run = newEpoch(strand);
   run_ = asText(run);
+  state_.needsUnlock = store.peerIsLocked();
+  report_.begin(state_);
 }
 
 SessionCore::~SessionCore() {
@@ -64,6 +66,9 @@ void SessionCore::completeActivation() {
   contexts_.deliverReceived();
   items_.deliverReceived();
   fileReceiver_.deliverReceived();
+  if (store_.takeReadFailure() && options_.log)
+    options_.log("Phone link: what had come earlier cannot be read");
+  report();
 }
 
 void SessionCore::send(OutgoingMessage message) {
@@ -164,9 +169,10 @@ void SessionCore::didUnpair(const LinkStore::Unsent& unsent, bool tellPeer) {
   }
   for (Connection* one : others) one->close("the pairing has ended");
   items_.forgetAll(unsent.items, ErrorCode::notPaired);
-  fileSender_.forgetAll(unsent.files, ErrorCode::notPaired);
   fileReceiver_.forget();
-  sweepSpool(*spool_, store_);
+  fileSender_.forgetAll(unsent.files, ErrorCode::notPaired);
+  state_.needsUnlock = false;
+  report();
   delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidUnpair(); });
 }
 
@@ -203,21 +209,22 @@ const char* SessionCore::objectionTo(const PlistDictionary& introduction) const 
 void SessionCore::connectionDidOpen(Connection& connection, const PlistDictionary& introduction) {
   if (current_ != nullptr) current_->close("a newer connection has taken over");
   current_ = &connection;
-  messages_.connectionDidOpen();
+  messages_.connectionDidOpen(connection.introduced(), connection.opened());
   state_.peerRun = asText(bytesIn(introduction, "run").value_or(ByteView{}));
   sendState();  // first, so that the other end is reachable as soon as it is connected
   const Cursor cursor = store_.cursor();
-  connection.sendFirst(FrameType::resume,
-                       PlistDictionary{{"epoch", cursor.epoch ? ByteView(*cursor.epoch) : ByteView{}},
-                                       {"item", asNumber(cursor.nextItem)},
-                                       {"file", asNumber(cursor.nextFile)},
-                                       {"context", asNumber(cursor.context)}});
+  PlistDictionary resume{{"epoch", cursor.epoch ? ByteView(*cursor.epoch) : ByteView{}},
+                         {"item", asNumber(cursor.nextItem)},
+                         {"file", asNumber(cursor.nextFile)},
+                         {"context", asNumber(cursor.context)}};
+  items_.addRefusals(resume);
+  connection.sendFirst(FrameType::resume, resume);
   pauseOrGoOn();
 }
 
 void SessionCore::connectionDidReceive(Connection& connection, const Frame& frame) {
   if (&connection != current_) return;
-  if (!take(frame)) {
+  if (!take(frame) || store_.takeReadFailure()) {
     connection.close("a frame that does not belong here, or cannot be kept");
     return;
   }
@@ -264,11 +271,9 @@ bool SessionCore::take(const Frame& frame) {
   if (frame.type != FrameType::state) completeActivation();
   switch (frame.type) {
     case FrameType::state:
-      takeState(frame);
-      return true;
+      return takeState(frame);
     case FrameType::resume:
-      takeResume(frame);
-      return true;
+      return takeResume(frame);
     case FrameType::message:
       messages_.didReceiveMessage(frame);
       return true;
@@ -289,7 +294,8 @@ bool SessionCore::take(const Frame& frame) {
 }
 
 bool SessionCore::takeQueueFrame(const Frame& frame) {
-  if (frame.id > kMostNumber) return false;
+  // As an unknown frame: skipped, unless it is critical.
+  if (frame.id > kMostNumber) return (frame.flags & kCriticalFrame) == 0;
   switch (frame.type) {
     case FrameType::item:
       return items_.didReceiveItem(frame);
@@ -297,8 +303,7 @@ bool SessionCore::takeQueueFrame(const Frame& frame) {
       items_.didReceiveAck(frame);
       return true;
     case FrameType::nak:
-      items_.didReceiveNak(frame);
-      return true;
+      return items_.didReceiveNak(frame);
     case FrameType::context:
       return contexts_.didReceiveContext(frame);
     case FrameType::contextAck:
@@ -325,16 +330,17 @@ bool SessionCore::takeQueueFrame(const Frame& frame) {
   }
 }
 
-void SessionCore::takeState(const Frame& frame) {
+bool SessionCore::takeState(const Frame& frame) {
   const std::optional<PlistDictionary> body = readBody(frame.body);
   const PlistValue* active = body ? body->find("active") : nullptr;
   const PlistValue* locked = body ? body->find("locked") : nullptr;
   peerActive_ = active != nullptr && active->boolean().value_or(false);
   state_.needsUnlock = locked != nullptr && locked->boolean().value_or(false);
   report();
+  return store_.setPeerLocked(state_.needsUnlock);
 }
 
-void SessionCore::takeResume(const Frame& frame) {
+bool SessionCore::takeResume(const Frame& frame) {
   const PlistDictionary body = readBody(frame.body).value_or(PlistDictionary{});
   const std::optional<ByteView> epoch = bytesIn(body, "epoch");
   const Epoch own = store_.epoch();
@@ -352,17 +358,19 @@ void SessionCore::takeResume(const Frame& frame) {
     };
     item = firstOf(Queue::items);
     file = firstOf(Queue::files);
+    if (store_.takeReadFailure()) return false;  // no row is no proof that the other end has it
     current_->sendFirst(
         FrameType::gap,
         PlistDictionary{{"epoch", ByteView(own)}, {"item", asNumber(item)}, {"file", asNumber(file)}});
   }
-  items_.resume(item);
+  if (!items_.resume(item, known ? body : PlistDictionary{})) return false;
   fileSender_.resume(file);
   contexts_.resume(known ? numberIn(body, "context") : 0);
   if (lost) delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidResetQueues(); });
   maySend_ = store_.setSending(true);
   peerResumed_ = true;
   report();
+  return true;
 }
 
 bool SessionCore::takeGap(const Frame& frame) {

@@ -27,8 +27,8 @@ class SessionCore : public ConnectionOwner {
   LinkStore& store() { return store_; }                       // any thread
   const SessionOptions& options() const { return options_; }  // any thread
 
-  /// How many milliseconds a message is worth something to its sender. Any thread.
-  std::uint64_t timeToLive() const { return static_cast<std::uint64_t>(options_.timing.reply.count()); }
+  /// Until when a message that is sent now is worth something to its sender. Any thread.
+  Time replyDeadline() const { return strand_.now() + options_.timing.reply; }
 
   /// After activate(), once: tells the delegate when the other end is there, or when it has been waited for,
   /// and then gives it what an earlier process left.
@@ -59,8 +59,8 @@ class SessionCore : public ConnectionOwner {
   void completeActivation();
   bool take(const Frame& frame);
   bool takeQueueFrame(const Frame& frame);
-  void takeState(const Frame& frame);
-  void takeResume(const Frame& frame);
+  bool takeState(const Frame& frame);
+  bool takeResume(const Frame& frame);
   bool takeGap(const Frame& frame);
   void sendState();
   void takeUnpair();

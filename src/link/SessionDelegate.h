@@ -14,7 +14,7 @@ namespace tunevale::link {
 struct LinkState {
   bool connected = false;    // introduced, both ends know where the queues stand
   bool reachable = false;    // connected, and the other end takes messages
-  bool needsUnlock = false;  // the other end's last word
+  bool needsUnlock = false;  // the other end's last word, also from an earlier process
   std::string peerRun;       // changes when the other end's process is a new one; empty before the first
 
   friend bool operator==(const LinkState&, const LinkState&) = default;

@@ -29,17 +29,22 @@ std::optional<LinkStore::Unsent> SqliteStore::setPin(const KeyHash& key) {
   const MutexLock lock(state_->databaseMutex);
   const std::optional<KeyHash> before = pin();
   const bool replaces = before && *before != key;
-  Unsent unsent = replaces ? state_->unsent() : Unsent{};
+  std::optional<Unsent> unsent = replaces ? state_->unsent() : Unsent{};
+  if (!unsent) return std::nullopt;
   const bool good = state_->change([&](StoreFacts& next, QueueSizes& sizes) {
     const bool cleared = !replaces || state_->clear(next, sizes);
     next.pin = key;
     return cleared;
   });
-  return good ? std::optional(std::move(unsent)) : std::nullopt;
+  return good ? std::move(unsent) : std::nullopt;
 }
 
 Epoch SqliteStore::epoch() const {
   return state_->factsNow().epoch;
+}
+
+bool SqliteStore::takeReadFailure() {
+  return state_->readFailed.exchange(false);
 }
 
 std::optional<std::uint64_t> SqliteStore::append(Queue queue, ByteView body) {
@@ -65,6 +70,7 @@ std::optional<Row> SqliteStore::firstFrom(Queue queue, std::uint64_t number) con
   if (state_->sizeOf(queue).rows == 0 || number >= nextNumber(queue)) return std::nullopt;
   const MutexLock lock(state_->databaseMutex);
   std::vector<Row> rows = state_->outgoing(queue).rows(number, kNoLimit, 1);
+  if (state_->outgoing(queue).from.hasFailed()) state_->readFailed = true;
   return rows.empty() ? std::nullopt : std::optional(std::move(rows.front()));
 }
 
@@ -135,12 +141,29 @@ bool SqliteStore::setContext(const Row& context) {
   return good;
 }
 
+bool SqliteStore::peerIsLocked() const {
+  return state_->factsNow().peerLocked;
+}
+
+bool SqliteStore::setPeerLocked(bool locked) {
+  if (peerIsLocked() == locked) return true;
+  const MutexLock lock(state_->databaseMutex);
+  return state_->change([&](StoreFacts& next, QueueSizes&) {
+    next.peerLocked = locked;
+    return true;
+  });
+}
+
 Cursor SqliteStore::cursor() const {
   return state_->factsNow().cursor;
 }
 
 bool SqliteStore::restart(const Cursor& cursor) {
   const MutexLock lock(state_->databaseMutex);
+  {
+    const MutexLock factsLock(state_->factsMutex);
+    state_->handledContext = 0;
+  }
   return state_->change([&](StoreFacts& next, QueueSizes&) {
     next.cursor = cursor;
     return true;
@@ -184,10 +207,22 @@ bool SqliteStore::receiveContext(const Row& context) {
   return good;
 }
 
-bool SqliteStore::skip(Queue queue, std::uint64_t number) {
+bool SqliteStore::refuseItem(const Cursor::Refusal& refusal) {
   const MutexLock lock(state_->databaseMutex);
   return state_->change([&](StoreFacts& next, QueueSizes&) {
-    next.cursor.next(queue) = number + 1;
+    next.cursor.nextItem = refusal.number + 1;
+    next.cursor.refused.push_back(refusal);
+    return next.cursor.refused.size() <= kMostRefusals;
+  });
+}
+
+bool SqliteStore::forgetRefusals(std::size_t count) {
+  if (count == 0) return true;
+  const MutexLock lock(state_->databaseMutex);
+  return state_->change([&](StoreFacts& next, QueueSizes&) {
+    std::vector<Cursor::Refusal>& refused = next.cursor.refused;
+    refused.erase(refused.begin(),
+                  refused.begin() + static_cast<std::ptrdiff_t>(std::min(count, refused.size())));
     return true;
   });
 }
@@ -204,6 +239,7 @@ std::vector<Received> SqliteStore::received(Queue queue) const {
     std::copy_n(epoch.begin(), std::min(epoch.size(), row.arrival.epoch.size()), row.arrival.epoch.begin());
     rows.push_back(std::move(row));
   }
+  if (select.hasFailed()) state_->readFailed = true;
   return rows;
 }
 
@@ -218,9 +254,9 @@ void SqliteStore::removeReceived(std::uint64_t id) {
   state_->handledIds.push_back(id);
 }
 
-void SqliteStore::contextWasHandled(std::uint64_t version) {
+void SqliteStore::contextWasHandled(const Arrival& arrival) {
   const MutexLock lock(state_->factsMutex);
-  state_->handledContext = std::max(state_->handledContext, version);
+  if (state_->facts.cursor.epoch == arrival.epoch) state_->handledContext = arrival.number;
 }
 
 void SqliteStore::flush() {
@@ -232,10 +268,11 @@ void SqliteStore::flush() {
 
 std::optional<LinkStore::Unsent> SqliteStore::unpair() {
   const MutexLock lock(state_->databaseMutex);
-  Unsent unsent = state_->unsent();
+  std::optional<Unsent> unsent = state_->unsent();
+  if (!unsent) return std::nullopt;
   const bool good =
       state_->change([this](StoreFacts& next, QueueSizes& sizes) { return state_->clear(next, sizes); });
-  return good ? std::optional(std::move(unsent)) : std::nullopt;
+  return good ? std::move(unsent) : std::nullopt;
 }
 
 }  // namespace tunevale::link

@@ -30,6 +30,7 @@ class SqliteStore : public LinkStore {
   std::optional<Unsent> setPin(const KeyHash& key);
 
   Epoch epoch() const override;
+  bool takeReadFailure() override;
   std::optional<std::uint64_t> append(Queue queue, ByteView body) override;
   std::optional<Row> firstFrom(Queue queue, std::uint64_t number) const override;
   bool remove(Queue queue, std::uint64_t number, bool delivered) override;
@@ -41,15 +42,18 @@ class SqliteStore : public LinkStore {
   Row context() const override;
   std::uint64_t contextVersion() const override;
   bool setContext(const Row& context) override;
+  bool peerIsLocked() const override;
+  bool setPeerLocked(bool locked) override;
   Cursor cursor() const override;
   bool restart(const Cursor& cursor) override;
   std::optional<std::uint64_t> receive(Queue queue, std::span<const Row> rows) override;
   bool receiveContext(const Row& context) override;
-  bool skip(Queue queue, std::uint64_t number) override;
+  bool refuseItem(const Cursor::Refusal& refusal) override;
+  bool forgetRefusals(std::size_t count) override;
   std::vector<Received> received(Queue queue) const override;
   std::optional<Row> receivedContext() const override;
   void removeReceived(std::uint64_t id) override;
-  void contextWasHandled(std::uint64_t version) override;
+  void contextWasHandled(const Arrival& arrival) override;
   void flush() override;
   std::optional<Unsent> unpair() override;
 

@@ -19,6 +19,12 @@ class StateReport {
     return current_;
   }
 
+  /// What is known before anybody has said anything; not told by itself. Before the rest.
+  void begin(const LinkState& state) {
+    const MutexLock lock(mutex_);
+    current_ = state;
+  }
+
   /// The rest on the strand only.
   void set(const LinkState& state) {
     {

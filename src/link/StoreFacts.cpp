@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "foundation/PropertyList.h"
+
 namespace tunevale::link {
 namespace {
 
@@ -19,8 +21,11 @@ constexpr const char* kTables = R"(
     id INTEGER PRIMARY KEY, queue INTEGER NOT NULL, epoch BLOB NOT NULL, number INTEGER NOT NULL,
     body BLOB NOT NULL) STRICT;
   CREATE TABLE contexts (
-    received INTEGER PRIMARY KEY, version INTEGER NOT NULL, body BLOB NOT NULL, handled INTEGER NOT NULL) STRICT;
-  PRAGMA user_version = 1)";
+    received INTEGER PRIMARY KEY, version INTEGER NOT NULL, body BLOB NOT NULL, handled INTEGER NOT NULL) STRICT)";
+constexpr const char* kSecondVersion = R"(
+  ALTER TABLE facts ADD COLUMN peer_locked INTEGER NOT NULL DEFAULT 0;
+  ALTER TABLE facts ADD COLUMN peer_refused BLOB;
+  PRAGMA user_version = 2)";
 
 template <std::size_t size>
 std::optional<std::array<std::byte, size>> fixed(ByteView bytes) {
@@ -34,27 +39,52 @@ ByteView optionalBytes(const std::optional<Value>& value) {
   return value ? ByteView(*value) : ByteView{};
 }
 
+/// Numbers and codes in turn.
+Bytes writeRefusals(const std::vector<Cursor::Refusal>& refused) {
+  PlistArray list;
+  for (const Cursor::Refusal& one : refused) {
+    list.append(static_cast<std::int64_t>(one.number));
+    list.append(one.code);
+  }
+  return refused.empty() ? Bytes{} : writePropertyList(list);
+}
+
+std::vector<Cursor::Refusal> readRefusals(ByteView bytes) {
+  std::vector<Cursor::Refusal> refused;
+  const std::optional<PlistValue> value = readPropertyList(bytes);
+  const PlistArray* list = value ? value->array() : nullptr;
+  for (std::size_t i = 0; list != nullptr && i + 1 < list->size(); i += 2) {
+    refused.push_back({static_cast<std::uint64_t>(list->begin()[i].integer().value_or(0)),
+                       static_cast<int>(list->begin()[i + 1].integer().value_or(0))});
+  }
+  return refused;
+}
+
 }  // namespace
 
 void makeStoreTables(Database& database, const Epoch& fresh) {
   const std::string version = database.ask("PRAGMA user_version").value_or("");
-  if (version == "1") return;
-  if (version != "0") throw std::runtime_error("the link's store is of a later version of this program");
+  if (version == "2") return;
+  const bool isNew = version == "0";
+  if (!isNew && version != "1")
+    throw std::runtime_error("the link's store is of a later version of this program");
   database.require("BEGIN");
-  database.require(kTables);
+  if (isNew) database.require(kTables);
+  database.require(kSecondVersion);
   StoreFacts facts;
   facts.epoch = fresh;
-  if (!FactsTable(database).write(facts)) database.fail();
+  if (isNew && !FactsTable(database).write(facts)) database.fail();
   database.require("COMMIT");
 }
 
 FactsTable::FactsTable(Database& database)
     : read_(database.handle(),
             "SELECT epoch, pin, item_next, item_acknowledged, item_sent, file_next, file_acknowledged, "
-            "file_sent, context_version, context_sent, peer_epoch, peer_item, peer_file, peer_context "
+            "file_sent, context_version, context_sent, peer_epoch, peer_item, peer_file, peer_context, "
+            "peer_locked, peer_refused "
             "FROM facts"),
       write_(database.handle(),
-             "INSERT OR REPLACE INTO facts VALUES (1, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)") {}
+             "INSERT OR REPLACE INTO facts VALUES (1, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)") {}
 
 StoreFacts FactsTable::read() {
   if (!read_.step()) throw std::runtime_error("the link's store cannot be read");
@@ -69,6 +99,8 @@ StoreFacts FactsTable::read() {
   facts.cursor.nextItem = read_.number(11);
   facts.cursor.nextFile = read_.number(12);
   facts.cursor.context = read_.number(13);
+  facts.peerLocked = read_.number(14) != 0;
+  facts.cursor.refused = readRefusals(read_.bytes(15));
   read_.reset();
   if (!epoch) throw std::runtime_error("the link's store is damaged");
   facts.epoch = *epoch;
@@ -91,6 +123,9 @@ bool FactsTable::write(const StoreFacts& facts) {
   add(facts.cursor.nextItem);
   add(facts.cursor.nextFile);
   add(facts.cursor.context);
+  add(std::uint64_t{facts.peerLocked});
+  const Bytes refused = writeRefusals(facts.cursor.refused);
+  add(ByteView(refused));
   return write_.run();
 }
 

@@ -21,6 +21,7 @@ struct StoreFacts {
   std::uint64_t contextVersion = 0;
   std::uint64_t contextSent = 0;
   Cursor cursor;
+  bool peerLocked = false;
 
   Numbers& of(Queue queue) { return queue == Queue::items ? items : files; }
   const Numbers& of(Queue queue) const { return queue == Queue::items ? items : files; }

@@ -55,7 +55,7 @@ StoreState::StoreState(LinkStore& store, Database opened, const Epoch& fresh)
       lastReceived(database.handle(), "SELECT coalesce(max(id), 0) FROM received"),
       putContext(database.handle(), "INSERT OR REPLACE INTO contexts VALUES (?, ?, ?, 0)"),
       getContext(database.handle(), "SELECT version, body FROM contexts WHERE received = ? AND handled = 0"),
-      handleContext(database.handle(), "UPDATE contexts SET handled = 1 WHERE received = 1 AND version <= ?"),
+      handleContext(database.handle(), "UPDATE contexts SET handled = 1 WHERE received = 1 AND version = ?"),
       facts(tables.read()),
       sizes{items.size(), files.size()} {
   if (lastReceived.step()) nextId = lastReceived.number(0) + 1;
@@ -140,6 +140,7 @@ bool StoreState::clear(StoreFacts& next, QueueSizes& left) {
   fillRandom(next.epoch);
   next.pin.reset();
   next.cursor = {};
+  next.peerLocked = false;
   // Numbers and the context's version rise on: who waits for the end of one knows which.
   for (StoreFacts::Numbers* numbers : {&next.items, &next.files}) {
     numbers->acknowledged = 1;
@@ -150,8 +151,10 @@ bool StoreState::clear(StoreFacts& next, QueueSizes& left) {
   return database.run("DELETE FROM items; DELETE FROM files; DELETE FROM received; DELETE FROM contexts");
 }
 
-LinkStore::Unsent StoreState::unsent() {
-  return {factsNow().pin.has_value(), items.allNumbers(), files.allNumbers()};
+std::optional<LinkStore::Unsent> StoreState::unsent() {
+  LinkStore::Unsent unsent{factsNow().pin.has_value(), items.allNumbers(), files.allNumbers()};
+  if (items.numbers.hasFailed() || files.numbers.hasFailed()) return std::nullopt;
+  return unsent;
 }
 
 Row StoreState::contextRow(bool received) {
@@ -160,6 +163,7 @@ Row StoreState::contextRow(bool received) {
     row = {getContext.number(0), copied(getContext.bytes(1))};
     getContext.reset();
   }
+  if (getContext.hasFailed()) readFailed = true;
   return row;
 }
 

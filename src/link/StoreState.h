@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <vector>
@@ -50,7 +51,7 @@ struct StoreState {
   bool insertReceivedRow(std::uint64_t id, Queue queue, const Epoch& epoch, const Row& row);
   bool writeContext(bool received, const Row& context);
   bool clear(StoreFacts& next, QueueSizes& sizes);
-  LinkStore::Unsent unsent() REQUIRES_LOCK(databaseMutex);
+  std::optional<LinkStore::Unsent> unsent() REQUIRES_LOCK(databaseMutex);
   Row contextRow(bool received);
 
   LinkStore& owner;
@@ -60,6 +61,7 @@ struct StoreState {
   OutgoingTable items, files;
   Statement insertReceived, selectReceived, deleteReceived, lastReceived;
   Statement putContext, getContext, handleContext;
+  std::atomic<bool> readFailed = false;
   std::uint64_t nextId GUARDED_BY(databaseMutex) = 1;
   bool sending GUARDED_BY(databaseMutex) = false;
   mutable Mutex factsMutex;  // never held while the disk works

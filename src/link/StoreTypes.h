@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "foundation/Bytes.h"
 
@@ -26,6 +27,13 @@ struct Cursor {
   std::uint64_t nextItem = 1;
   std::uint64_t nextFile = 1;
   std::uint64_t context = 0;
+  /// Items below nextItem that were refused, which the other end may not know yet.
+  struct Refusal {
+    std::uint64_t number = 0;
+    int code = 0;
+    friend bool operator==(const Refusal&, const Refusal&) = default;
+  };
+  std::vector<Refusal> refused{};
   std::uint64_t& next(Queue queue) { return queue == Queue::items ? nextItem : nextFile; }
   friend bool operator==(const Cursor&, const Cursor&) = default;
 };

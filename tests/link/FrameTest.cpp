@@ -12,12 +12,6 @@ Bytes bytes(std::initializer_list<int> values) {
   return out;
 }
 
-TEST(Frame, HasTheDocumentedLayout) {
-  Bytes out;
-  appendFrame(out, {FrameType::ack, kCriticalFrame, 0x0102030405060708ULL, asBytes("ab")});
-  EXPECT_EQ(out, bytes({0, 0, 0, 2, 0x22, 1, 0, 0, 1, 2, 3, 4, 5, 6, 7, 8, 'a', 'b'}));
-}
-
 TEST(FrameReader, FindsTheSameFramesInPiecesOfAnySize) {
   Bytes stream;
   appendFrame(stream, {FrameType::ping, 0, 1, {}});
@@ -43,13 +37,6 @@ TEST(FrameReader, RefusesWhatIsTooLargeBeforeItComes) {
   ASSERT_NE(reader.broken(), nullptr);
   reader.append(Bytes(9000));
   EXPECT_FALSE(reader.next()) << "a broken stream stays broken";
-}
-
-TEST(FrameReader, RefusesAHeaderWhoseReservedBytesAreSet) {
-  FrameReader reader(kMostFrameBody);
-  reader.append(bytes({0, 0, 0, 0, 4, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0}));
-  EXPECT_FALSE(reader.next());
-  EXPECT_NE(reader.broken(), nullptr);
 }
 
 }  // namespace

@@ -22,14 +22,11 @@ PlistDictionary ofSize(std::size_t bytes) {
   }
 }
 
-PlistDictionary messageOf(std::size_t body) {
-  std::size_t payload = body - 200;
-  for (;;) {
-    PlistDictionary message{{"message", PlistDictionary{{"b", Bytes(payload)}}}};
-    const std::size_t size = writePropertyList(message).size();
-    if (size == body) return message;
-    payload += body - size;
-  }
+/// A dictionary of so many containers, one inside the other.
+PlistDictionary ofDepth(int containers) {
+  PlistDictionary body;
+  for (int i = 1; i < containers; ++i) body = PlistDictionary{{"d", body}};
+  return body;
 }
 
 struct LimitsTest : testing::Test {
@@ -47,18 +44,25 @@ TEST_F(LimitsTest, OfWhatAReceiverTakes) {
   const auto heard = [&] { return world.watch.ear.heard.size(); };
   const std::size_t before = heard();
 
-  peer.send(FrameType::message, 1, messageOf(kMostMessage + kBodyKeys));
-  peer.send(FrameType::message, 2, messageOf(kMostMessage + kBodyKeys + 1));
+  peer.send(FrameType::message, 1, PlistDictionary{{"message", ofSize(kMostMessage)}, {"ttl", 9}});
+  peer.send(FrameType::message, 2, PlistDictionary{{"data", Bytes(kMostMessageData)}, {"ttl", 9}});
   world.strand.run();
-  EXPECT_EQ(heard(), before + 1);
+  EXPECT_EQ(heard(), before + 2);
   EXPECT_EQ(peer.last(FrameType::reply)->id, 1U);
-  EXPECT_EQ(peer.last(FrameType::messageError)->id, 2U);
-  EXPECT_EQ(codeOf(peer.last(FrameType::messageError)), 7009);
+  for (const auto& body : {PlistDictionary{{"message", ofSize(kMostMessage + 1)}},
+                           PlistDictionary{{"data", Bytes(kMostMessageData + 1)}}}) {
+    peer.send(FrameType::message, 3, body);
+    world.strand.run();
+    EXPECT_EQ(peer.last(FrameType::messageError)->id, 3U);
+    EXPECT_EQ(codeOf(peer.last(FrameType::messageError)), 7009);
+    peer.frames.clear();
+  }
+  EXPECT_EQ(heard(), before + 2);
 
   peer.send(FrameType::item, 1, ofSize(kMostUserInfo));
   peer.send(FrameType::item, 2, ofSize(kMostUserInfo + 1));
   world.strand.run();
-  EXPECT_EQ(heard(), before + 2);
+  EXPECT_EQ(heard(), before + 3);
   EXPECT_EQ(peer.last(FrameType::nak)->id, 2U);
   EXPECT_EQ(codeOf(peer.last(FrameType::nak)), 7009);
   EXPECT_EQ(peer.last(FrameType::ack)->id, 2U) << "it blocks nothing";
@@ -66,7 +70,7 @@ TEST_F(LimitsTest, OfWhatAReceiverTakes) {
   peer.send(FrameType::context, 1, ofSize(kMostContext));
   peer.send(FrameType::context, 2, ofSize(kMostContext + 1));
   world.strand.run();
-  EXPECT_EQ(heard(), before + 3);
+  EXPECT_EQ(heard(), before + 4);
   EXPECT_EQ(peer.last(FrameType::contextAck)->id, 2U);
 
   const auto offer = [&](std::uint64_t number, std::size_t metadata) {
@@ -76,7 +80,7 @@ TEST_F(LimitsTest, OfWhatAReceiverTakes) {
   };
   offer(1, kMostMetadata);
   EXPECT_EQ(peer.last(FrameType::fileHave)->id, 1U);
-  offer(2, kMostMetadata + kBodyKeys);
+  offer(2, kMostMetadata + 1);
   EXPECT_EQ(peer.last(FrameType::fileError)->id, 2U);
   EXPECT_EQ(codeOf(peer.last(FrameType::fileError)), 7009);
   EXPECT_FALSE(peer.ended);
@@ -91,12 +95,48 @@ TEST_F(LimitsTest, OfWhatAReceiverTakes) {
 
 TEST_F(LimitsTest, OfRepliesThatAPeerSends) {
   RawPeer peer(world.strand, world.watch);
-  world.watch.send(1);
-  world.strand.run();
-  const PlistDictionary reply = messageOf(kMostMessage + kBodyKeys + 3);  // "reply" is two letters shorter
-  peer.send(FrameType::reply, 1, PlistDictionary{{"reply", *reply.find("message")}});
-  world.strand.run();
-  EXPECT_EQ(world.watch.outcomes, Lines{"7009"});
+  for (const std::size_t more : {0U, 1U}) {
+    world.watch.send(1);
+    world.strand.run();
+    peer.send(FrameType::reply, more + 1, PlistDictionary{{"reply", ofSize(kMostMessage + more)}});
+    world.strand.run();
+  }
+  EXPECT_EQ(world.watch.outcomes, (Lines{"reply ?", "7009"}));
+}
+
+TEST_F(LimitsTest, OfNesting) {
+  world.connectAndRun();
+  test::TemporaryFolder folder;
+  std::ofstream(folder.path("f")) << "f";
+  Session& phone = *world.phone.session;
+  int code = 0;
+  const auto told = [&](const Session::Transfer& transfer) {
+    const Error* error = std::get_if<Error>(&transfer);
+    return error == nullptr ? 0 : static_cast<int>(error->code);
+  };
+  const std::vector<std::function<int(int)>> ways = {
+      [&](int most) { return told(phone.transferUserInfo(ofDepth(most))); },
+      [&](int most) { return told(phone.updateApplicationContext(ofDepth(most))); },
+      [&](int most) { return told(phone.transferFile(folder.path("f"), ofDepth(most - 1))); },
+      [&](int most) {
+        code = 0;
+        phone.sendMessage(ofDepth(most - 1), {},
+                          [&](const Error& error) { code = static_cast<int>(error.code); });
+        world.strand.run();
+        return code;
+      },
+      [&](int most) {
+        world.watch.ear.onMessage = [=](const auto&, const auto& reply) { reply(ofDepth(most - 1)); };
+        code = 0;
+        phone.sendMessage({}, {}, [&](const Error& error) { code = static_cast<int>(error.code); });
+        world.strand.run();
+        return code;
+      }};
+  for (std::size_t way = 0; way < ways.size(); ++way) {
+    EXPECT_EQ(ways[way](64), 0) << way;
+    EXPECT_EQ(ways[way](65), 7010) << way;
+    EXPECT_EQ(ways[way](100'000), 7010) << way;
+  }
 }
 
 TEST_F(LimitsTest, OfWhatASenderQueues) {

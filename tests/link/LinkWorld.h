@@ -87,8 +87,10 @@ struct End {
         store(newEpoch(where)),
         ear(where),
         session(
-            std::in_place, where, store, SessionOptions{role, spool.path(), timing}, ear,
-            [this](Block block) { deliver(std::move(block)); },
+            std::in_place, where, store,
+            SessionOptions{
+                role, spool.path(), timing, {}, [this](const std::string& line) { log.push_back(line); }},
+            ear, [this](Block block) { deliver(std::move(block)); },
             [this](Block block) { strand.post(std::move(block)); }) {}
 
   void deliver(Block block) {
@@ -120,6 +122,7 @@ struct End {
   bool holding = false;
   std::deque<Block> held;
   std::vector<std::string> outcomes;
+  std::vector<std::string> log;
   std::optional<Session> session;
 };
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "link/LinkWorld.h"
+#include "link/RawPeer.h"
 
 namespace tunevale::link {
 namespace {
@@ -48,21 +49,19 @@ TEST_F(MessagesTest, TooLargeAreRefusedAndTheLargestArrive) {
   world.connectAndRun();
   std::vector<int> errors;
   const auto failed = [&](const Error& error) { errors.push_back(static_cast<int>(error.code)); };
+  const PlistDictionary large{{"b", Bytes(kMostMessage)}};
   world.phone.ear.onData = [](ByteView, const auto& reply) { reply({}); };
   world.watch.session->sendMessageData(Bytes(kMostMessageData), {}, failed);
-  world.watch.session->sendMessage({{"b", Bytes(kMostMessage)}}, {}, failed);
   world.strand.run();
   EXPECT_EQ(errors, std::vector<int>{});
-  EXPECT_EQ(world.phone.ear.heard, (Lines{"activated", "data 1048576", "message ?"}));
   world.watch.session->sendMessageData(Bytes(kMostMessageData + 1), {}, failed);
-  world.watch.session->sendMessage({{"b", Bytes(kMostMessage + kBodyKeys)}}, {}, failed);
+  world.watch.session->sendMessage(large, {}, failed);
   world.strand.run();
   EXPECT_EQ(errors, (std::vector<int>{7009, 7009}));
-  world.phone.ear.onMessage = [](const auto&, const auto& reply) {
-    reply({{"b", Bytes(kMostMessage + kBodyKeys)}});
-  };
+  world.phone.ear.onMessage = [&](const auto&, const auto& reply) { reply(large); };
   world.watch.send(1);
   world.strand.run();
+  EXPECT_EQ(world.phone.ear.heard, (Lines{"activated", "data 1048576", "message 1"}));
   EXPECT_EQ(world.watch.outcomes, Lines{"7009"}) << "a reply that is too large fails its message";
 }
 
@@ -121,15 +120,39 @@ TEST_F(MessagesTest, ThatWaitedTooLongDoNotRun) {
   EXPECT_EQ(world.watch.outcomes, Lines{"7012"});
 }
 
+TEST_F(MessagesTest, SayHowMuchOfTheirTimeIsLeft) {
+  RawPeer peer(world.strand, world.watch);
+  world.strand.advance(3s);
+  peer.setReading(false);
+  for (int n = 1; n <= 2; ++n) {
+    world.watch.send(n);
+    world.strand.run();
+  }
+  world.strand.advance(4s);
+  peer.setReading(true);
+  world.strand.run();
+  EXPECT_EQ(Ear::text(peer.last(FrameType::message)->body, "sent"), "7000");
+  EXPECT_EQ(Ear::text(peer.last(FrameType::message)->body, "ttl"), "6000");
+  world.watch.ear.onMessage = [](const auto& message, const auto& reply) { reply(message); };
+  for (const std::int64_t sent : {4001, 7000, 3999}) {  // ms: just in time, now, and too late
+    peer.send(FrameType::message, static_cast<std::uint64_t>(sent),
+              PlistDictionary{{"message", PlistDictionary{{"n", sent}}}, {"ttl", 3000}, {"sent", sent}});
+  }
+  world.strand.run();
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "message 4001", "message 7000"}));
+  EXPECT_EQ(Ear::text(peer.last(FrameType::messageError)->body, "code"), "7012");
+}
+
 TEST_F(MessagesTest, OfAnEndThatGoesFail) {
   world.connectAndRun();
   world.phone.ear.onMessage = [](const auto&, const auto&) {};
   world.phone.holding = true;
   world.watch.send(1);
   world.strand.run();
+  world.watch.send(2);  // the strand has not come to it yet
   world.watch.session.reset();
   world.strand.run();
-  EXPECT_EQ(world.watch.outcomes, Lines{"7016"});
+  EXPECT_EQ(world.watch.outcomes, (Lines{"7016", "7016"}));
   world.phone.release();
   world.phone.session.reset();
   world.strand.run();

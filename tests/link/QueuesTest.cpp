@@ -53,6 +53,7 @@ TEST_F(QueuesTest, AHandlerThatThrowsGetsTheItemThreeTimes) {
   info(world.phone, 2);
   world.connectAndRun();
   EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "info 1", "info 1", "info 1", "info 2", "info 2"}));
+  EXPECT_EQ(world.watch.log, Lines{"Phone link: what came could not be handled: not now"});
 }
 
 TEST_F(QueuesTest, TooMuchIsRefusedOnTheCall) {
@@ -105,6 +106,17 @@ TEST_F(QueuesTest, AnItemThatDoesNotDecodeIsRefusedAndBlocksNothing) {
   peer.send(FrameType::item, ~std::uint64_t{0}, PlistDictionary{{"n", 3}});
   world.strand.run();
   EXPECT_TRUE(peer.ended) << "a number that would overflow";
+}
+
+TEST_F(QueuesTest, EmptyBodiesAreEmptyDictionaries) {
+  RawPeer peer(world.strand, world.watch);
+  peer.send(FrameType::item, 1, ByteView{});
+  peer.send(FrameType::context, 1, ByteView{});
+  world.strand.run();
+  EXPECT_FALSE(peer.ended);
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "context ?", "info ?"}));
+  EXPECT_EQ(peer.last(FrameType::nak), nullptr);
+  EXPECT_NE(peer.last(FrameType::contextAck), nullptr);
 }
 
 TEST_F(QueuesTest, OnlyTheLatestContextCountsAndAnEqualOneIsNothing) {
@@ -192,13 +204,22 @@ TEST_F(QueuesTest, FilesThatCannotGoAreRefused) {
 TEST_F(QueuesTest, HostileFilesAreRefusedOrCloseTheConnection) {
   {
     RawPeer peer(world.strand, world.watch);
-    peer.send(FrameType::fileBegin, 1,
-              PlistDictionary{{"size", std::int64_t{kMostFile} + 1}, {"metadata", PlistDictionary{}}});
-    peer.send(FrameType::fileBegin, 2, PlistDictionary{{"size", 4}});
-    world.strand.run();
-    EXPECT_EQ(peer.last(FrameType::fileError)->id, 2U);
-    peer.send(FrameType::fileBegin, 3,
-              PlistDictionary{{"size", 4}, {"metadata", PlistDictionary{}}, {"sha256", Bytes(32)}});
+    const auto offer = [&](std::uint64_t number, const PlistDictionary& body) {
+      peer.send(FrameType::fileBegin, number, body);
+      world.strand.run();
+    };
+    const auto ofSize = [](std::int64_t size) {
+      return PlistDictionary{{"size", size}, {"metadata", PlistDictionary{}}, {"sha256", Bytes(32)}};
+    };
+    const auto refusal = [&] { return Ear::text(peer.last(FrameType::fileError)->body, "code"); };
+    offer(1, ofSize(kMostFile));
+    EXPECT_EQ(peer.last(FrameType::fileError), nullptr);
+    EXPECT_EQ(peer.last(FrameType::fileHave)->id, 1U);
+    offer(2, ofSize(kMostFile + 1));
+    EXPECT_EQ(refusal(), "7009");
+    offer(2, {{"size", 4}, {"metadata", PlistDictionary{}}});
+    EXPECT_EQ(refusal(), "7010");
+    offer(3, ofSize(4));
     peer.send(FrameType::fileData, 3, PlistDictionary{{"offset", 0}, {"data", Bytes(5)}});
     world.strand.run();
     EXPECT_TRUE(peer.ended) << "more than was announced";

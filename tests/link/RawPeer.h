@@ -42,7 +42,7 @@ class RawPeer : public StreamReceiver {
     send(type, id, writePropertyList(body));
   }
   void sendBytes(Bytes bytes) { stream_->write(std::move(bytes)); }
-  void stopReading() { stream_->setReading(false); }
+  void setReading(bool reading) { stream_->setReading(reading); }
   std::vector<FrameType> types() const {
     std::vector<FrameType> types;
     for (const Received& frame : frames) types.push_back(frame.type);

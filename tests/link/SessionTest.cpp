@@ -132,7 +132,7 @@ TEST(Activation, WaitsALittleForTheOtherEndAndNoLonger) {
 
 TEST_F(SessionTest, SkipsUnknownFramesUnlessTheyAreCritical) {
   RawPeer peer(world.strand, world.watch);
-  peer.send(static_cast<FrameType>(0x7F), 1, Bytes(3), 0);
+  peer.send(static_cast<FrameType>(0x7F), ~std::uint64_t{0}, Bytes(3), 0);
   world.strand.run();
   EXPECT_FALSE(peer.ended);
   peer.send(static_cast<FrameType>(0x7F), 1, Bytes(3), kCriticalFrame);
@@ -167,22 +167,43 @@ TEST_F(SessionTest, StopsReadingWhileHandlersAreBehindAndTellsThatItLives) {
   EXPECT_TRUE(world.phone.session->state().connected) << "a busy end is not a dead one";
   EXPECT_TRUE(world.watch.session->state().connected);
   world.watch.release();
+  world.strand.advance(1s);
   world.phone.send(200);
   world.strand.advance(1s);
-  EXPECT_EQ(world.watch.ear.heard.back(), "message 200");
+  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "message 200"})) << "what waited so long is void";
+  world.watch.holding = true;
+  for (int n = 0; n < 200; ++n) world.phone.send(n);
+  world.strand.advance(1s);
+  world.wires.back()->swallow(true);
+  world.strand.advance(20s);
+  EXPECT_FALSE(world.watch.session->state().connected) << "a dead one is found by a busy end";
+}
+
+TEST_F(SessionTest, TakesWhatItHasReadAheadBeforeTheConnectionEnded) {
+  world.connectAndRun();
+  world.watch.holding = true;
+  for (int n = 0; n < 80; ++n) world.phone.send(n);
+  world.strand.run();
+  EXPECT_EQ(world.watch.held.size(), kMostUndelivered);
+  world.wires.back()->cut();
+  world.strand.run();
+  EXPECT_FALSE(world.watch.session->state().connected);
+  EXPECT_EQ(world.watch.held.size(), 80U);
 }
 
 TEST_F(SessionTest, BoundsWhatWaitsForAPeerThatDoesNotRead) {
   world.watch.ear.onMessage = [](const auto&, const auto& reply) { reply({{"b", Bytes(200'000)}}); };
   RawPeer peer(world.strand, world.watch);
-  peer.stopReading();
+  peer.setReading(false);
   for (std::uint64_t id = 1; id <= 200; ++id) {
-    peer.send(FrameType::message, id, PlistDictionary{{"message", PlistDictionary{{"n", 1}}}});
+    peer.send(FrameType::message, id,
+              PlistDictionary{{"message", PlistDictionary{{"n", 1}, {"b", Bytes(2000)}}}});
   }
-  world.strand.advance(60s);
+  world.strand.advance(20s);
   EXPECT_LE(world.watch.ear.heard.size(), kMostUndelivered + 22) << "4 MiB of replies stop it";
+  EXPECT_FALSE(world.watch.session->state().connected) << "each could wait for the other for ever";
   RawPeer pinging(world.strand, world.watch);
-  pinging.stopReading();
+  pinging.setReading(false);
   for (int i = 0; i < 6000; ++i) pinging.send(FrameType::ping, 0, Bytes{});
   world.strand.advance(60s);
   EXPECT_FALSE(world.watch.session->state().connected);

@@ -91,6 +91,24 @@ TEST_F(StoreTest, UnpairingAndAnotherPinTakeEverythingInOneStep) {
   }
 }
 
+TEST_F(StoreTest, AnOldContextsHandlerSaysNothingOfANewOne) {
+  const auto store = open();
+  constexpr Epoch kLater = {std::byte{8}};
+  store->restart({kPeer, 1, 1, 0});
+  store->receiveContext({5, Bytes(1)});
+  store->restart({kLater, 1, 1, 0});
+  store->receiveContext({2, Bytes(1)});
+  store->contextWasHandled({kPeer, 5});
+  store->flush();
+  EXPECT_TRUE(store->receivedContext());
+  store->contextWasHandled({kLater, 1});
+  store->flush();
+  EXPECT_TRUE(store->receivedContext());
+  store->contextWasHandled({kLater, 2});
+  store->flush();
+  EXPECT_FALSE(store->receivedContext());
+}
+
 TEST_F(StoreTest, KnowsWhatTheOtherEndCannotHave) {
   const auto store = open();
   for (int i = 0; i < 5; ++i) store->append(Queue::items, Bytes(1));
@@ -209,9 +227,59 @@ TEST_F(RestartTest, WhatWasNotHandledComesFirstAfterARestartAndInOrder) {
   EXPECT_TRUE(filesOf(watch).empty());
 }
 
+TEST_F(RestartTest, ThatThePhoneWasLockedIsKnown) {
+  phone.session->setLocked(true);
+  connect();
+  watch.restart();
+  strand.run();
+  EXPECT_TRUE(watch.session->state().needsUnlock);
+  EXPECT_TRUE(watch.ear->states.back().needsUnlock);
+  phone.session->setLocked(false);
+  connect();
+  watch.restart();
+  EXPECT_FALSE(watch.session->state().needsUnlock);
+}
+
+TEST_F(RestartTest, NothingRefusedIsSaidToBeDeliveredWhenTheConnectionBreaks) {
+  PlistValue large(1);  // few bytes, too many values
+  for (int i = 0; i < 17; ++i) large = PlistArray{large, large};
+  phone.session->transferUserInfo({{"n", large}});
+  phone.session->transferUserInfo({{"n", 2}});
+  phone.session->transferFile(phone.file(10), {{"n", 1}});
+  fs::remove_all(watch.folder.path("spool"));  // nowhere to keep it
+  wire = std::make_unique<Wire>(strand, Wire::Faults{.delay = 1ms});
+  watch.session->adopt(wire->takeSecond(), false);
+  phone.session->adopt(wire->takeFirst(), true);
+  while (watch.store->cursor().nextItem < 3) strand.advance(100us);
+  wire->cut();
+  watch.restart();
+  phone.restart();
+  connect();
+  EXPECT_EQ(phone.ear->finished, (Lines{"info 1 7010", "info 2 ok", "file 1 ok"}));
+  EXPECT_EQ(watch.ear->files.size(), 1U) << "offered once more";
+  EXPECT_EQ(watch.store->cursor().refused.size(), 1U);
+  phone.session->transferUserInfo({{"n", 3}});
+  strand.advance(1s);
+  EXPECT_TRUE(watch.store->cursor().refused.empty());
+
+  fs::remove_all(watch.folder.path("spool"));
+  phone.session->transferFile(phone.file(10), {{"n", 2}});
+  strand.advance(1s);
+  watch.restart();
+  phone.session->transferFile(phone.file(10), {{"n", 3}});
+  connect();
+  EXPECT_EQ(Lines(phone.ear->finished.end() - 2, phone.ear->finished.end()),
+            (Lines{"file 2 7015", "file 3 ok"}));
+  EXPECT_EQ(watch.ear->heard, (Lines{"activated", "file 3"}));
+}
+
 TEST_F(RestartTest, TransfersWaitForTheNextProcessAndAFileGoesOnWhereItStopped) {
+  connect();
+  wire->cut();
   phone.session->transferUserInfo({{"n", 1}});
+  phone.session->cancelFile(std::get<std::uint64_t>(phone.session->transferFile(phone.file(1), {})));
   phone.session->transferFile(phone.file(kFileChunk * 8), {{"n", 1}});
+  strand.run();
   phone.restart();
   connect({.cutAfter = kFileChunk * 5});
   ASSERT_EQ(filesOf(watch).size(), 1U);
@@ -293,7 +361,14 @@ TEST_F(RestartTest, UnpairingReachesTheOtherEndAndEndsWhatWaits) {
   const Session::Transfer file = phone.session->transferFile(phone.file(1'000'000), {});
   strand.advance(20ms);
   EXPECT_FALSE(watch.session->unpair());
+  const auto early = watch.session->transferFile(watch.file(10), {});  // before the session has heard of it
   strand.advance(1s);
+  watch.session->cancelFile(std::get<std::uint64_t>(early));
+  strand.advance(1s);
+  const auto late = watch.session->transferFile(watch.file(10), {});
+  ASSERT_TRUE(std::holds_alternative<std::uint64_t>(late)) << "the count of queued bytes is right";
+  watch.session->cancelFile(std::get<std::uint64_t>(late));
+  strand.run();
   EXPECT_FALSE(watch.store->pin() || phone.store->pin());
   EXPECT_FALSE(watch.session->state().connected || phone.session->state().connected);
   EXPECT_EQ(phone.ear->finished, Lines{"file " + std::to_string(std::get<std::uint64_t>(file)) + " 7005"});

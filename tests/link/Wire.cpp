@@ -62,7 +62,7 @@ struct Wire::State : std::enable_shared_from_this<State> {
       other.writing = false;
       if (other.receiver != nullptr) other.receiver->streamDidWrite();
     }
-    if (other.closed && end.left() == 0) finish(end);
+    if (other.closed && !swallowing && end.left() == 0) finish(end);
   }
 
   static void finish(End& end) {

@@ -199,5 +199,22 @@ TEST(FaultTable, F8DiskFull) {
   EXPECT_EQ(wrong, 0);
 }
 
+TEST(Disk, WhatCannotBeReadForAWhileIsNotTakenForDelivered) {
+  DiskWorld world(1);
+  std::vector<std::string> expected;
+  for (std::int64_t n = 1; n <= 20; ++n) {  // more than the database has at hand
+    world.phone.session->transferUserInfo({{"n", n}, {"b", Bytes(100'000)}});
+    expected.push_back("info " + std::to_string(n));
+  }
+  world.phone.disk.failReads(true);
+  world.connect();
+  world.strand.advance(1s);
+  EXPECT_FALSE(world.phone.session->state().connected);
+  world.phone.disk.failReads(false);
+  world.connect();
+  world.strand.advance(2s);
+  EXPECT_EQ(world.watch.effects, expected);
+}
+
 }  // namespace
 }  // namespace tunevale::link

@@ -26,6 +26,7 @@ int closeFile(sqlite3_file* file) {
   return SQLITE_OK;
 }
 int readFile(sqlite3_file* file, void* into, int size, sqlite3_int64 at) {
+  if (opened(file).disk->readsFail()) return SQLITE_IOERR_READ;
   const Bytes& bytes = contents(file).current;
   const std::size_t start = std::min(bytes.size(), static_cast<std::size_t>(at));
   const std::size_t count = std::min(static_cast<std::size_t>(size), bytes.size() - start);

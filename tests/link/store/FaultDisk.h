@@ -34,6 +34,9 @@ class FaultDisk {
   }
   void heal() { failIn_.reset(); }
   int failures() const { return failures_; }
+  /// Of the database.
+  void failReads(bool fail) { readsFail_ = fail; }
+  bool readsFail() const { return readsFail_; }
 
   struct File;
   /// For the ways in: whether a write works now, and the files themselves.
@@ -52,6 +55,7 @@ class FaultDisk {
   std::map<std::string, std::shared_ptr<File>> files_;
   std::map<std::string, std::shared_ptr<File>> syncedNames_;
   bool dead_ = false;
+  bool readsFail_ = false;
   std::optional<int> failIn_;
   bool failForGood_ = false;
   int failures_ = 0;
