@@ -7,9 +7,9 @@
 #include <memory>
 #include <string>
 
+#include "link/Endpoint.h"
 #include "link/Identity.h"
 #include "link/LinkLimits.h"
-#include "link/TcpListener.h"
 #include "platform/PhoneSession.h"
 #include "platform/Queues.h"
 

@@ -2,65 +2,10 @@
 
 #include <algorithm>
 
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/steady_timer.hpp>
-
-#include "link/LinkLoop.h"
 #include "link/Session.h"
 #include "link/TcpAddress.h"
-#include "link/TcpStream.h"
 
 namespace tunevale::link {
-namespace {
-
-namespace asio = boost::asio;
-using asio::ip::tcp;
-using boost::system::error_code;
-
-class TcpDialing : public Dialing {
- public:
-  TcpDialing(LinkLoop& loop, const tcp::endpoint& address, std::chrono::milliseconds limit, Dialed dialed)
-      : attempt_(std::make_shared<Attempt>(loop.context(), std::move(dialed))) {
-    attempt_->limit.expires_after(limit);
-    attempt_->limit.async_wait([attempt = attempt_](const error_code& error) {
-      if (!error) attempt->cancel();
-    });
-    attempt_->socket.async_connect(address, [attempt = attempt_](const error_code& error) {
-      attempt->limit.cancel();
-      if (!attempt->dialed) return;
-      std::exchange(attempt->dialed, {})(error ? nullptr : makeTcpStream(std::move(attempt->socket)));
-    });
-  }
-  ~TcpDialing() override {
-    attempt_->dialed = {};
-    attempt_->cancel();
-  }
-
- private:
-  struct Attempt {
-    Attempt(asio::io_context& context, Dialed whenDialed)
-        : socket(context), limit(context), dialed(std::move(whenDialed)) {}
-    void cancel() {
-      limit.cancel();
-      error_code ignored;  // the handler hears of it, if there is one still
-      socket.close(ignored);
-    }
-    tcp::socket socket;
-    asio::steady_timer limit;
-    Dialed dialed;
-  };
-  const std::shared_ptr<Attempt> attempt_;
-};
-
-}  // namespace
-
-Dial tcpDial(LinkLoop& loop, const Endpoint& endpoint, const Timing& timing) {
-  const tcp::endpoint address = tcpAddress(endpoint);
-  return [&loop, address, limit = timing.connect](Dialed dialed) {
-    return std::make_unique<TcpDialing>(loop, address, limit, std::move(dialed));
-  };
-}
-
 Timing timingTo(const Endpoint& endpoint, Timing timing) {
   if (!tcpAddress(endpoint).address().is_loopback()) timing.lastReconnect = kLastReconnectFar;
   return timing;

@@ -3,8 +3,9 @@
 #include <functional>
 #include <memory>
 
+#include "link/Endpoint.h"
 #include "link/LinkLimits.h"
-#include "link/TcpListener.h"
+#include "link/Stream.h"
 
 namespace tunevale::link {
 
@@ -19,10 +20,6 @@ class Dialing {
   virtual ~Dialing() = default;
 };
 using Dial = std::function<std::unique_ptr<Dialing>(Dialed)>;
-
-/// Dials a TCP address, for as long as `timing.connect` says. Throws std::runtime_error when the host is no
-/// numeric address.
-Dial tcpDial(LinkLoop& loop, const Endpoint& endpoint, const Timing& timing);
 
 /// The same times, with longer waits between attempts when the address is not on this machine: there, a wait
 /// saves what others need too.

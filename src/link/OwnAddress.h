@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/TcpListener.h"
+#include "link/Endpoint.h"
 
 namespace tunevale::link {
 

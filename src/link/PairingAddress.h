@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "link/Endpoint.h"
 #include "link/KeyHash.h"
-#include "link/TcpListener.h"
 
 namespace tunevale::link {
 

@@ -9,6 +9,8 @@
 
 namespace tunevale::link {
 
+class LinkLoop;
+
 /// The phone's side of pairing: one attempt at an address. Strand (the loop) only. Destroying it gives up;
 /// not from inside its callbacks.
 class PhonePairing : private PairingOwner {

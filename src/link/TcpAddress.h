@@ -5,7 +5,7 @@
 
 #include <boost/asio/ip/tcp.hpp>
 
-#include "link/TcpListener.h"
+#include "link/Endpoint.h"
 
 namespace tunevale::link {
 

@@ -6,6 +6,8 @@
 
 namespace tunevale::link {
 
+class LinkLoop;
+
 /// How a connection is made to an end that is known, or is to be.
 struct TlsDialOptions {
   Endpoint endpoint;

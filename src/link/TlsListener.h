@@ -5,12 +5,14 @@
 #include <functional>
 #include <memory>
 
+#include "link/Endpoint.h"
 #include "link/Identity.h"
 #include "link/LinkLimits.h"
 #include "link/SecureStream.h"
-#include "link/TcpListener.h"
 
 namespace tunevale::link {
+
+class LinkLoop;
 
 /// Takes connections on a TCP address and hands over those that have proved who they are. What has not is
 /// held to kMostHandshakes, kMostHandshakeBytes and `timing.tls`: one socket more closes the one that is

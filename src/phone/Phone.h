@@ -4,9 +4,9 @@
 #include <memory>
 #include <string>
 
+#include "link/Endpoint.h"
 #include "link/LinkLimits.h"
 #include "link/PairingAddress.h"
-#include "link/TcpListener.h"
 #include "phone/PhoneApp.h"
 
 namespace boost::asio {

@@ -26,9 +26,9 @@ constexpr auto kDrainLimit = kSanitized ? 10s : 2s;
 struct Pair {
   Pair(int count, bool paced) {
     const std::uint16_t port = unusedPort();
-    for (const Role role : {Role::watch, Role::phone}) {
-      plans[indexOf(role)] = {role, folder.path(role == Role::watch ? "watch" : "phone"), port, count, paced};
-    }
+    const Identity watch = Identity::temporary(), phone = Identity::temporary();
+    plans.push_back({Role::watch, folder.path("watch"), port, watch, phone.keyHash(), count, paced});
+    plans.push_back({Role::phone, folder.path("phone"), port, phone, watch.keyHash(), count, paced});
   }
   static std::size_t indexOf(Role role) { return role == Role::watch ? 0 : 1; }
   void start(Role role, std::optional<CrashPoint> point = {}, int passes = 1) {
@@ -66,7 +66,7 @@ struct Pair {
   }
 
   test::TemporaryFolder folder;
-  EndPlan plans[2];
+  std::vector<EndPlan> plans;
   std::unique_ptr<EndProcess> ends[2];
 };
 

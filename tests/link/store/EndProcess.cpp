@@ -18,7 +18,8 @@
 #include "link/LinkLoop.h"
 #include "link/Session.h"
 #include "link/SqliteStore.h"
-#include "link/TcpListener.h"
+#include "link/TlsDial.h"
+#include "link/TlsListener.h"
 
 namespace tunevale::link {
 namespace {
@@ -83,11 +84,12 @@ struct End {
   }
   void begin() {
     const Endpoint address{"127.0.0.1", plan.port};
+    const PinSource pin = [this] { return std::optional(plan.peer); };
     if (plan.role == Role::watch) {
-      listener.emplace(loop, address);
-      listener->start([this](std::unique_ptr<Stream> stream) { session->adopt(std::move(stream), false); });
+      listener.emplace(loop, address, plan.identity, TlsListener::Rules{.pin = pin, .timing = timing()});
+      listener->start([this](SecureStream stream) { session->adopt(std::move(stream.stream), false); });
     } else {
-      connector.emplace(loop, *session, tcpDial(loop, address, timing()), timing());
+      connector.emplace(loop, *session, tlsDial(loop, plan.identity, pin, {address, timing(), {}}), timing());
       connector->start();
     }
     tick();
@@ -142,7 +144,7 @@ struct End {
   QueueApp app;
   CrashStore store;
   std::optional<Session> session;
-  std::optional<TcpListener> listener;
+  std::optional<TlsListener> listener;
   std::optional<Connector> connector;
   std::unique_ptr<Timer> timer;
 };

@@ -9,6 +9,7 @@
 #include <sys/types.h>
 
 #include "link/CrashPoint.h"
+#include "link/Identity.h"
 #include "link/Role.h"
 #include "link/store/QueueApp.h"
 
@@ -20,6 +21,8 @@ struct EndPlan {
   Role role = Role::watch;
   std::string folder;
   std::uint16_t port = 0;
+  Identity identity;
+  KeyHash peer;
   int count = 0;
   bool paced = false;  // queues one thing at a time, so that the ends are idle now and then
   std::optional<CrashPoint> point{};
