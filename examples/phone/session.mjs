@@ -157,12 +157,13 @@ export class Session {
     this.#handler.event('state', { active, locked });
   }
 
-  takeRESUME({ epoch, item, file, context }) {
+  takeRESUME({ epoch, item, file, context, refused = [] }) {
     const queues = this.#queues;
     const { acknowledged } = queues;
     const known = epoch.equals(queues.epoch) && item >= acknowledged.item && item <= queues.nextItem &&
                   file >= acknowledged.file && file <= queues.nextFile && context <= queues.contextVersion;
     if (known) {
+      for (const one of refused) this.takeNAK({ code: one.code }, one.item);
       this.#dropItems(item - 1);
       this.#dropFiles(file - 1);
     } else {
@@ -218,6 +219,10 @@ export class Session {
     this.#dropItems(id);
   }
   takeNAK({ code }, id) {
+    const items = this.#queues.items.filter(({ number }) => number !== id);
+    if (items.length === this.#queues.items.length) return; // known already
+    this.#queues.items = items;
+    this.#store.save();
     this.#handler.event('refused', `item ${id}: ${code}`);
   }
   takeCTX(body, id) {

@@ -14,18 +14,16 @@ constexpr const char* kTables = R"(
     item_next INTEGER NOT NULL, item_acknowledged INTEGER NOT NULL, item_sent INTEGER NOT NULL,
     file_next INTEGER NOT NULL, file_acknowledged INTEGER NOT NULL, file_sent INTEGER NOT NULL,
     context_version INTEGER NOT NULL, context_sent INTEGER NOT NULL,
-    peer_epoch BLOB, peer_item INTEGER NOT NULL, peer_file INTEGER NOT NULL, peer_context INTEGER NOT NULL) STRICT;
+    peer_epoch BLOB, peer_item INTEGER NOT NULL, peer_file INTEGER NOT NULL, peer_context INTEGER NOT NULL,
+    peer_locked INTEGER NOT NULL, peer_refused BLOB) STRICT;
   CREATE TABLE items (number INTEGER PRIMARY KEY, body BLOB NOT NULL) STRICT;
   CREATE TABLE files (number INTEGER PRIMARY KEY, body BLOB NOT NULL) STRICT;
   CREATE TABLE received (
     id INTEGER PRIMARY KEY, queue INTEGER NOT NULL, epoch BLOB NOT NULL, number INTEGER NOT NULL,
     body BLOB NOT NULL) STRICT;
   CREATE TABLE contexts (
-    received INTEGER PRIMARY KEY, version INTEGER NOT NULL, body BLOB NOT NULL, handled INTEGER NOT NULL) STRICT)";
-constexpr const char* kSecondVersion = R"(
-  ALTER TABLE facts ADD COLUMN peer_locked INTEGER NOT NULL DEFAULT 0;
-  ALTER TABLE facts ADD COLUMN peer_refused BLOB;
-  PRAGMA user_version = 2)";
+    received INTEGER PRIMARY KEY, version INTEGER NOT NULL, body BLOB NOT NULL, handled INTEGER NOT NULL) STRICT;
+  PRAGMA user_version = 1)";
 
 template <std::size_t size>
 std::optional<std::array<std::byte, size>> fixed(ByteView bytes) {
@@ -64,16 +62,13 @@ std::vector<Cursor::Refusal> readRefusals(ByteView bytes) {
 
 void makeStoreTables(Database& database, const Epoch& fresh) {
   const std::string version = database.ask("PRAGMA user_version").value_or("");
-  if (version == "2") return;
-  const bool isNew = version == "0";
-  if (!isNew && version != "1")
-    throw std::runtime_error("the link's store is of a later version of this program");
+  if (version == "1") return;
+  if (version != "0") throw std::runtime_error("the link's store is of a later version of this program");
   database.require("BEGIN");
-  if (isNew) database.require(kTables);
-  database.require(kSecondVersion);
+  database.require(kTables);
   StoreFacts facts;
   facts.epoch = fresh;
-  if (isNew && !FactsTable(database).write(facts)) database.fail();
+  if (!FactsTable(database).write(facts)) database.fail();
   database.require("COMMIT");
 }
 
