@@ -87,7 +87,7 @@ describe('command lines', { skip, concurrency: 4 }, () => {
 
   test('the phone obeys lines, refuses those too long, and ends with them', async () => {
     const lines = ['{"do":"volume","value":2,"ref":"a"}', 'nonsense', 'x'.repeat(2_000_000), '{"do":"state","ref":"b"}'];
-    const { code, out, err } = await run('tunevale-phone', ['--link', '127.0.0.1:1'], lines.join('\n'));
+    const { code, out, err } = await run('tunevale-phone', [...fresh('h'), '--link', '127.0.0.1:1'], lines.join('\n'));
     assert.equal(code, 0, err);
     const events = out.trim().split('\n').map((line) => JSON.parse(line));
     assert.equal(events[0].event, 'ready');
