@@ -78,11 +78,19 @@ std::string partPrefix(const Epoch& epoch) {
   return name + "-";
 }
 
-/// Numbers before this file's may have been cancelled; it may yet go on.
-bool mayGoOn(const std::string& name, const Cursor& cursor) {
+/// The part that may yet go on; numbers before it may have been cancelled. Null when there is none.
+const std::string* latestBegun(const std::vector<std::string>& names, const Cursor& cursor) {
+  const std::string* latest = nullptr;
+  std::uint64_t next = cursor.nextFile;
   const std::string prefix = cursor.epoch ? partPrefix(*cursor.epoch) : "";
-  if (prefix.empty() || !name.starts_with(prefix)) return false;
-  return std::strtoull(name.c_str() + prefix.size(), nullptr, 10) >= cursor.nextFile;
+  for (const std::string& name : names) {
+    if (prefix.empty() || !name.starts_with(prefix)) continue;
+    const std::uint64_t number = std::strtoull(name.c_str() + prefix.size(), nullptr, 10);
+    if (number < next) continue;
+    latest = &name;
+    next = number;
+  }
+  return latest;
 }
 
 }  // namespace
@@ -91,7 +99,7 @@ std::string partName(const Epoch& epoch, std::uint64_t number) {
   return partPrefix(epoch) + std::to_string(number);
 }
 
-std::uint64_t sweepSpool(Spool& spool, const LinkStore& store) {
+std::optional<std::uint64_t> sweepSpool(Spool& spool, LinkStore& store) {
   std::uint64_t queued = 0;
   std::set<std::string> known;
   for (std::optional<Row> row; (row = store.firstFrom(Queue::files, row ? row->number + 1 : 1));) {
@@ -100,9 +108,11 @@ std::uint64_t sweepSpool(Spool& spool, const LinkStore& store) {
     queued += file.size;
   }
   for (const Received& row : store.received(Queue::files)) known.insert(readFileRow(row.body).name);
-  const Cursor cursor = store.cursor();
-  for (const std::string& name : spool.names()) {
-    if (!known.contains(name) && !mayGoOn(name, cursor)) spool.remove(name);
+  if (store.takeReadFailure()) return std::nullopt;
+  const std::vector<std::string> names = spool.names();
+  const std::string* begun = latestBegun(names, store.cursor());
+  for (const std::string& name : names) {
+    if (!known.contains(name) && &name != begun) spool.remove(name);
   }
   return queued;
 }

@@ -33,7 +33,8 @@ std::variant<FileRow, ErrorCode> copyIntoSpool(const std::string& path, Spool& s
 std::string partName(const Epoch& epoch, std::uint64_t number);
 
 /// Removes what a crash left between spool and store: what no row knows, but for the beginnings of files that
-/// may still come. Gives the bytes that wait to be sent. Before anything else uses the spool.
-std::uint64_t sweepSpool(Spool& spool, const LinkStore& store);
+/// may still come. Gives the bytes that wait to be sent; nothing, and removes nothing, when the store cannot
+/// be read. Before anything else uses the spool.
+std::optional<std::uint64_t> sweepSpool(Spool& spool, LinkStore& store);
 
 }  // namespace tunevale::link

@@ -114,7 +114,7 @@ void FileSender::forgetAll(const std::vector<std::uint64_t>& numbers, ErrorCode 
   connectionDidClose();
   {
     const MutexLock lock(queueMutex_);  // what was queued since the rows went stays
-    queuedBytes_ = sweepSpool(*spool_, store_);
+    queuedBytes_ = sweepSpool(*spool_, store_).value_or(0);
   }
   for (const std::uint64_t number : numbers) tell(number, code);
 }
@@ -136,7 +136,10 @@ void FileSender::rowWasRemoved(const Row& row) {
   store_.passes(CrashPoint::fileRowRemoved);
   const FileRow body = readFileRow(row.body);
   spool_->remove(body.name);
-  queuedBytes_ -= body.size;
+  // Not below nothing: a sweep that could not read has counted too little.
+  for (std::uint64_t before = queuedBytes_;
+       !queuedBytes_.compare_exchange_weak(before, before - std::min(before, body.size));) {
+  }
 }
 
 void FileSender::tell(std::uint64_t number, std::optional<ErrorCode> code) {

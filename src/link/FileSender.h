@@ -17,7 +17,7 @@ class FileSender {
   /// Sweeps the spool.
   FileSender(LinkStore& store, Delivery& delivery, std::shared_ptr<Spool> spool)
       : store_(store), delivery_(delivery), spool_(std::move(spool)) {
-    queuedBytes_ = sweepSpool(*spool_, store_);
+    queuedBytes_ = sweepSpool(*spool_, store_).value_or(0);
   }
 
   /// Copies a file and queues it; its number, or 7009, 7013 or 7015. Any thread.

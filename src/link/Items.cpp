@@ -138,7 +138,7 @@ bool Items::didReceiveNak(const Frame& frame) {
 
 bool Items::finishRefused(std::uint64_t number, std::uint64_t code) {
   std::optional<Row> row = store_.firstFrom(Queue::items, number);
-  if (!row || row->number != number) return true;  // known already, or cancelled
+  if (!row || row->number != number) return !store_.takeReadFailure();  // known already, or cancelled
   if (!store_.remove(Queue::items, number, true)) return false;
   tell(std::move(*row), errorCodeFrom(static_cast<long long>(code)));
   return true;

@@ -224,7 +224,8 @@ void SessionCore::connectionDidOpen(Connection& connection, const PlistDictionar
 
 void SessionCore::connectionDidReceive(Connection& connection, const Frame& frame) {
   if (&connection != current_) return;
-  if (!take(frame) || store_.takeReadFailure()) {
+  const bool belongs = take(frame);
+  if (store_.takeReadFailure() || !belongs) {
     connection.close("a frame that does not belong here, or cannot be kept");
     return;
   }

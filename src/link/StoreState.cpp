@@ -1,6 +1,7 @@
 #include "link/StoreState.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "link/Crypto.h"
 
@@ -60,6 +61,8 @@ StoreState::StoreState(LinkStore& store, Database opened, const Epoch& fresh)
       sizes{items.size(), files.size()} {
   if (lastReceived.step()) nextId = lastReceived.number(0) + 1;
   lastReceived.reset();
+  if (items.count.hasFailed() || files.count.hasFailed() || lastReceived.hasFailed())
+    throw std::runtime_error("the link's store cannot be read");
 }
 
 StoreFacts StoreState::factsNow() const {

@@ -51,8 +51,10 @@ struct DiskEnd {
     };
     store.emplace(disk, epochFrom(strand), momentsLeft);
     const auto post = [this](Block block) { strand.post(std::move(block)); };
+    disk.failReads(startsBlind);
     session.emplace(strand, *store, SessionOptions{.role = role, .spool = disk.spool(folder.path())}, *app,
                     post, post);
+    disk.failReads(false);
     session->activate();
   }
   void restart() {
@@ -96,6 +98,7 @@ struct DiskEnd {
   std::set<std::string> perhaps;
   int refused = 0;
   int momentsLeft = 0;
+  bool startsBlind = false;
   std::optional<QueueApp> app;
   std::optional<MortalStore> store;
   std::optional<Session> session;
@@ -211,6 +214,22 @@ TEST(Disk, WhatCannotBeReadForAWhileIsNotTakenForDelivered) {
   world.strand.advance(1s);
   EXPECT_FALSE(world.phone.session->state().connected);
   world.phone.disk.failReads(false);
+  world.connect();
+  world.strand.advance(2s);
+  EXPECT_EQ(world.watch.effects, expected);
+}
+
+TEST(Disk, FilesOfQueuesThatCannotBeReadAreNotSweptAway) {
+  DiskWorld world(1);
+  const std::string path = world.phone.source.path("file");
+  std::vector<std::string> expected;
+  for (std::int64_t n = 1; n <= 20; ++n) {  // more than the database has at hand
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << contentsOfFile(n);
+    world.phone.session->transferFile(path, {{"n", n}, {"b", Bytes(15'000)}});
+    expected.push_back("file " + std::to_string(n));
+  }
+  world.phone.startsBlind = true;
+  world.phone.restart();
   world.connect();
   world.strand.advance(2s);
   EXPECT_EQ(world.watch.effects, expected);
