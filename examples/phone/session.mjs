@@ -33,6 +33,7 @@ export class Session {
   #sentContext = 0;
   #heard = Date.now();
   #introduced = 0;
+  #watchIntroduced = 0;
 
   /** `store`: { queues, save() }. `handler`: { request(name, message), event(name, what) }. */
   static async open(options, store, handler) {
@@ -64,7 +65,7 @@ export class Session {
       end();
     }));
     socket.on('error', () => {});
-    this.#introduced = performance.now();
+    this.#introduced = Date.now(); // goes on while the machine sleeps
     this.#send('HELLO', 0, { version: 1, role: 'phone', run: RUN, epoch: this.#queues.epoch });
   }
 
@@ -100,7 +101,7 @@ export class Session {
       const id = ++this.#message;
       const late = setTimeout(() => this.#end(id, ({ reject: no }) => no(new Error('7012: no answer'))), 10_000);
       this.#waiting.set(id, { resolve, reject, late });
-      this.#send('MSG', id, { ...body, ttl: 10_000, sent: Math.floor(performance.now() - this.#introduced) });
+      this.#send('MSG', id, { ...body, ttl: 10_000, sent: Date.now() - this.#introduced });
     });
   }
 
@@ -139,6 +140,7 @@ export class Session {
   takeHELLO_ACK({ version, role, run }) {
     if (version !== 1 || role !== 'watch') throw new Error('another version of the link');
     this.#watchRun = run.toString('hex');
+    this.#watchIntroduced = Date.now();
     this.#send('STATE', 0, { active: true, locked: false });
     this.#send('RESUME', 0, { ...this.#queues.theirs });
   }
@@ -194,6 +196,12 @@ export class Session {
   }
 
   takeMSG(body, id) {
+    const passed = Date.now() - this.#watchIntroduced;
+    const age = Math.max(0, passed - (body.sent ?? passed) - passed / 2_000);
+    if (body.ttl > 0 && body.ttl < 86_400_000 && age >= body.ttl) {
+      this.#send('MSG_ERR', id, { code: 7012 });
+      return;
+    }
     const isData = body.data !== undefined;
     const message = isData ? readArchive(body.data) : body.message;
     const answer = this.#handler.request(String(message?.request), message ?? {});

@@ -12,6 +12,7 @@ using std::chrono::ceil;
 using std::chrono::floor;
 using std::chrono::milliseconds;
 
+constexpr std::uint64_t kClockShare = 2000;     // two clocks part by less than one in so many
 constexpr std::uint64_t kForever = 86'400'000;  // ms: from a day on, a time to live is none
 
 /// What a handler of an incoming message holds: the right to answer once. Whatever happens to it, the other
@@ -130,8 +131,9 @@ std::optional<Time> Messages::expiryOf(const PlistDictionary& body) const {
   const Time now = strand_.now();
   const auto since = static_cast<std::uint64_t>(floor<milliseconds>(now - peerIntroduced_).count());
   const std::uint64_t sent = body.find("sent") != nullptr ? numberIn(body, "sent") : since;
-  // However long it was on its way: in a buffer, behind a pause, while one of the two slept.
-  const std::uint64_t age = since - std::min(since, sent);
+  // However long it was on its way: in a buffer, behind a pause, while one of the two slept. But no two
+  // clocks go alike.
+  const std::uint64_t age = since - std::min(since, sent + since / kClockShare);
   return now + milliseconds(timeToLive) - milliseconds(age);
 }
 
