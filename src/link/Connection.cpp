@@ -117,7 +117,7 @@ void Connection::streamDidWrite() {
   writing_ = false;
   if (!reading_) heard_ = strand_.now();  // of all that can be heard of it
   if (leaving_ && first_.empty()) {
-    close(std::string(*leaving_));
+    end(std::string(*leaving_));
   } else {
     wake();
   }
@@ -126,6 +126,12 @@ void Connection::streamDidWrite() {
 void Connection::streamDidEnd(const std::string& reason) {
   ended_ = true;
   takeFrames();
+  // The other end knows of the rest that it did not arrive, but it says only once that it has unpaired.
+  while (phase_ == Phase::open && !leaving_) {
+    const std::optional<Frame> frame = reader_.next();
+    if (!frame) break;
+    if (frame->type == FrameType::unpair) owner_.connectionDidReceive(*this, *frame);
+  }
   end(reason);
 }
 

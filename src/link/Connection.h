@@ -60,7 +60,7 @@ class Connection : private StreamReceiver {
   void takeFrames();
   void take(const Frame& frame);
   void takeIntroduction(const Frame& frame);
-  bool isHeldUp() const { return !ended_ && (paused_ || rateTimer_ != nullptr); }
+  bool isHeldUp() const { return paused_ || (rateTimer_ != nullptr && !ended_); }
   /// Reads what can be taken, or kept until it can.
   void readOrNot();
   void watchSilence();

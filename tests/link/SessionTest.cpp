@@ -179,16 +179,20 @@ TEST_F(SessionTest, StopsReadingWhileHandlersAreBehindAndTellsThatItLives) {
   EXPECT_FALSE(world.watch.session->state().connected) << "a dead one is found by a busy end";
 }
 
-TEST_F(SessionTest, TakesWhatItHasReadAheadBeforeTheConnectionEnded) {
+TEST_F(SessionTest, HearsBehindWhatItHasNoRoomForThatItIsUnpaired) {
   world.connectAndRun();
   world.watch.holding = true;
   for (int n = 0; n < 80; ++n) world.phone.send(n);
   world.strand.run();
   EXPECT_EQ(world.watch.held.size(), kMostUndelivered);
-  world.wires.back()->cut();
+  world.phone.session->unpair();
   world.strand.run();
   EXPECT_FALSE(world.watch.session->state().connected);
-  EXPECT_EQ(world.watch.held.size(), 80U);
+  EXPECT_EQ(world.watch.held.size(), kMostUndelivered + 1)
+      << "a peer that comes again and again gets no further";
+  world.watch.release();
+  world.strand.run();
+  EXPECT_EQ(world.watch.ear.heard.back(), "unpaired");
 }
 
 TEST_F(SessionTest, BoundsWhatWaitsForAPeerThatDoesNotRead) {
