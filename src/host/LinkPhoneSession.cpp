@@ -126,7 +126,11 @@ struct LinkPhoneSession::Parts {
                                  .spoolFolder = options.folder + "/Spool",
                                  .timing = options.timing,
                                  .log = options.log},
-            *receiver, [this](Block block) { queue->async(std::move(block)); },
+            *receiver,
+            [this](Block block) {
+              // At the end the session may still have something, which is kept for the next run.
+              if (queue) queue->async(std::move(block));
+            },
             [&main, held = receiver](Block block) {
               main.async([held, block = std::move(block)] { block(); });
             }) {
