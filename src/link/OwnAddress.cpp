@@ -42,11 +42,15 @@ Endpoint endpointForOthers(const Endpoint& listening) {
   ifaddrs* all = nullptr;
   if (::getifaddrs(&all) != 0) all = nullptr;  // as if there were none
   const std::unique_ptr<ifaddrs, FreeAddresses> held(all);
+  std::optional<ip::address> other;
   for (const ifaddrs* one = all; one != nullptr; one = one->ifa_next) {
-    if ((one->ifa_flags & IFF_UP) == 0 || (one->ifa_flags & IFF_LOOPBACK) != 0) continue;
+    if ((one->ifa_flags & IFF_RUNNING) == 0 || (one->ifa_flags & IFF_LOOPBACK) != 0) continue;
     const std::optional<ip::address> address = addressOf(one->ifa_addr);
-    if (address && address->is_v4() == own.is_v4()) return {address->to_string(), listening.port};
+    if (!address) continue;
+    if (address->is_v4() == own.is_v4()) return {address->to_string(), listening.port};
+    if (own.is_v6() && !other) other = address;  // who listens to all of IPv6 is reached by IPv4 too
   }
+  if (other) return {other->to_string(), listening.port};
   return {own.is_v4() ? "127.0.0.1" : "::1", listening.port};
 }
 

@@ -34,6 +34,8 @@ std::unique_ptr<Demo> Demo::start(host::RunLoop& loop, host::WatchDisplay& displ
   std::optional<link::PairingAddress> address;
   if (!paired || parts->phone.watch() != session.keyHash()) {
     address = link::parsePairingAddress(session.pairing().open(false, true));
+    // It is in here, wherever others would find the watch.
+    if (address) address->endpoint = {linkHost, session.port()};
   }
   parts->phone.start(address);
   return std::unique_ptr<Demo>(new Demo(std::move(parts)));
