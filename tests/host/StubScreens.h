@@ -64,6 +64,7 @@ class StubScreen : public WKInterfaceController {
     table->setNumberOfRows(rows, "Row");
     for (std::size_t i = 0; i < rows; ++i) {
       auto* const row = table->rowControllerAtIndex<StubRow>(i);
+      if (row == nullptr) return;  // a layout may name its rows otherwise
       row->name->setText("row " + std::to_string(i));
       row->screen = shared_from_this();
     }
