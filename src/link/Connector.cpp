@@ -6,6 +6,7 @@
 #include "link/TcpAddress.h"
 
 namespace tunevale::link {
+
 Timing timingTo(const Endpoint& endpoint, Timing timing) {
   if (!tcpAddress(endpoint).address().is_loopback()) timing.lastReconnect = kLastReconnectFar;
   return timing;

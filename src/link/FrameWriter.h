@@ -34,8 +34,7 @@ inline std::optional<PlistDictionary> readBody(ByteView body) {
 
 /// Whether a dictionary in a body of so many bytes takes more than `most` by itself.
 inline bool isLargerThan(std::size_t most, const PlistDictionary& payload, std::size_t body) {
-  if (body <= most) return false;
-  return body > most + kBodyKeys || writePropertyList(payload).size() > most;
+  return body > most && writePropertyList(payload).size() > most;
 }
 
 /// A whole number that is not negative; 0 for everything else.

@@ -63,7 +63,7 @@ class Session {
   /// Arrives once, in order, however long it takes. Errors 7004, 7009, 7010 (nested deeper than 64, or 63
   /// inside a message or beside a file), 7015; so do the other three.
   Transfer transferUserInfo(const PlistDictionary& userInfo);
-  /// The same among files; the file is copied before this returns. Error 7013 too.
+  /// The same among files; the file is copied before this returns. Errors 7008 (no path) and 7013 too.
   Transfer transferFile(const std::string& path, const PlistDictionary& metadata);
   void cancelUserInfo(std::uint64_t number);
   void cancelFile(std::uint64_t number);
