@@ -38,17 +38,6 @@ constexpr const char* kRadioPosted = "post tunevaleWatch.radio.fetchedImage";
 constexpr const char* kPlaylistPosted = "post tunevaleWatch.playlist.fetchedImage";
 constexpr const char* kImagePosted = "post tunevaleWatch.player.nowplayingchange.image";
 
-TEST_F(ReceivedFiles, StationArtworkIsCachedAsPng) {
-  const Bytes jpeg = jpegPicture(8, 4, 3);
-  deliver(jpeg, kTopHits);
-  EXPECT_TRUE(asText(contents("Top_Hits_image.png")).starts_with("\x89PNG"));
-  const ImagePtr sent = platform.imageCodec.imageWithData(jpeg);
-  EXPECT_EQ(WatchUtil::getImageForKey(platform, "Top_Hits_image.png")->pixels, sent->pixels);
-  EXPECT_EQ(radio().getCachedImageForRadioName("Top_Hits_image.png")->pixels, sent->pixels);
-  ASSERT_EQ(world.log.lines().size(), 1U);
-  EXPECT_EQ(world.log.lines()[0], "Receiving File:file://" + world.folder->path("arrived"));
-}
-
 TEST_F(ReceivedFiles, TheFirstImageOfANameStays) {
   deliver(pngPicture(4, 4, 1), kTopHits);
   deliver(pngPicture(4, 4, 1), kTop);

@@ -1,5 +1,3 @@
-#include <limits>
-
 #include <gtest/gtest.h>
 
 #include "foundation/Description.h"
@@ -31,18 +29,6 @@ TEST(Text, CountsAndCutsInUtf16Units) {
   EXPECT_EQ(dropLastUtf16("aé😀", 3), "a");
   EXPECT_EQ(dropLastUtf16("abc", 0), "abc");
   EXPECT_EQ(dropLastUtf16("abc", 9), "");
-}
-
-TEST(Text, ReadsLeadingWholeNumbers) {
-  EXPECT_EQ(integerValue("03"), 3);
-  EXPECT_EQ(integerValue(" \t-12x"), -12);
-  EXPECT_EQ(integerValue("+7.9"), 7);
-  for (const char* none : {"", "abc", "-", "+ 1", "--1", "\u0663"}) EXPECT_EQ(integerValue(none), 0) << none;
-  using Limits = std::numeric_limits<std::int64_t>;
-  EXPECT_EQ(integerValue("9223372036854775807"), Limits::max());
-  EXPECT_EQ(integerValue("9223372036854775808"), Limits::max());
-  EXPECT_EQ(integerValue("-9223372036854775808"), Limits::min());
-  EXPECT_EQ(integerValue("-99999999999999999999"), Limits::min());
 }
 
 TEST(Description, ShowsEveryKind) {

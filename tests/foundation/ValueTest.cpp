@@ -1,5 +1,4 @@
 #include <cmath>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -17,18 +16,6 @@ TEST(PlistArray, StaysAsItWasForWhoeverHoldsIt) {
   list.set(0, "one");
   EXPECT_EQ(handedOut, (PlistArray{1, "two"}));
   EXPECT_EQ(list, (PlistArray{"one", "two", 3}));
-}
-
-TEST(PlistArray, EditsInPlaceWhenNobodyElseHoldsIt) {
-  PlistArray list;
-  list.reserve(10);
-  const void* storage = list.identity();
-  for (int i = 0; i < 10; ++i) list.append(i);
-  list.set(3, "three");
-  EXPECT_EQ(list.identity(), storage);
-  { const PlistArray copy = list; }
-  list.set(4, "four");
-  EXPECT_EQ(list.identity(), storage);
 }
 
 TEST(PlistArray, MayHoldACopyOfItself) {
@@ -97,24 +84,6 @@ TEST(PlistValue, DiesWithoutRecursion) {
   for (int i = 0; i < 1000000; ++i)
     value = i % 2 == 0 ? PlistValue(PlistArray{value}) : PlistDictionary{{"k", value}};
   value = PlistValue();
-}
-
-TEST(PlistValue, IsSharedBetweenThreads) {
-  const PlistArray list{"text", PlistDictionary{{"key", PlistArray{1, 2}}}, asBytes("bytes")};
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([list] {
-      for (int i = 0; i < 2000; ++i) {
-        PlistArray copy = list;
-        copy.set(0, i);
-        const PlistValue inner = *copy.at(1);
-        PlistDictionary edited = *inner.dictionary();
-        edited.set("key", i);
-        ASSERT_EQ(list.at(1)->dictionary()->find("key")->array()->size(), 2U);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace

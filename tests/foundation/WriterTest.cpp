@@ -58,19 +58,6 @@ TEST(Writers, GiveEqualBytesForEqualValues) {
   EXPECT_EQ(archivedDataWithRootObject(shared), archivedDataWithRootObject(apart));
 }
 
-TEST(Writers, UseTheSmallestForms) {
-  const auto sizeOf = [](const PlistValue& value) { return writePropertyList(value).size() - 8 - 1 - 32; };
-  EXPECT_EQ(sizeOf(255), 2U);
-  EXPECT_EQ(sizeOf(65535), 3U);
-  EXPECT_EQ(sizeOf(65536), 5U);
-  EXPECT_EQ(sizeOf(-1), 9U);
-  EXPECT_EQ(sizeOf(0.5), 5U);
-  EXPECT_EQ(sizeOf(0.1), 9U);
-  EXPECT_EQ(sizeOf("abc"), 4U);
-  EXPECT_EQ(sizeOf("é"), 3U);
-  EXPECT_EQ(sizeOf(PlistValue()), 1U);
-}
-
 TEST(Writers, CutWhatIsNestedTooDeep) {
   const auto nested = [](int levels, PlistValue core) {
     for (int i = 0; i < levels; ++i) core = PlistArray{core};

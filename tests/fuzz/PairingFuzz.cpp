@@ -12,12 +12,6 @@ namespace {
 using namespace tunevale;
 using namespace tunevale::link;
 
-struct Deaf : StreamReceiver {
-  void streamDidRead(ByteView) override {}
-  void streamDidWrite() override {}
-  void streamDidEnd(const std::string&) override {}
-};
-
 /// A phone that must not pin, whatever the other end says: its user never says yes.
 struct CarefulPhone : PairingOwner {
   std::optional<std::string> objectionToAttempt(PairingExchange&, bool) override { return std::nullopt; }

@@ -1,7 +1,6 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -22,28 +21,6 @@ class DefaultsFileTest : public testing::Test {
   std::string path = folder.path("defaults.plist");
   test::CollectingLog log;
 };
-
-TEST_F(DefaultsFileTest, KeepsValuesOfEveryKind) {
-  const PlistDictionary chart{{"songs", PlistArray{PlistDictionary{{"title", "तेरे नाम"}}, PlistValue()}}};
-  {
-    DefaultsFile defaults = open();
-    defaults.setObject(chart, "weekly_top_15");
-    defaults.setObject(PlistValue(asBytes("archive")), "radio_stations");
-    defaults.setObject(PlistValue(0.5), "volume");
-    defaults.setObject(PlistValue(true), "kUserFetchDataAlert");
-    EXPECT_EQ(defaults.objectForKey("volume"), PlistValue(0.5));
-    defaults.synchronize();
-    EXPECT_EQ(open().objectForKey("volume"), PlistValue(0.5));
-    defaults.setObject(std::nullopt, "volume");
-    defaults.setObject(PlistValue(), "kUserFetchDataAlert");
-  }
-  DefaultsFile again = open();
-  EXPECT_EQ(again.objectForKey("weekly_top_15"), PlistValue(chart));
-  EXPECT_EQ(again.objectForKey("radio_stations"), PlistValue(asBytes("archive")));
-  EXPECT_FALSE(again.objectForKey("volume"));
-  EXPECT_FALSE(again.objectForKey("kUserFetchDataAlert"));
-  EXPECT_TRUE(log.lines().empty());
-}
 
 // A write follows each change without a call, but not each has one of its own.
 TEST_F(DefaultsFileTest, WritesManyChangesTogether) {
@@ -131,24 +108,6 @@ TEST_F(DefaultsFileTest, DoesNotWriteWhatItCouldNotReadBack) {
   EXPECT_EQ(log.lines(), std::vector<std::string>{
                              "User defaults stay in memory: user defaults are too large to be stored"});
   EXPECT_EQ(open().objectForKey("old"), PlistValue(1));
-}
-
-TEST_F(DefaultsFileTest, ServesManyThreads) {
-  {
-    DefaultsFile defaults = open();
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-      threads.emplace_back([&defaults, key = "key" + std::to_string(t)] {
-        for (int i = 0; i < 200; ++i) {
-          defaults.setObject(PlistValue(i), key);
-          EXPECT_EQ(defaults.objectForKey(key), PlistValue(i));
-          if (i % 100 == 0) defaults.synchronize();
-        }
-      });
-    }
-    for (std::thread& thread : threads) thread.join();
-  }
-  for (int t = 0; t < 4; ++t) EXPECT_EQ(open().objectForKey("key" + std::to_string(t)), PlistValue(199));
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -26,20 +25,6 @@ class PosixFilesTest : public testing::Test {
   test::TemporaryFolder folder;
   PosixFiles files;
 };
-
-TEST_F(PosixFilesTest, WritesReadsReplacesAndRemoves) {
-  EXPECT_EQ(text("top.png"), "(nothing)");
-  EXPECT_FALSE(files.writeAtomically(asBytes("one"), at("top.png")));
-  EXPECT_FALSE(files.writeAtomically(asBytes("second"), at("top.png")));
-  EXPECT_EQ(text("top.png"), "second");
-  EXPECT_FALSE(files.writeAtomically({}, at("empty")));
-  EXPECT_EQ(text("empty"), "");
-  EXPECT_FALSE(files.checkResourceIsReachable(at("top.png")));
-  EXPECT_FALSE(files.removeItemAtPath(at("top.png")));
-  EXPECT_FALSE(files.fileExistsAtPath(at("top.png")));
-  EXPECT_TRUE(files.removeItemAtPath(at("top.png")));
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1);  // only "empty"
-}
 
 TEST_F(PosixFilesTest, SaysWhyNot) {
   EXPECT_EQ(files.checkResourceIsReachable(at("none"))->description,

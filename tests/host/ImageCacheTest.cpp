@@ -1,5 +1,3 @@
-#include <thread>
-
 #include <gtest/gtest.h>
 
 #include "host/ByteBudgetImageCache.h"
@@ -35,22 +33,6 @@ TEST(ImageCache, CountsReplacedOversizedAndTinyPictures) {
   for (int i = 0; i < 10'000; ++i) cache.setObject(picture(1, 1), "station " + std::to_string(i));
   EXPECT_FALSE(cache.objectForKey("station 9000"));  // their bookkeeping alone is past the budget
   EXPECT_TRUE(cache.objectForKey("station 9999"));
-}
-
-TEST(ImageCache, ServesManyThreads) {
-  ByteBudgetImageCache cache(kBudget);
-  std::vector<std::thread> threads;
-  for (std::uint32_t t = 0; t < 3; ++t) {
-    threads.emplace_back([&cache, t] {
-      for (std::uint32_t i = 0; i < 100; ++i) {
-        cache.setObject(picture(60, 60, t), std::to_string(i % 20));
-        const ImagePtr image = cache.objectForKey(std::to_string((i * 7) % 20));
-        EXPECT_TRUE(!image || image->width == 60);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_LE(cache.byteCount(), kBudget);
 }
 
 }  // namespace

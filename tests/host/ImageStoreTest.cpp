@@ -37,20 +37,11 @@ class ImageStoreTest : public testing::Test {
   }
 
   test::ManualMainQueue mainQueue_;
-  test::TestQueues queues_{test::TestQueues::Kind::manual};
+  test::TestQueues queues_;
   ImageCodecs codecs_;
   InterfaceLayout layout_;
-  ImageStore store_{layout_, codecs_, mainQueue_, queues_.make("encoding")};
+  ImageStore store_{layout_, codecs_, mainQueue_, queues_.make()};
 };
-
-TEST_F(ImageStoreTest, NamesPicturesByLayoutOrDigest) {
-  EXPECT_EQ(store_.idOf({}), "");
-  EXPECT_EQ(store_.idOf({"spin", nullptr}), "spin");
-  EXPECT_EQ(store_.idOf({"nowhere", nullptr}), "");
-  const auto picture = test::picture(3, 2);
-  EXPECT_EQ(store_.idOf({"", picture}), store_.idOf({"", test::picture(3, 2)}));
-  EXPECT_EQ(store_.idOf({"", picture}).size(), 20U);
-}
 
 TEST_F(ImageStoreTest, EncodesOnceForAllWhoAsk) {
   const auto picture = test::picture(7, 5, 1, false);

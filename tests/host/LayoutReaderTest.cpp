@@ -48,25 +48,6 @@ class LayoutReaderTest : public testing::Test {
   test::LayoutFolder folder_;
 };
 
-TEST_F(LayoutReaderTest, ReadsScenesElementsRowsSeguesAndImages) {
-  const InterfaceLayout layout = read(test::stubLayout());
-  EXPECT_EQ(layout.initial, "Home");
-  EXPECT_EQ(layout.imageFolder, folder_.imageFolder());
-  EXPECT_EQ(layout.images, (std::set<std::string, std::less<>>{"dot", "spin0", "spin1"}));
-  EXPECT_EQ(layout.sequences, (std::set<std::string, std::less<>>{"spin"}));
-  EXPECT_EQ(layout.scene("Second")->title, "< Second");
-  EXPECT_EQ(layout.scene("second"), nullptr);
-
-  const auto& elements = layout.scene("Home")->content.children;
-  ASSERT_EQ(elements.size(), 6U);
-  EXPECT_EQ(elements[0].text, "at first");
-  EXPECT_EQ(elements[0].style, "title");
-  EXPECT_EQ(elements[1].children[0].action, "act");
-  EXPECT_EQ(elements[3].rows[0].content.children[1].outlet, "use");
-  EXPECT_EQ(elements[4].segue->to, "Second");
-  EXPECT_TRUE(elements[4].segue->modal);
-}
-
 TEST_F(LayoutReaderTest, PointsAtTheMistake) {
   EXPECT_EQ(refusalOf("<interface initial=\"A\">\n  <!-- é --> <scen/>\n</interface>"),
             "2:15: there is no element \"scen\"");
@@ -78,46 +59,28 @@ TEST_F(LayoutReaderTest, PointsAtTheMistake) {
   EXPECT_EQ(refusalWith("outlet=\"name\"", "outlet=\"nam\""), "8:14: \"StubRow\" has no outlet \"nam\"");
 }
 
-TEST_F(LayoutReaderTest, RefusesWhatTheClassesDoNotHave) {
+TEST_F(LayoutReaderTest, RefusesWhatIsMissingTwiceOrSenseless) {
   expectReasons({
       {R"(class="StubScreen")", R"(class="Nobody")", R"(there is no screen class "Nobody")"},
       {R"(class="StubRow")", R"(class="StubScreen")", R"(there is no row class "StubScreen")"},
       {R"(outlet="line")", R"(outlet="lien")", R"("StubScreen" has no outlet "lien")"},
       {R"(outlet="line")", R"(outlet="picker")", R"(the outlet "picker" is a picker)"},
       {R"(outlet="line")", R"(id="x")", R"(the label for the outlet "line" of "StubScreen" is missing)"},
-      {R"(outlet="line")", R"(id="button")", R"(the id "button" is the name of an outlet)"},
       {R"(action="act")", R"(action="react")", R"("StubScreen" has no action "react")"},
       {R"(action="act")", R"(action="turned")", R"(the action "turned" is for a picker)"},
-      {R"(action="turned")", R"(action="act")", R"(the action "act" is for a button)"},
-      {R"(action="useRow")", R"(action="act")", R"("StubRow" has no action "act")"},
-  });
-}
-
-TEST_F(LayoutReaderTest, RefusesWhatIsThereTwiceOrNotAtAll) {
-  expectReasons({
       {R"(identifier="Third")", R"(identifier="Home")", R"(the scene "Home" stands twice)"},
       {"<picker", R"(<label outlet="line"/><picker)", R"(the name "line" is already taken)"},
-      {R"(id="pushSegue")", R"(id="modalSegue")", R"(the name "modalSegue" is already taken)"},
       {"</table>",
        R"(<row type="Row" class="StubRow"><label outlet="name"/>)"
        R"(<button outlet="use"/></row></table>)",
        R"(the row type "Row" is already taken)"},
       {R"(to="Third")", R"(to="Fourth")", R"(there is no scene "Fourth")"},
-      {R"(initial="Home")", R"(initial="House")", R"(there is no scene "House")"},
       {R"(initial="Home")", "", R"("interface" needs the attribute "initial")"},
       {R"(image="dot")", R"(image="spot")", R"(there is no image "spot" among the images)"},
       {R"(<image name="dot"/>)", R"(<image name="gone"/>)",
        "there is no file " + folder_.imageFolder() + "/gone.png"},
-      {R"(frames="2")", R"(frames="3")", "there is no file " + folder_.imageFolder() + "/spin2.png"},
       {R"(<image name="dot"/>)", R"(<image name="../dot"/>)",
        "a name is made of letters, digits, hyphens and underscores"},
-  });
-}
-
-TEST_F(LayoutReaderTest, RefusesWhatMakesNoSense) {
-  expectReasons({
-      {R"(<label outlet="line")", R"(<slider minimum="1" maximum="x"/><label outlet="line")",
-       R"("x" is no number)"},
       {R"(<label outlet="line")", R"(<slider minimum="1" maximum="1"/><label outlet="line")",
        "the minimum is not below the maximum"},
       {R"(present="push")", R"(present="pull")", "a segue presents by push or modal"},
@@ -128,7 +91,6 @@ TEST_F(LayoutReaderTest, RefusesWhatMakesNoSense) {
       {R"(text="at first"/>)", "><group/></label>", R"("label" holds no other elements)"},
       {R"(<label outlet="name"/>)", "<table/>", "a row holds no table"},
       {R"(frames="2")", R"(frames="1e9")", "a sequence has 1 to 100 frames"},
-      {R"(style="title")", R"(style="title" style="title")", R"(the attribute "style" stands twice)"},
   });
 }
 

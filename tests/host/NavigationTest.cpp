@@ -56,8 +56,7 @@ class NavigationTest : public testing::Test {
   ControllerRegistry registry_{world_.platform};
   test::LayoutFolder folder_;
   InterfaceLayout layout_;
-  int changes_ = 0;
-  Navigation navigation_{layout_, registry_, world_.platform.sharedExtension, [this] { ++changes_; }};
+  Navigation navigation_{layout_, registry_, world_.platform.sharedExtension, [] {}};
 };
 
 TEST_F(NavigationTest, DrivesEachScreenThroughItsLifeInOrder) {
@@ -156,42 +155,6 @@ TEST_F(NavigationTest, QueuesAlertsFromAnywhereAndRunsTheirHandlers) {
   EXPECT_TRUE(navigation_.answerAlert(0));
   EXPECT_EQ(navigation_.alert(), nullptr);
   EXPECT_FALSE(navigation_.answerAlert(0));
-}
-
-TEST_F(NavigationTest, NamesTheWayBack) {
-  EXPECT_EQ(navigation_.backLabel(), std::nullopt);
-  top().presentControllerWithName("Second", {});
-  EXPECT_EQ(navigation_.backLabel(), "Second");
-  push("Third");
-  EXPECT_EQ(navigation_.backLabel(), "Second");
-  push("Third");
-  EXPECT_EQ(navigation_.backLabel(), "Third");
-  top().presentControllerWithName("Third", {});
-  EXPECT_EQ(navigation_.backLabel(), "Close");
-  navigation_.back();
-  top().setTitle("");
-  push("Third");
-  EXPECT_EQ(navigation_.backLabel(), "Back");
-}
-
-TEST_F(NavigationTest, LetsGoOfAScreenThatWasLeftAndItsRows) {
-  push("Third");
-  const auto left = std::weak_ptr(navigation_.screen());
-  navigation_.back();
-  EXPECT_TRUE(left.expired());
-}
-
-TEST_F(NavigationTest, TellsOfEveryChange) {
-  const auto changes = [this](const std::function<void()>& what) {
-    changes_ = 0;
-    what();
-    return changes_ > 0;
-  };
-  EXPECT_TRUE(changes([&] { top().line->setText("new"); }));
-  EXPECT_TRUE(changes([&] { top().table->rowControllerAtIndex<test::StubRow>(1)->name->setText("new"); }));
-  EXPECT_TRUE(changes([&] { top().setTitle("new"); }));
-  EXPECT_TRUE(changes([&] { push("Third"); }));
-  EXPECT_FALSE(changes([&] { top().line->setText("at first"); }));
 }
 
 }  // namespace

@@ -32,27 +32,6 @@ TEST(RunLoop, RunsBlocksInOrderAndLaterOnesByTime) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, 30ms);
 }
 
-TEST(RunLoop, KeepsEachThreadsOrderAndDropsNone) {
-  RunLoop loop;
-  constexpr int kThreads = 4, kBlocks = 1000;
-  int next[kThreads] = {};
-  int inOrder = 0, left = kThreads * kBlocks;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&, t] {
-      for (int i = 0; i < kBlocks; ++i) {
-        loop.async([&, t, i] {
-          inOrder += next[t]++ == i ? 1 : 0;
-          if (--left == 0) loop.stop();
-        });
-      }
-    });
-  }
-  loop.run();
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(inOrder, kThreads * kBlocks);
-}
-
 // A turn is what was ready together; between turns the loop sleeps.
 TEST(RunLoop, EndsATurnOnceForWhatWasReady) {
   RunLoop loop;
@@ -98,19 +77,6 @@ TEST(RunLoop, DropsWhatHasNotRun) {
     loop.after(1h, [held = std::shared_ptr<Submitter>(new Submitter{loop, dropped})] {});
   }
   EXPECT_EQ(dropped, 3);
-}
-
-TEST(ThreadQueue, RunsInOrderOnItsOwnThread) {
-  ThreadQueue queue("com.tunevale.watch.aQueueWithALongName");
-  std::string ran;
-  char name[16] = {};
-  for (const char c : std::string("abc")) queue.async([&ran, c] { ran += c; });
-  queue.sync([&] {
-    ran += 'd';
-    ::pthread_getname_np(::pthread_self(), name, sizeof name);
-  });
-  EXPECT_EQ(ran, "abcd");
-  EXPECT_STREQ(name, "aQueueWithALong");
 }
 
 TEST(ThreadQueue, RunsEverythingOfEveryThreadBeforeItEnds) {

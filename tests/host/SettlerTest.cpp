@@ -22,17 +22,6 @@ class SettlerTest : public testing::Test {
   bool done_ = false;
 };
 
-TEST_F(SettlerTest, WaitsForBlocksThatSubmitBlocks) {
-  bool last = false;
-  mainQueue_.async([&] { mainQueue_.async([&] { last = true; }); });
-  settler_.wait([&] {
-    EXPECT_TRUE(last);
-    done_ = true;
-  });
-  turn();
-  EXPECT_TRUE(done_);
-}
-
 TEST_F(SettlerTest, WaitsForThePhoneButNotForEver) {
   pending_ = 1;
   settler_.wait([&] { done_ = true; });

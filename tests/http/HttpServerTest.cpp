@@ -50,13 +50,6 @@ TEST_F(HttpServerTest, FindsRoutesAndSaysWhatItDoesNotKnow) {
   EXPECT_EQ(statusOf(ask("POST", "/")), 405);
 }
 
-TEST_F(HttpServerTest, AnswersHeadWithoutABody) {
-  const std::string answer = ask("HEAD", "/");
-  EXPECT_EQ(statusOf(answer), 200);
-  EXPECT_NE(answer.find("Content-Length: 2\r\n"), std::string::npos);
-  EXPECT_EQ(bodyOf(answer), "");
-}
-
 TEST_F(HttpServerTest, AnswersOnlyToItsOwnNamesAndPages) {
   const std::string port = std::to_string(server_.port());
   EXPECT_EQ(statusOf(ask("GET", "/", "Host: localhost:" + port + "\r\n")), 200);
@@ -90,15 +83,6 @@ TEST_F(HttpServerTest, RefusesWhatIsTooLargeOrNoHttp) {
   TestClient client(server_.port());
   client.send("\x16\x03\x01 hello\r\n\r\n");
   EXPECT_EQ(statusOf(client.readToEnd()), 400);
-}
-
-TEST_F(HttpServerTest, KeepsAConnectionForTheNextRequest) {
-  TestClient client(server_.port());
-  client.send("GET /under/exact HTTP/1.1\r\n" + hostLine(server_.port()) +
-              "\r\nGET / HTTP/1.1\r\nConnection: close\r\n" + hostLine(server_.port()) + "\r\n");
-  const std::string both = client.readToEnd();
-  EXPECT_NE(both.find("exact"), std::string::npos);
-  EXPECT_TRUE(both.ends_with("{}"));
 }
 
 TEST_F(HttpServerTest, TurnsAwayTheConnectionTooMany) {

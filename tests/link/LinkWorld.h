@@ -18,8 +18,6 @@ namespace tunevale::link {
 /// Keeps what an end hears, one line each, and answers messages as the test says.
 class Ear : public SessionDelegate {
  public:
-  explicit Ear(Strand& strand) : strand_(strand) {}
-
   void sessionDidActivate() override { heard.push_back("activated"); }
   void sessionDidReceiveMessage(const PlistDictionary& message, const MessageReply& reply) override {
     heard.push_back("message " + text(message, "n"));
@@ -39,7 +37,6 @@ class Ear : public SessionDelegate {
   void sessionDidReceiveFile(const std::string& path, const PlistDictionary& metadata) override {
     std::ifstream file(path, std::ios::binary);
     files.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    paths.push_back(path);
     heard.push_back("file " + text(metadata, "n"));
   }
   void sessionDidFinishUserInfoTransfer(std::uint64_t number, const PlistDictionary&,
@@ -52,10 +49,7 @@ class Ear : public SessionDelegate {
   void sessionDidDeliverApplicationContext(std::uint64_t version) override { delivered = version; }
   void sessionDidResetQueues() override { heard.push_back("reset"); }
   void sessionDidUnpair() override { heard.push_back("unpaired"); }
-  void sessionStateDidChange(const LinkState& state) override {
-    states.push_back(state);
-    stateTimes.push_back(strand_.now());
-  }
+  void sessionStateDidChange(const LinkState& state) override { states.push_back(state); }
 
   static std::string text(const PlistDictionary& body, const char* key) {
     const PlistValue* value = body.find(key);
@@ -71,13 +65,8 @@ class Ear : public SessionDelegate {
   std::vector<std::string> heard;
   std::vector<std::string> finished;
   std::vector<std::string> files;
-  std::vector<std::string> paths;
   std::vector<LinkState> states;
-  std::vector<Time> stateTimes;
   std::uint64_t delivered = 0;
-
- private:
-  Strand& strand_;
 };
 
 /// One end with all that it needs. What arrives can be held back, as a slow handler would.
@@ -85,7 +74,6 @@ struct End {
   End(ManualStrand& where, Role role, Timing timing = {})
       : strand(where),
         store(newEpoch(where)),
-        ear(where),
         session(
             std::in_place, where, store,
             SessionOptions{

@@ -12,15 +12,6 @@ struct MessagesTest : testing::Test {
   LinkWorld world;
 };
 
-TEST_F(MessagesTest, AreAnsweredInOrderAndAfterTheActivation) {
-  world.connectAndRun();
-  for (int n = 1; n <= 3; ++n) world.watch.send(n);
-  EXPECT_TRUE(world.watch.outcomes.empty()) << "never inside the call";
-  world.strand.run();
-  EXPECT_EQ(world.phone.ear.heard, (Lines{"activated", "message 1", "message 2", "message 3"}));
-  EXPECT_EQ(world.watch.outcomes, (Lines{"reply 1", "reply 2", "reply 3"}));
-}
-
 TEST_F(MessagesTest, AndMessageDataKeepOneOrder) {
   world.connectAndRun();
   Bytes answer;
@@ -65,38 +56,6 @@ TEST_F(MessagesTest, TooLargeAreRefusedAndTheLargestArrive) {
   EXPECT_EQ(world.watch.outcomes, Lines{"7009"}) << "a reply that is too large fails its message";
 }
 
-TEST_F(MessagesTest, WhoseReplyIsDroppedFailAtOnceAndLateOnesCountForNothing) {
-  world.connectAndRun();
-  std::vector<SessionDelegate::MessageReply> kept;
-  world.phone.ear.onMessage = [&](const PlistDictionary& message, const auto& reply) {
-    const auto n = message.find("n")->integer();
-    if (n == 2) kept.push_back(reply);
-    if (n == 3) throw std::runtime_error("a handler's mistake");
-    if (n == 4) {
-      reply(message);
-      reply({{"n", 99}});
-    }
-  };
-  for (int n = 1; n <= 4; ++n) world.watch.send(n);
-  world.strand.run();
-  EXPECT_EQ(world.watch.outcomes, (Lines{"7011", "7011", "reply 4"}));
-  world.strand.advance(10s);
-  EXPECT_EQ(world.watch.outcomes.back(), "7012");
-  kept.at(0)({{"n", 2}});
-  world.strand.advance(1s);
-  EXPECT_EQ(world.watch.outcomes.size(), 4U);
-}
-
-TEST_F(MessagesTest, WrittenBeforeACutMayHaveRun) {
-  Wire& wire = world.connectAndRun();
-  wire.swallow(true);
-  world.watch.send(1);
-  world.strand.run();
-  wire.cut();
-  world.strand.run();
-  EXPECT_EQ(world.watch.outcomes, Lines{"7014"});
-}
-
 TEST_F(MessagesTest, BehindAWriteThatNeverEndsHaveNotLeft) {
   Wire& wire = world.connect({.delay = 1s});
   world.strand.advance(20s);
@@ -107,17 +66,6 @@ TEST_F(MessagesTest, BehindAWriteThatNeverEndsHaveNotLeft) {
   wire.cut();
   world.strand.run();
   EXPECT_EQ(world.watch.outcomes, (Lines{"7014", "7007"}));
-}
-
-TEST_F(MessagesTest, ThatWaitedTooLongDoNotRun) {
-  world.connectAndRun();
-  world.phone.holding = true;
-  world.watch.send(1);
-  world.strand.advance(11s);
-  world.phone.release();
-  world.strand.run();
-  EXPECT_EQ(world.phone.ear.heard, Lines{"activated"});
-  EXPECT_EQ(world.watch.outcomes, Lines{"7012"});
 }
 
 TEST_F(MessagesTest, SayHowMuchOfTheirTimeIsLeft) {

@@ -21,18 +21,6 @@ struct QueuesTest : testing::Test {
   test::TemporaryFolder folder;
 };
 
-TEST_F(QueuesTest, UserInfoWaitsForTheOtherEndAndArrivesOnceInOrder) {
-  for (int n = 1; n <= 3; ++n) info(world.phone, n);
-  world.connectAndRun();
-  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "info 1", "info 2", "info 3"}));
-  EXPECT_EQ(world.phone.ear.finished, (Lines{"info 1 ok", "info 2 ok", "info 3 ok"}));
-  world.wires.back()->cut();
-  world.connectAndRun();
-  info(world.phone, 4);
-  world.strand.run();
-  EXPECT_EQ(world.watch.ear.heard.size(), 5U);
-}
-
 TEST_F(QueuesTest, ACancelledItemLeavesNoGap) {
   info(world.phone, 1);
   const std::uint64_t second = info(world.phone, 2);
@@ -81,18 +69,6 @@ TEST_F(QueuesTest, AFreshReceiverStartsWhereTheSenderStands) {
   EXPECT_NE(world.phone.ear.states.back().peerRun, world.phone.ear.states.front().peerRun);
 }
 
-TEST_F(QueuesTest, AReceiverIsToldOfTheSendersNewQueues) {
-  world.connectAndRun();
-  End phone(world.strand, Role::phone);
-  phone.session->activate();
-  info(phone, 9);
-  Wire wire(world.strand);
-  world.watch.session->adopt(wire.takeSecond(), false);
-  phone.session->adopt(wire.takeFirst(), true);
-  world.strand.run();
-  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "reset", "info 9"}));
-}
-
 TEST_F(QueuesTest, AnItemThatDoesNotDecodeIsRefusedAndBlocksNothing) {
   RawPeer peer(world.strand, world.watch);
   peer.send(FrameType::item, 1, asBytes("no list"));
@@ -134,35 +110,6 @@ TEST_F(QueuesTest, OnlyTheLatestContextCountsAndAnEqualOneIsNothing) {
   world.wires.back()->cut();
   world.connectAndRun();
   EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "context 2", "context 3"}));
-}
-
-TEST_F(QueuesTest, FilesArriveWholeAndGoWithTheCallback) {
-  const std::string contents(kFileChunk * 3 + 17, 'x');
-  file(world.phone, 1, contents);
-  file(world.phone, 2, "");
-  file(world.phone, 3, "three");
-  world.connectAndRun();
-  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "file 1", "file 2", "file 3"}));
-  EXPECT_EQ(world.watch.ear.files, (Lines{contents, "", "three"}));
-  EXPECT_EQ(world.phone.ear.finished, (Lines{"file 1 ok", "file 2 ok", "file 3 ok"}));
-  EXPECT_TRUE(std::filesystem::is_empty(world.watch.spool.path()));
-  EXPECT_TRUE(std::filesystem::is_empty(world.phone.spool.path()));
-}
-
-TEST_F(QueuesTest, AFileGoesOnWhereACutStoppedIt) {
-  std::string contents;
-  for (std::size_t i = 0; i < kFileChunk * 6; ++i) contents += static_cast<char>(world.strand.random());
-  // Cuts at every chunk, each a little past it.
-  for (std::size_t chunk = 0; chunk < 6; ++chunk) {
-    LinkWorld fresh(chunk + 1);
-    file(fresh.phone, 1, contents);
-    fresh.connect({.cutAfter = 700 + chunk * (kFileChunk + 200)});
-    fresh.strand.run();
-    ASSERT_FALSE(fresh.phone.session->state().connected);
-    Wire& second = fresh.connectAndRun();
-    EXPECT_EQ(fresh.watch.ear.files, Lines{contents}) << "cut in chunk " << chunk;
-    EXPECT_LE(second.bytesCarried(), contents.size() - (chunk == 0 ? 0 : chunk - 1) * kFileChunk + 3000);
-  }
 }
 
 TEST_F(QueuesTest, ACancelledFileIsForgottenOnBothEnds) {

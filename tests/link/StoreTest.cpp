@@ -34,38 +34,6 @@ struct StoreTest : testing::Test {
   test::TemporaryFolder folder;
 };
 
-TEST_F(StoreTest, KeepsEverythingOverARestart) {
-  const Bytes body = {std::byte{7}};
-  {
-    const auto store = open();
-    EXPECT_TRUE(store->setPin(key(1)));
-    EXPECT_EQ(store->append(Queue::items, body), 1U);
-    EXPECT_EQ(store->append(Queue::items, body), 2U);
-    EXPECT_EQ(store->append(Queue::files, body), 1U);
-    EXPECT_TRUE(store->setSending(true));
-    EXPECT_EQ(store->acknowledge(Queue::items, 2).size(), 1U);
-    EXPECT_TRUE(store->setContext({4, body}));
-    const Row rows[] = {{5, body}, {8, body}};
-    EXPECT_FALSE(store->receive(Queue::items, rows)) << "nobody has said where the other end's numbers begin";
-    EXPECT_TRUE(store->restart({kPeer, 5, 6, 0}));
-    ASSERT_TRUE(store->receive(Queue::items, rows));
-    EXPECT_TRUE(store->receiveContext({3, body}));
-    store->removeReceived(1);
-  }
-  const auto store = open();
-  EXPECT_EQ(store->pin(), key(1));
-  EXPECT_EQ(store->epoch(), Epoch{std::byte{1}});
-  EXPECT_EQ(store->firstFrom(Queue::items, 1)->number, 2U);
-  EXPECT_EQ(store->nextNumber(Queue::items), 3U);
-  EXPECT_EQ(store->context().number, 4U);
-  EXPECT_EQ(store->cursor(), (Cursor{kPeer, 9, 6, 3}));
-  const std::vector<Received> received = store->received(Queue::items);
-  ASSERT_EQ(received.size(), 1U) << "the first was handled";
-  EXPECT_EQ(received[0].arrival.number, 8U);
-  EXPECT_TRUE(received[0].arrival.again);
-  EXPECT_EQ(store->receivedContext()->number, 3U);
-}
-
 TEST_F(StoreTest, UnpairingAndAnotherPinTakeEverythingInOneStep) {
   for (const bool unpairs : {true, false}) {
     const auto store = open(unpairs ? "one" : "two");
@@ -153,7 +121,7 @@ TEST_F(StoreTest, SaysWhyAFileIsNone) {
 struct LastingEnd {
   LastingEnd(ManualStrand& where, Role which) : strand(where), role(which) { begin(); }
   void begin() {
-    ear.emplace(strand);
+    ear.emplace();
     store.emplace(SqliteStore::Options{folder.path("db"), ""}, newEpoch(strand));
     session.emplace(
         strand, *store, SessionOptions{.role = role, .spoolFolder = folder.path("spool")}, *ear,

@@ -9,6 +9,13 @@
 
 namespace tunevale::link {
 
+/// Hears nothing of what its stream brings.
+struct Deaf : StreamReceiver {
+  void streamDidRead(ByteView) override {}
+  void streamDidWrite() override {}
+  void streamDidEnd(const std::string&) override {}
+};
+
 /// A way between two streams through which every byte goes, and on which things go wrong when the test wants
 /// it.
 class Wire {

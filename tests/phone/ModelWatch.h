@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "ManualStrand.h"
+#include "link/ManualStrand.h"
 #include "phone/PhoneApp.h"
 
 namespace tunevale::test {
@@ -15,7 +15,7 @@ namespace tunevale::test {
 /// does, behind a link that can be cut. Contexts, user infos and files wait for it; messages fail.
 class ModelWatch : public phone::WatchLink {
  public:
-  explicit ModelWatch(ManualStrand& strand) : strand_(strand) {}
+  explicit ModelWatch(link::ManualStrand& strand) : strand_(strand) {}
   void pairWith(phone::PhoneApp& phone) { phone_ = &phone; }
 
   /// The watch's program starts, or starts anew, in reach; what waits for it arrives.
@@ -63,7 +63,7 @@ class ModelWatch : public phone::WatchLink {
   void takeFile(const PlistDictionary& metadata);
   void deliverContexts();
 
-  ManualStrand& strand_;
+  link::ManualStrand& strand_;
   phone::PhoneApp* phone_ = nullptr;
   bool connected_ = false;
   std::optional<PlistDictionary> context_;  // not delivered yet

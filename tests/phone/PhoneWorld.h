@@ -26,17 +26,17 @@ struct PhoneWorld : phone::PhoneObserver {
 
   void start(const std::string& run = "run 1") {
     watch.connect(run);
-    strand.drain();
+    strand.run();
   }
   void command(const std::string& line, phone::Origin origin = phone::Origin::script) {
     phone.command(line, origin);
-    strand.drain();
+    strand.run();
   }
   /// What the phone answers to a request without or with other members.
   phone::Answer ask(const char* request, PlistDictionary more = {}) {
     more.set("request", request);
     phone::Answer answer = phone.didReceiveMessage(more);
-    strand.drain();
+    strand.run();
     return answer;
   }
   boost::json::object state() const { return boost::json::parse(phone.consoleState()).as_object(); }
@@ -48,7 +48,7 @@ struct PhoneWorld : phone::PhoneObserver {
     return found;
   }
 
-  ManualStrand strand;
+  link::ManualStrand strand;
   ModelWatch watch{strand};
   std::vector<boost::json::object> events;
   int changes = 0;

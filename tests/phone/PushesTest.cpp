@@ -42,7 +42,7 @@ TEST_F(PushesTest, AWatchThatConnectsGetsEverythingOnce) {
   EXPECT_EQ(arrived("context"), 2);
   EXPECT_EQ(arrived("file"), static_cast<int>(kAllArtwork) + 1);
   EXPECT_EQ(world.watch.purges, 0);
-  EXPECT_EQ(world.strand.timersWaiting(), 0u) << "a phone at rest sleeps";
+  EXPECT_EQ(world.strand.waiting(), 0u) << "a phone at rest sleeps";
 }
 
 TEST_F(PushesTest, AHelloBeforeTheLinkTellsOfTheWatchCountsForIt) {
@@ -51,31 +51,14 @@ TEST_F(PushesTest, AHelloBeforeTheLinkTellsOfTheWatchCountsForIt) {
   world.ask("Hello");
   EXPECT_EQ(arrived("weekly_top_15"), 2) << "a run that says hello again has lost something";
   world.watch.connect("run 2");
-  world.strand.drain();
+  world.strand.run();
   EXPECT_EQ(arrived("weekly_top_15"), 2) << "it was this run's";
   world.ask("Hello");
   EXPECT_EQ(arrived("weekly_top_15"), 3);
   world.strand.advance(seconds(2));
   world.watch.connect("run 3");
-  world.strand.drain();
+  world.strand.run();
   EXPECT_EQ(arrived("weekly_top_15"), 4);
-}
-
-TEST_F(PushesTest, AnotherLanguagePurgesOnceAndTheWatchIsFilledAgain) {
-  world.start();
-  const int files = arrived("file");
-  for (const char* language : {"hindi", "tamil", "english"}) {
-    world.command(std::string(R"({"do":"push_chart","language":")") + language + "\"}");
-    expectWatchHas(language);
-  }
-  EXPECT_EQ(world.watch.purges, 3);
-  EXPECT_EQ(arrived("file"), files + 3 * static_cast<int>(kAllArtwork));
-  EXPECT_EQ(arrived("radio_stations"), 4);
-  EXPECT_EQ(arrived("weekly_top_15"), 4);
-  world.command(R"({"do":"push_chart","language":"english"})");
-  expectWatchHas("english");
-  EXPECT_EQ(world.watch.purges, 3);
-  EXPECT_EQ(arrived("file"), files + 3 * static_cast<int>(kAllArtwork));
 }
 
 TEST_F(PushesTest, WhatAPurgeWouldThrowAwayWaitsForTheChart) {
@@ -91,15 +74,8 @@ TEST_F(PushesTest, ArtworkThatWasOnItsWayWhenTheWatchPurgedGoesAgain) {
   world.start();
   world.phone.command(R"({"do":"push_artwork"})", Origin::script);
   world.phone.command(R"({"do":"push_chart","language":"tamil"})", Origin::script);
-  world.strand.drain();
+  world.strand.run();
   expectWatchHas("tamil");
-}
-
-TEST_F(PushesTest, AChartByUserInfoIsReadableInTheEndToo) {
-  world.start();
-  world.command(R"({"do":"push_user_info","language":"hindi"})");
-  EXPECT_EQ(arrived("user_info"), 1);
-  expectWatchHas("hindi");
 }
 
 TEST_F(PushesTest, TheContextFollowsTheChartEvenWhenTheLinkNeverTellsOfIt) {
@@ -115,7 +91,7 @@ TEST_F(PushesTest, ContextsDoNotDisplaceOneAnother) {
   world.command(R"({"do":"push_chart","language":"tamil"})");
   world.command(R"({"do":"cached","add":["x2"],"remove":["x1"]})");
   world.watch.connect("run 1");
-  world.strand.drain();
+  world.strand.run();
   expectWatchHas("tamil");
   std::set<std::string> pids;
   for (const PlistValue& pid : *world.watch.cachedPids) pids.emplace(*pid.string());
@@ -136,7 +112,7 @@ TEST_F(PushesTest, WhatFailsIsTriedAgainButNotForEver) {
   world.events.clear();
   world.strand.advance(seconds(3600));
   EXPECT_LE(world.eventsNamed("sent").size(), 50u);
-  EXPECT_EQ(world.strand.timersWaiting(), 0u);
+  EXPECT_EQ(world.strand.waiting(), 0u);
   world.watch.cut();
   world.watch.stations.reset();
   world.watch.chartData = {};
@@ -184,7 +160,7 @@ TEST_F(PushesTest, WhatChangedOutOfReachArrivesInItsLatestForm) {
   }
   world.strand.advance(seconds(5));
   world.watch.connect("run 1");
-  world.strand.drain();
+  world.strand.run();
   EXPECT_EQ(arrived("appPlaying"), 1);
   EXPECT_EQ(text(*world.watch.nowPlaying, "id"), "eng003");
   EXPECT_EQ(world.watch.nowPlayingArtwork, "eng003");
@@ -205,26 +181,8 @@ TEST_F(PushesTest, AVolumeOfTheWatchComesBackOnceItHasSettled) {
   EXPECT_EQ(world.watch.volume, 9);
 }
 
-TEST_F(PushesTest, APhoneThatIsToldNotToPushAnswersOnly) {
-  PhoneSettings settings;
-  settings.pushes = false;
-  settings.queued = false;
-  PhoneWorld quiet(settings);
-  quiet.start();
-  quiet.ask("Hello");
-  quiet.ask("playWeeklyTop15", {{"data", chartSongs("hindi")}, {"currentPosition", "0"}});
-  quiet.ask("volume", {{"level", 0.3}});
-  quiet.strand.advance(seconds(400));
-  EXPECT_TRUE(quiet.eventsNamed("sent").empty());
-  quiet.command(R"({"do":"push_chart","language":"hindi"})");
-  EXPECT_EQ(quiet.watch.readableChart(), chartSongs("hindi"));
-  quiet.command(R"({"do":"set","pushes":true})");
-  EXPECT_EQ(quiet.watch.artworkFiles.size(), kAllArtwork);
-  EXPECT_TRUE(quiet.watch.isPlaying);
-}
-
 TEST_F(PushesTest, OutcomesAfterThePhoneIsGoneAreNobodys) {
-  test::ManualStrand strand;
+  link::ManualStrand strand;
   test::ModelWatch watch(strand);
   PhoneObserver observer;
   auto phone = std::make_unique<PhoneApp>(strand, watch, observer);
@@ -232,7 +190,7 @@ TEST_F(PushesTest, OutcomesAfterThePhoneIsGoneAreNobodys) {
   phone->linkStateDidChange({true, true, false, "run"});
   phone.reset();
   strand.advance(seconds(100));
-  EXPECT_EQ(strand.timersWaiting(), 0u);
+  EXPECT_EQ(strand.waiting(), 0u);
 }
 
 }  // namespace

@@ -111,16 +111,7 @@ TEST_F(StationPicker, PlayFlashesAndOnlyLogsTheAnswer) {
   EXPECT_EQ(picker->playButtonGroup->backgroundColor(), WatchUtil::kPlayColor);
 }
 
-TEST_F(StationPicker, OddDataLeavesItEmptyOrUnnamed) {
-  for (const PlistValue& odd : oneOfEachKind()) {
-    if (odd.array() != nullptr && !odd.array()->empty()) continue;
-    Picker screen{world.platform, host};
-    screen.awake(PlistDictionary{{"dataSource", odd}, {"type", odd}, {"currentIndex", odd}});
-    EXPECT_FALSE(screen->radioPicker->isFocused());
-    EXPECT_EQ(screen->playButtonGroup->backgroundColor(), std::nullopt);
-    center.postNotificationName(kNotificationFetchedRadioImage);
-    EXPECT_EQ(played(screen), PlistValue());
-  }
+TEST_F(StationPicker, OddStationsAreUnnamedAndThereIsAnEndToThem) {
   picker.awake(stationContext(oddStations()));
   EXPECT_EQ(picker->radioPicker->items().size(), WatchUtil::kMostRows);
   for (std::ptrdiff_t i = 60; i >= 0; --i) picker->radioPicker->pick(i);

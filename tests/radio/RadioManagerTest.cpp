@@ -1,5 +1,3 @@
-#include <thread>
-
 #include <gtest/gtest.h>
 
 #include "foundation/KeyedArchive.h"
@@ -18,10 +16,10 @@ PlistArray stations(const char* title) {
 }
 
 struct RadioManagerTest : ::testing::Test {
-  void restart(World::Queues kind = World::Queues::manual) {
+  void restart() {
     const auto folder = world->folder;
     world.reset();
-    world = std::make_unique<World>(folder, kind);
+    world = std::make_unique<World>(folder);
   }
   RadioManager& radio() { return RadioManager::sharedManager(world->platform); }
   UserDefaults& defaults() { return world->platform.standardUserDefaults; }
@@ -160,36 +158,6 @@ TEST_F(RadioManagerTest, APurgeEmptiesMemoryAndLeavesTheStoredCopy) {
   EXPECT_EQ(stored(), PlistValue(all));
   update(PlistDictionary{{"artist", stations("B")}});
   EXPECT_EQ(radio().getArtistStations(), stations("B"));
-}
-
-TEST_F(RadioManagerTest, ReadsSeeTheChangesOfEveryThread) {
-  restart(World::Queues::threads);
-  std::vector<RadioManager*> managers(4);
-  std::vector<std::thread> threads;
-  for (std::size_t t = 0; t < managers.size(); ++t) {
-    threads.emplace_back([this, &manager = managers[t], t] {
-      manager = &radio();
-      const PlistValue own(PlistDictionary{{"featured", stations(std::to_string(t).c_str())}});
-      for (int i = 1; i <= 50; ++i) {
-        manager->addImageToCache(picture(1, 1, 7), "i.png");
-        manager->updateRadioInfo(&own);
-        if (manager->getFeaturedStations().empty() || manager->getTotalCacheCount() < i) return;
-      }
-      manager = manager == &radio() ? manager : nullptr;
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (RadioManager* manager : managers) EXPECT_EQ(manager, &radio());
-  EXPECT_EQ(radio().getTotalCacheCount(), 200);
-}
-
-TEST_F(RadioManagerTest, WhatIsQueuedAtTheEndIsStillDone) {
-  restart(World::Queues::threads);
-  const PlistDictionary last{{"artist", stations("last")}};
-  for (int i = 0; i < 50; ++i) update(PlistDictionary{{"artist", stations("earlier")}});
-  update(last);
-  restart();
-  EXPECT_EQ(stored(), PlistValue(last));
 }
 
 }  // namespace

@@ -60,19 +60,6 @@ TEST_F(PlayerControls, PlayTogglesAtOnceAndNeverTakesItBack) {
   expectTap("playMedia", "||Pause|1");
 }
 
-TEST_F(PlayerControls, ARefusalIsShownFirstAndTheButtonsComeBackAllTheSame) {
-  player.awake({});
-  std::string readyAtAlert = "no alert";
-  host.beforeEach = [&] { readyAtAlert = ready(); };
-  for (auto* button : {player->prevButton, player->playButton, player->nextButton}) {
-    button->tap();
-    answer({{"error", "Not now"}});
-    EXPECT_EQ(host.take(), Texts{alert("Not now")});
-    EXPECT_EQ(readyAtAlert.find("Button"), std::string::npos);
-    EXPECT_EQ(ready(), all);
-  }
-}
-
 TEST_F(PlayerControls, EachButtonStartsTheChartInThePlaceholderUntilAnyAnswer) {
   const PlistArray chart{song("1"), song("2")};
   storeChart(chart);

@@ -154,18 +154,6 @@ TEST_F(PlaylistScreen, PlayAllFlashesWhateverComesOfIt) {
   EXPECT_EQ(*world.phone.takeMessages().at(0).find("currentPosition"), PlistValue("0"));
 }
 
-TEST_F(PlaylistScreen, RowsDoNotKeepALeftScreenAlive) {
-  open(songs(2));
-  playlist.act("playAllPressed");
-  const auto left = playlist.leave();
-  world.phone.reply(0, {{"pids", PlistArray{"p1"}}});
-  world.phone.reply(1, {});
-  world.settle();
-  EXPECT_FALSE(left.expired());  // the colour is still to come back
-  world.mainQueue.advance(std::chrono::milliseconds(100));
-  EXPECT_TRUE(left.expired());
-}
-
 TEST_F(PlaylistScreen, AHostileChartBecomesAModestTable) {
   PlistArray list;
   for (const PlistValue& odd : oneOfEachKind()) {

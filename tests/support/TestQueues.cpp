@@ -1,24 +1,20 @@
 #include "support/TestQueues.h"
 
 #include <algorithm>
-#include <atomic>
 #include <deque>
 #include <stdexcept>
 #include <utility>
 
 #include "foundation/Mutex.h"
-#include "host/ThreadQueue.h"
 
 namespace tunevale::test {
 
-namespace {
-
-using Registry = std::shared_ptr<std::vector<TestQueues::Queue*>>;
-
-class ManualQueue : public TestQueues::Queue {
+class TestQueues::Queue : public SerialQueue {
  public:
-  explicit ManualQueue(Registry registry) : registry_(std::move(registry)) { registry_->push_back(this); }
-  ~ManualQueue() override {
+  explicit Queue(std::shared_ptr<std::vector<Queue*>> registry) : registry_(std::move(registry)) {
+    registry_->push_back(this);
+  }
+  ~Queue() override {
     std::erase(*registry_, this);
     settle();
   }
@@ -31,7 +27,7 @@ class ManualQueue : public TestQueues::Queue {
     settle();
     block();
   }
-  bool settle() override {
+  bool settle() {
     bool ran = false;
     running_ = true;
     for (Block block = next(); block; block = next()) {
@@ -51,42 +47,14 @@ class ManualQueue : public TestQueues::Queue {
     return block;
   }
 
-  Registry registry_;
+  std::shared_ptr<std::vector<Queue*>> registry_;
   bool running_ = false;
   Mutex mutex_;
   std::deque<Block> blocks_ GUARDED_BY(mutex_);
 };
 
-class WatchedThreadQueue : public TestQueues::Queue {
- public:
-  WatchedThreadQueue(const std::string& label, Registry registry)
-      : registry_(std::move(registry)), queue_(label) {
-    registry_->push_back(this);
-  }
-  ~WatchedThreadQueue() override { std::erase(*registry_, this); }
-  void async(Block block) override {
-    ++submitted_;
-    queue_.async(std::move(block));
-  }
-  void sync(const Block& block) override { queue_.sync(block); }
-  bool settle() override {
-    const int submitted = submitted_;
-    queue_.sync([] {});
-    return std::exchange(settled_, submitted) != submitted;
-  }
-
- private:
-  Registry registry_;
-  std::atomic<int> submitted_ = 0;
-  int settled_ = 0;
-  host::ThreadQueue queue_;
-};
-
-}  // namespace
-
-std::unique_ptr<SerialQueue> TestQueues::make(const std::string& label) {
-  if (kind_ == Kind::manual) return std::make_unique<ManualQueue>(queues_);
-  return std::make_unique<WatchedThreadQueue>(label, queues_);
+std::unique_ptr<SerialQueue> TestQueues::make() {
+  return std::make_unique<Queue>(queues_);
 }
 
 bool TestQueues::settle() {

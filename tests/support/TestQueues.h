@@ -1,32 +1,23 @@
 #pragma once
 
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "platform/Queues.h"
 
 namespace tunevale::test {
 
-/// Makes the serial queues of a world and knows when they rest. `manual`: a queue runs its blocks on the
-/// test's thread, when asked to settle or when somebody waits for it. `threads`: the real queues.
+/// Makes the serial queues of a world, which run their blocks on the test's thread, when asked to settle or
+/// when somebody waits for one; and knows when they rest.
 class TestQueues {
  public:
-  enum class Kind { manual, threads };
-  class Queue : public SerialQueue {
-   public:
-    /// Lets everything run that was submitted before; whether anything had been since the last call.
-    virtual bool settle() = 0;
-  };
-
-  explicit TestQueues(Kind kind) : kind_(kind) {}
   /// The queue may outlive this object. Test's thread, as all of this.
-  std::unique_ptr<SerialQueue> make(const std::string& label);
+  std::unique_ptr<SerialQueue> make();
   /// Settles every queue; whether anything ran.
   bool settle();
 
  private:
-  const Kind kind_;
+  class Queue;
   std::shared_ptr<std::vector<Queue*>> queues_ = std::make_shared<std::vector<Queue*>>();
 };
 

@@ -2,14 +2,13 @@
 
 namespace tunevale::test {
 
-World::World(std::shared_ptr<TemporaryFolder> in, Queues kind)
+World::World(std::shared_ptr<TemporaryFolder> in)
     : folder(std::move(in)),
       home(folder->path("home")),
       phone(mainQueue),
-      queues(kind),
       services(home, mainQueue, log),
       platform(services.makePlatform(phone)) {
-  platform.makeSerialQueue = [this](const std::string& label) { return queues.make(label); };
+  platform.makeSerialQueue = [this](const std::string&) { return queues.make(); };
 }
 
 void World::settle() {

@@ -13,14 +13,12 @@
 namespace tunevale::test {
 
 /// A watch in a fresh home with the real services, but for three: the main queue runs when told, the log is
-/// kept, the phone is scripted. Serial queues run on this thread too unless asked to be threads. Nothing is
-/// shared between two worlds but, if wanted, a folder: a second world in it, once the first is gone, is the
-/// same watch after a restart.
+/// kept, the phone is scripted. Serial queues run on this thread too. Nothing is shared between two worlds
+/// but, if wanted, a folder: a second world in it, once the first is gone, is the same watch after a restart.
 class World {
  public:
-  using Queues = TestQueues::Kind;
-  explicit World(Queues kind = Queues::manual) : World(std::make_shared<TemporaryFolder>(), kind) {}
-  explicit World(std::shared_ptr<TemporaryFolder> in, Queues kind = Queues::manual);
+  World() : World(std::make_shared<TemporaryFolder>()) {}
+  explicit World(std::shared_ptr<TemporaryFolder> in);
 
   /// Runs main queue and serial queues until all rest. Later blocks wait for mainQueue.advance().
   void settle();

@@ -1,9 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "util/ArtistMetadata.h"
-#include "util/SongMetadata.h"
-#include "util/TextCleaning.h"
-#include "util/WrongKinds.h"
 
 namespace tunevale {
 namespace {
@@ -102,28 +99,6 @@ TEST(Artists, OneLongNameManyTimesOverStaysShort) {
   const PlistValue song = songWith({{"primary_artists", many}, {"artists", many}});
   EXPECT_LT(getPrimaryArtistNamesForSong(&song).size(), 30'000U);
   EXPECT_LT(getSingersForSong(&song).size(), 30'000U);
-}
-
-TEST(Metadata, EveryKindAtEveryDepthSaysNothingOrItsText) {
-  for (const PlistValue& odd : test::oneOfEachKind()) {
-    const PlistArray list{odd, PlistDictionary{{"id", odd}, {"name", odd}, {"role", odd}}};
-    const PlistDictionary info{{"album", odd}, {"show_title", odd}, {"artistMap", odd}};
-    const PlistValue songs[] = {
-        odd, PlistDictionary{{"more_info", odd}, {"list", odd}, {"title", odd}},
-        PlistDictionary{{"more_info", info}, {"list", PlistArray{odd}}},
-        songWith({{"artists", odd}, {"primary_artists", odd}, {"featured_artists", odd}}),
-        songWith({{"artists", list}, {"primary_artists", list}, {"featured_artists", list}})};
-    const std::string said(odd.string().value_or(""));
-    for (const PlistValue& song : songs) {
-      for (const std::string& text : {getNameForSong(&song), getNameForEpisode(&song), getAlbumForSong(&song),
-                                      getShowNameForEpisode(&song), getBestArtist(&song, false),
-                                      getSingersForSong(&song), getPrimaryArtistNamesForSong(&song)}) {
-        EXPECT_TRUE(text.empty() || text == said || text == trimWhitespace(&odd)) << text;
-      }
-      EXPECT_TRUE(getSongsForAlbum(&song).empty() || song != odd);
-      EXPECT_EQ(getSingersForSongInArray(&song), Names());
-    }
-  }
 }
 
 }  // namespace

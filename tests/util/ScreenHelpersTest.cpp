@@ -1,9 +1,6 @@
 #include "foundation/KeyedArchive.h"
-#include "support/Pictures.h"
 #include "support/ScreenHarness.h"
 #include "util/Alerts.h"
-#include "util/ArtworkPath.h"
-#include "util/CachedImages.h"
 
 namespace tunevale::test {
 namespace {
@@ -53,26 +50,6 @@ TEST_F(ScreenHelpers, AFailedFetchIsToldAndTriedAgain) {
   EXPECT_EQ(defaults.objectForKey(kUserFetchDataAlert), std::nullopt);
   fetch();
   EXPECT_EQ(world.phone.sentMessageData().size(), 2U);
-}
-
-TEST_F(ScreenHelpers, CachedImagesAreReadByTheirWholeName) {
-  FileManager& files = world.platform.fileManager;
-  const std::string directory = artworkDirectory(world.platform.homeDirectory);
-  EXPECT_EQ(WatchUtil::getImageForKey(world.platform, "Top_Hits_image.png"), nullptr);
-  EXPECT_FALSE(files.fileExistsAtPath(directory));  // a reader makes nothing
-
-  ASSERT_FALSE(files.createDirectoryAtPath(directory));
-  ASSERT_FALSE(files.writeAtomically(pngPicture(3, 2), directory + "/Top_Hits_image.png"));
-  ASSERT_FALSE(files.writeAtomically(asBytes("no picture"), directory + "/damaged.png"));
-  ASSERT_FALSE(
-      files.writeAtomically(pngPicture(3, 2), world.platform.homeDirectory + "/Documents/outside.png"));
-  const ImagePtr image = WatchUtil::getImageForKey(world.platform, "Top_Hits_image.png");
-  ASSERT_NE(image, nullptr);
-  EXPECT_EQ(image->pixels, picture(3, 2)->pixels);
-  for (const char* name : {"Top_Hits_image", "missing.png", "damaged.png", "../outside.png", "", ".", ".."}) {
-    EXPECT_EQ(WatchUtil::getImageForKey(world.platform, name), nullptr) << name;
-  }
-  EXPECT_TRUE(world.log.lines().empty());
 }
 
 }  // namespace

@@ -43,35 +43,6 @@ struct PairingOverTls : testing::Test {
                       {}}};
 };
 
-TEST_F(PairingOverTls, ByACodeThenSessionsConnect) {
-  watch.open(true);
-  const auto phone = pair(address());
-  ASSERT_TRUE(comesTo(*phone, Step::comparing));
-  ASSERT_TRUE(world.until([&] { return watch.status().step == Step::comparing; }));
-  EXPECT_EQ(phone->status().code, watch.status().code);
-  EXPECT_EQ(phone->status().peer, world.watch.keyHash());
-  EXPECT_TRUE(phone->confirm(true));
-  EXPECT_EQ(phone->status().step, Step::waiting);
-  EXPECT_TRUE(watch.confirm(true));
-  ASSERT_TRUE(comesTo(*phone, Step::paired));
-  ASSERT_TRUE(world.until([&] { return watch.status().step == Step::paired; }));
-  EXPECT_EQ(world.watchPin, world.phone.keyHash());
-  const auto session = world.dial(world.phone);
-  ASSERT_TRUE(session);
-  EXPECT_TRUE(world.until([&] { return world.accepted.size() == 1; }));
-}
-
-TEST_F(PairingOverTls, ByATokenWithoutAnybody) {
-  PairingAddress full = address();
-  full.key = world.watch.keyHash();
-  full.token = WatchPairing::newToken();
-  watch.open(false, full.token);
-  const auto phone = pair(parsePairingAddress(inWords(full)).value());
-  ASSERT_TRUE(comesTo(*phone, Step::paired));
-  EXPECT_EQ(world.phonePin, world.watch.keyHash());
-  EXPECT_EQ(world.watchPin, world.phone.keyHash());
-}
-
 TEST_F(PairingOverTls, FailuresSayWhy) {
   const auto failure = [&](const PairingAddress& where) {
     const auto phone = pair(where);

@@ -229,11 +229,7 @@ TEST(Pairing, ATokenIsNotProvedByWhoOnlySeesTheProof) {
   const PairingChannel real{ends.toPhone.channelKey, keyOf('w'), keyOf('p')};
   Player phone;
   phone.play(strand, std::move(ends.toPhone), Role::phone, 'p', token);
-  struct : StreamReceiver {
-    void streamDidRead(ByteView) override {}
-    void streamDidWrite() override {}
-    void streamDidEnd(const std::string&) override {}
-  } ignore;
+  Deaf ignore;
   ends.toWatch.stream->start(ignore);
   Bytes bytes;
   FrameWriter frames(bytes);
@@ -252,10 +248,8 @@ TEST(Pairing, AYesThatIsNotProvedPinsNothing) {
     Wire wire(strand);
     Channel ends(wire, keyOf('w'), keyOf('p'));
     const PairingChannel channel{ends.toPhone.channelKey, keyOf('w'), keyOf('p')};
-    struct : StreamReceiver {
+    struct : Deaf {
       void streamDidRead(ByteView bytes) override { reader.append(bytes); }
-      void streamDidWrite() override {}
-      void streamDidEnd(const std::string&) override {}
       FrameReader reader{kMostFrameBody};
     } phone;
     ends.toPhone.stream->start(phone);
@@ -443,10 +437,8 @@ TEST(FaultTable, F10AManInTheMiddleOfPairing) {
 }
 
 /// Carries bytes between two streams as they are.
-struct Relay : StreamReceiver {
+struct Relay : Deaf {
   void streamDidRead(ByteView bytes) override { to->write({bytes.begin(), bytes.end()}); }
-  void streamDidWrite() override {}
-  void streamDidEnd(const std::string&) override {}
   Stream* to = nullptr;
 };
 

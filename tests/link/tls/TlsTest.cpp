@@ -61,19 +61,6 @@ TEST(Tls, ACloseThatNobodyAnswersEndsInTime) {
   EXPECT_LT(watch.read.size(), 20'000'000U);
 }
 
-TEST(Tls, ABusyPortIsSaidInOneLine) {
-  TlsWorld world;
-  try {
-    const TlsListener second(world.loop, {"127.0.0.1", world.listener.port()}, world.watch, {});
-    FAIL() << "two listeners on one port";
-  } catch (const std::runtime_error& error) {
-    EXPECT_EQ(
-        std::string(error.what()),
-        "cannot listen on 127.0.0.1:" + std::to_string(world.listener.port()) + ": Address already in use");
-  }
-  EXPECT_THROW(TlsListener(world.loop, {"no address", 0}, world.watch, {}), std::runtime_error);
-}
-
 TEST(Tls, BothEndsSayWhatIsWrongWithTheOther) {
   struct Case {
     const char* name;
