@@ -4,7 +4,7 @@ import { test } from 'node:test';
 
 import { applyPatch } from '../../web/common/patch.js';
 import { contrast, inkFor, over, scrimFor } from '../../web/contrast.js';
-import { focusedPicker } from '../../web/screen.js';
+import { backLabel, focusedPicker } from '../../web/screen.js';
 import { Trail } from '../../web/trail.js';
 
 test('a patch changes what it names and shares the rest', () => {
@@ -52,6 +52,13 @@ test('a scrim makes white text readable on any colour, and no darker than it mus
   }
   assert.equal(contrast([1, 1, 1], [0, 0, 0]).toFixed(2), '21.00');
   assert.equal(contrast([0.5, 0.5, 0.5], [1, 1, 1]).toFixed(2), '3.98');
+});
+
+test('the way back is named by the screen before, or by a title that looks like it', () => {
+  assert.equal(backLabel({ back: null, title: 'Tunevale' }), null);
+  assert.equal(backLabel({ back: 'Weekly Top 15', title: 'Player' }), 'Weekly Top 15');
+  assert.equal(backLabel({ back: 'Close', title: '< Player' }), 'Player');
+  assert.equal(backLabel({ back: '< Featured', title: 'Stations' }), 'Featured');
 });
 
 test('the crown belongs to the picker that has it, if a person can reach it', () => {

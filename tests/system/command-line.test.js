@@ -61,6 +61,7 @@ describe('command lines', { skip, concurrency: 4 }, () => {
     refused(name, () => ['--frobnicate'], /unknown option --frobnicate/);
     refused(name, () => ['--link'], /--link needs a value/);
     refused(name, () => ['--link', 'nowhere'], /--link takes ADDR:PORT, not nowhere/);
+    refused(name, () => ['--link', '127.0.0.1:65536'], /not 127.0.0.1:65536/);
     refused(name, () => ['--link=127.0.0.1:1', '--link=127.0.0.1:2'], /given twice/);
     refused(name, () => ['surplus'], /unexpected argument surplus/);
   }
@@ -77,6 +78,7 @@ describe('command lines', { skip, concurrency: 4 }, () => {
   refused('tunevale-watch', () => [...fresh('e'), '--replay', join(folder, 'none')], /cannot read the recording/);
   refused('tunevale-watch', () => [...fresh('f'), '--replay', join(folder, 'file')], /file is no recording/);
   refused('tunevale-watch', () => ['--replay', 'x', '--pair'], /nobody to pair with/);
+  refused('tunevale-watch', () => ['--replay', 'x', '--link', '127.0.0.1:0'], /no link for --link/);
   refused('tunevale-watch', () => ['--replay', 'x', '--replay-speed', '-1'], /takes 0 to 1000, not -1/);
   refused('tunevale-watch', () => ['--replay-speed', '2'], /is for --replay/);
   refused('tunevale-phone', () => [...fresh('d'), '--console', busyAt], /in use/);
