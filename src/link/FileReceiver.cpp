@@ -89,8 +89,7 @@ bool FileReceiver::makeRoom() {
 bool FileReceiver::didReceiveData(const Frame& frame) {
   if (frame.id == refused_) return true;  // this was under way then
   const std::optional<PlistDictionary> body = readBody(frame.body);
-  const PlistValue* value = body ? body->find("data") : nullptr;
-  const std::optional<ByteView> data = value != nullptr ? value->bytes() : std::nullopt;
+  const std::optional<ByteView> data = body ? bytesIn(*body, "data") : std::nullopt;
   if (!data || partial_ == nullptr || partial_->number != frame.id || partial_->isHeld) return false;
   const std::uint64_t size = partial_->file->size();
   if (numberIn(*body, "offset") != size || data->size() > partial_->size - size) return false;

@@ -28,8 +28,7 @@ FileRow readFileRow(ByteView body) {
 }
 
 std::optional<Bytes32> hashIn(const PlistDictionary& body, std::string_view key) {
-  const PlistValue* value = body.find(key);
-  const ByteView bytes = value != nullptr ? value->bytes().value_or(ByteView{}) : ByteView{};
+  const ByteView bytes = bytesIn(body, key).value_or(ByteView{});
   std::optional<Bytes32> hash;
   if (bytes.size() == sizeof(Bytes32)) std::copy(bytes.begin(), bytes.end(), hash.emplace().begin());
   return hash;

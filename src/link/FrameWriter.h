@@ -44,6 +44,12 @@ inline std::uint64_t numberIn(const PlistDictionary& body, std::string_view key)
   return number > 0 ? static_cast<std::uint64_t>(number) : 0;
 }
 
+/// Nothing when there are no bytes under the key.
+inline std::optional<ByteView> bytesIn(const PlistDictionary& body, std::string_view key) {
+  const PlistValue* value = body.find(key);
+  return value != nullptr ? value->bytes() : std::nullopt;
+}
+
 /// Numbers of rows, versions and sizes stay far below what a property list's integers hold.
 inline PlistValue asNumber(std::uint64_t number) {
   return static_cast<std::int64_t>(number);
