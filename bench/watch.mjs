@@ -1,5 +1,5 @@
 // Measures tunevale-watch without its demo phone: start, a change on its way to the page, memory, idle time.
-// usage: TUNEVALE_BIN=<folder of a release build's programs> node bench/watch.mjs
+// bench/watch builds the programs and runs this.
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { mkdtemp, readdir, readFile, rm } from 'node:fs/promises';
