@@ -56,7 +56,6 @@ function(tunevale_test name)
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
   target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/src" "${CMAKE_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE ${ARG_USES} GTest::gtest GTest::gtest_main Threads::Threads)
-  target_compile_definitions(${name} PRIVATE TUNEVALE_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
   if(TUNEVALE_SANITIZE)
     target_compile_options(${name} PRIVATE -O0)  # compiles in half the time; the rooms tested stay optimised
   endif()
