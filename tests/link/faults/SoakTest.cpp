@@ -74,8 +74,10 @@ TEST(FaultTable, F15MemoryAndDescriptorsStayFlat) {
   const std::size_t open = descriptors();
   soak.run(full ? 60s : 5s, cutEvery, fileEvery);
   const std::size_t memoryAfter = residentBytes();
-  const std::size_t openAfter = descriptors();
-  EXPECT_EQ(openAfter, open);
+  // The ends of the last cut may still be open: every cut that kept one would leave more than can go away.
+  std::size_t openAfter = 0;
+  soak.pair.watch.comes([&] { return (openAfter = descriptors()) <= open; }, 5s);
+  EXPECT_LE(openAfter, open);
   // A sanitizer keeps books of its own.
   if (!kSanitized) {
     EXPECT_LE(memoryAfter, memory + (std::size_t{2} << 20));
