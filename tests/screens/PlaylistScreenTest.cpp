@@ -160,14 +160,14 @@ TEST_F(PlaylistScreen, AHostileChartBecomesAModestTable) {
     list.append(odd);
     list.append(PlistDictionary{{"title", odd}, {"id", odd}, {"more_info", odd}});
   }
-  const PlistValue longText(std::string(WatchUtil::kLongestRowText - 1, 'x') + "\u0916");
+  const PlistValue longText(std::string(kLongestShownText - 1, 'x') + "\u0916");
   const PlistDictionary longSong{{"title", longText}, {"id", longText}};
   while (list.size() < 5000) list.append(longSong);
   defaults.setObject(PlistArray{longText, 7}, "cached_list_pids");
   open(list);
   ASSERT_EQ(rowCount(), WatchUtil::kMostRows);
   const auto* last = row(rowCount() - 1);
-  EXPECT_EQ(last->songName->text(), std::string(WatchUtil::kLongestRowText - 1, 'x'));  // no half character
+  EXPECT_EQ(last->songName->text(), std::string(kLongestShownText - 1, 'x'));  // no half character
   EXPECT_FALSE(last->downloadButton->isHidden());
   row(0)->downloadSong();
   EXPECT_TRUE(world.phone.takeMessages().empty());
