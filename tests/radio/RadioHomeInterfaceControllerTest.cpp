@@ -129,6 +129,8 @@ TEST_F(StationList, ThePlayerOpensModallyWhenThePhoneAgrees) {
 TEST_F(StationList, OddStationsAreEmptyRowsAndThereIsAnEndToThem) {
   list.awake(stationContext(oddStations()));
   ASSERT_EQ(rowCount(list), WatchUtil::kMostRows);
+  list->radioImageFetched();
+  EXPECT_EQ(takeLog(), Texts{"Only 2000 of 5000 rows are shown"});
   EXPECT_EQ(row(0)->radioName->text(), "");
   EXPECT_TRUE(list.leave().expired());
 }

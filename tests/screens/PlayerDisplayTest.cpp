@@ -1,3 +1,4 @@
+#include "platform/Complications.h"
 #include "screens/ScreensFixture.h"
 #include "support/Pictures.h"
 #include "util/WrongKinds.h"
@@ -21,10 +22,13 @@ TEST_F(PlayerDisplay, AnOpeningWithASongShowsAndStoresIt) {
   const PlistDictionary info{{"album", "Sky &quot;1&quot;"},
                              {"artistMap", PlistDictionary{{"primary_artists", artists}}}};
   const PlistDictionary opened{{"title", "Rain &amp; Sun"}, {"more_info", info}};
+  const ImagePtr artwork = picture(4, 4);
   delegate.setNowPlayingSong(song("another"));
+  delegate.setCurrentMediaImage(artwork);
   player.awake(PlistDictionary{{"view_type", "modal"}, {"data", opened}, {"status", "playing"}});
   EXPECT_EQ(player->title(), "< Player");
   EXPECT_EQ(shown(), "Rain & Sun|Sky \"1\" \u2013 Ana|Pause|1");
+  EXPECT_EQ(player->bgGroupView->backgroundImage().image, artwork);
   EXPECT_EQ(defaults.objectForKey("nowPlayingSong"), PlistValue(opened));
 }
 
@@ -94,6 +98,52 @@ TEST_F(PlayerDisplay, AnEmptyQueueOffersTheChartIfThereIsOne) {
   EXPECT_EQ(shown(), "B||Pause|1|placeholder");
   player->resetMode();
   EXPECT_EQ(shown(), "B||Play|0|placeholder");
+}
+
+TEST_F(PlayerDisplay, WhatComesBehindAnEmptiedQueueStaysOnRecord) {
+  const PlistDictionary emptied{{"request", "queue_empty"}};
+  const auto deliver = [this](const char* key, const char* title) {
+    world.phone.deliverMessageData(archivedDataWithRootObject(PlistDictionary{{key, song(title)}}));
+  };
+  world.phone.setDelegate(&delegate);
+  player.awake({});
+  // Everything arrives before the main queue comes to the first of it.
+  world.phone.deliverMessage(emptied);
+  deliver("appPlaying", "A");
+  world.settle();
+  EXPECT_EQ(delegate.nowPlayingSong(), song("A"));
+  EXPECT_TRUE(delegate.isPlayingMedia());
+  EXPECT_EQ(shown(), "A||Pause|1");
+  world.phone.deliverMessage(emptied);
+  deliver("appPaused", "A");  // nothing new, and yet a report
+  world.settle();
+  EXPECT_EQ(delegate.nowPlayingSong(), song("A"));
+  deliver("appPlaying", "B");
+  world.phone.deliverMessage(emptied);
+  world.settle();
+  EXPECT_EQ(delegate.nowPlayingSong(), std::nullopt);
+  EXPECT_FALSE(delegate.isPlayingMedia());
+}
+
+TEST_F(PlayerDisplay, NoTextIsLongerThanAWristReads) {
+  const std::string most(kLongestShownText - 1, 'x');
+  const PlistDictionary endless{{"title", most + "\u0916" + std::string(900'000, '&')},
+                                {"more_info", PlistDictionary{{"album", std::string(900'000, '&')}}}};
+  player.awake(PlistDictionary{{"data", endless}});
+  EXPECT_EQ(player->songTitleLabel->text(), most);  // no half character
+  EXPECT_EQ(player->songMetaLabel->text(), std::string(kLongestShownText, '&'));
+  EXPECT_EQ(defaults.objectForKey("nowPlayingSong"), PlistValue(endless));  // what is not shown stays whole
+  player->setTitle(most + "\u0916");
+  player->playButton->setTitle(most + "\u0916");
+  WKPickerItem item;
+  item.setTitle(most + "\u0916");
+  item.setCaption(most + "\u0916");
+  for (const auto& text : {player->title(), player->playButton->title(), item.title(), item.caption(),
+                           CLKComplicationTemplate(most + "\u0916").text()}) {
+    EXPECT_EQ(text, most);
+  }
+  player->presentAlertControllerWithTitle(most + "\u0916", most + "\u0916", {}, {{most + "\u0916", {}, {}}});
+  EXPECT_EQ(host.take(), Texts{"alert " + most + ": " + most + " [" + most + "]"});
 }
 
 TEST_F(PlayerDisplay, EachActivationAsksWhatPlaysAndAGoodAnswerEndsThePlaceholder) {

@@ -164,8 +164,14 @@ TEST_F(PlaylistScreen, AHostileChartBecomesAModestTable) {
   const PlistDictionary longSong{{"title", longText}, {"id", longText}};
   while (list.size() < 5000) list.append(longSong);
   defaults.setObject(PlistArray{longText, 7}, "cached_list_pids");
+  defaults.setObject(PlistValue("hindi"), "kUserLanguage");
   open(list);
   ASSERT_EQ(rowCount(), WatchUtil::kMostRows);
+  EXPECT_EQ(header(), "Hindi  \u2022  2000 songs");
+  playlist->reloadData();
+  EXPECT_EQ(takeLog(), Texts{"Only 2000 of 5000 rows are shown"});
+  post(list);
+  EXPECT_EQ(takeLog(), Texts{"Only 2000 of 5000 rows are shown"});
   const auto* last = row(rowCount() - 1);
   EXPECT_EQ(last->songName->text(), std::string(kLongestShownText - 1, 'x'));  // no half character
   EXPECT_FALSE(last->downloadButton->isHidden());

@@ -24,7 +24,7 @@
 namespace tunevale::test {
 
 /// Keeps in words what screens ask of whoever shows them: "push NAME CONTEXT", "present NAME CONTEXT" with a
-/// NAME CONTEXT for each page, "alert TITLE: MESSAGE".
+/// NAME CONTEXT for each page, "alert TITLE: MESSAGE [ACTION]".
 class RecordingHost : public InterfaceHost {
  public:
   void titleDidChange(WKInterfaceController&) override {}
@@ -38,7 +38,9 @@ class RecordingHost : public InterfaceHost {
     add(line);
   }
   void presentAlert(WKInterfaceController&, WKAlert alert) override {
-    add("alert " + alert.title + ": " + alert.message);
+    std::string line = "alert " + alert.title + ": " + alert.message;
+    for (const WKAlertAction& action : alert.actions) line.append(" [").append(action.title).append("]");
+    add(line);
   }
 
   std::vector<std::string> take() { return std::exchange(lines_, {}); }
@@ -53,7 +55,7 @@ class RecordingHost : public InterfaceHost {
 };
 
 inline std::string alert(std::string_view message) {
-  return "alert Tunevale: " + std::string(message);
+  return "alert Tunevale: " + std::string(message) + " [OK]";
 }
 
 /// A screen without elements, to show alerts on.

@@ -99,6 +99,8 @@ TEST(Artists, OneLongNameManyTimesOverStaysShort) {
   const PlistValue song = songWith({{"primary_artists", many}, {"artists", many}});
   EXPECT_LT(getPrimaryArtistNamesForSong(&song).size(), 30'000U);
   EXPECT_LT(getSingersForSong(&song).size(), 30'000U);
+  const PlistDictionary blank = artist(std::string(10'000, ' ').c_str());
+  EXPECT_EQ(getArtistStringFromArtistMap({blank, blank, artist("x")}), "");  // nor is it read for ever
 }
 
 }  // namespace
