@@ -23,6 +23,7 @@ struct StationList : ScreenTest {
 };
 
 TEST_F(StationList, FeaturedStationsHaveTheirColours) {
+  store(PlistDictionary{{"featured", PlistArray{station("stored")}}});  // the context's come first
   list.awake(stationContext({station("night OWLS"), PlistDictionary{{"title", "b"}}}));
   EXPECT_EQ(list->title(), "< Featured");
   ASSERT_EQ(rowCount(list), 2U);

@@ -189,6 +189,20 @@ struct ScreenTest : ::testing::Test {
       EXPECT_EQ(host.take(), state == 7 ? Texts{} : Texts{alert(fault)});
     }
   }
+  /// That a tap, whatever the phone is up to, colours the group for 0.1 s and no longer.
+  void expectFlash(const WKInterfaceGroup& group, const std::function<void()>& tap) {
+    const Color green = Color::colorWithRed(0.16862746F, 0.67058825F, 0.28235295F, 1.0F);
+    const Color red = Color::colorWithRed(0.67058825F, 0.16862746F, 0.28235295F, 1.0F);
+    for (const bool reachable : {true, false}) {
+      world.phone.setReachable(reachable);
+      EXPECT_EQ(group.backgroundColor(), green);
+      tap();
+      world.mainQueue.advance(std::chrono::nanoseconds(99'999'999));
+      EXPECT_EQ(group.backgroundColor(), red);
+      world.mainQueue.advance(std::chrono::nanoseconds(1));
+    }
+    EXPECT_EQ(group.backgroundColor(), green);
+  }
 
   World world;
   RecordingHost host;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -98,6 +99,7 @@ class ScriptedPhone : public PhoneSession {
   bool isReachable() const override { return reachable_; }
   bool iOSDeviceNeedsUnlockAfterRebootForReachability() const override { return locked_; }
   void sendMessage(PlistDictionary message, ReplyHandler reply, ErrorHandler error) override {
+    onSend(message);
     messages_.payloads.push_back(std::move(message));
     messages_.handlers.push_back({{std::move(reply), std::move(error)}});
   }
@@ -105,6 +107,9 @@ class ScriptedPhone : public PhoneSession {
     messageData_.payloads.push_back(std::move(data));
     messageData_.handlers.push_back({{std::move(reply), std::move(error)}});
   }
+
+  /// Called before each message of the watch is taken.
+  std::function<void(const PlistDictionary& message)> onSend = [](const PlistDictionary&) {};
 
   PhoneSessionDelegate& delegate() const {
     if (delegate_ == nullptr) throw std::logic_error("the session has no delegate");
