@@ -1,6 +1,7 @@
 #include "util/ArtistMetadata.h"
 
 #include "foundation/Text.h"
+#include "platform/ShownText.h"
 #include "util/TextCleaning.h"
 #include "util/ValueChecks.h"
 
@@ -129,7 +130,7 @@ std::string getBestArtist(const PlistValue* song, bool withHyphen) {
       names = getSingersForSong(song);
     }
     if (names.empty()) return "";
-    return (withHyphen ? " \u2013 " : "") + convertHTMLEntities(names);
+    return (withHyphen ? " \u2013 " : "") + convertHTMLEntities(shownText(names, kLongestNames));
   }
 }
 
