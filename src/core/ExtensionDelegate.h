@@ -32,6 +32,8 @@ class ExtensionDelegate : public WKExtensionDelegate, public PhoneSessionDelegat
   void setIsPlayingMedia(bool playing) { nowPlaying_->setIsPlaying(playing); }
   ImagePtr currentMediaImage() const { return nowPlaying_->image(); }
   void setCurrentMediaImage(ImagePtr image) { nowPlaying_->setImage(std::move(image)); }
+  /// Forgets the song of an emptied queue, unless the phone has told of another since.
+  void forgetSongOfEmptiedQueue() { nowPlaying_->forgetSong(); }
 
   /// Asks the phone to download a song and shows its answer on `withParent`, which lives until then. Does
   /// nothing for a song without entries. Main queue.

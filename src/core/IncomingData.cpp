@@ -44,7 +44,7 @@ void ExtensionDelegate::sessionDidReceiveMessage(PhoneSession&, const PlistDicti
     const PlistValue* volume = message.find("value");
     if (volume != nullptr && !volume->isNull()) storeVolume(*volume);
   } else if (request == "queue_empty") {
-    setIsPlayingMedia(false);
+    nowPlaying_->emptyQueue();
     announce(kNotificationFetchedNowPlayingData, PlistDictionary{{"status", "empty"}});
   }
   // An emptied queue is taken and yet answered as a failure; phones count on it.

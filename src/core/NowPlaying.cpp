@@ -9,6 +9,7 @@ namespace tunevale {
 
 bool NowPlaying::report(bool playing, const PlistValue& song) {
   const MutexLock lock(mutex_);
+  ++reports_;
   const PlistValue known = song_ ? PlistValue(*song_) : PlistValue();
   if (isPlaying_ == playing && WatchUtil::getNameForSong(&known) == WatchUtil::getNameForSong(&song)) {
     return false;
@@ -17,6 +18,17 @@ bool NowPlaying::report(bool playing, const PlistValue& song) {
   // What is no song is still a report, so there is a song on record, if one that says nothing.
   song_ = WatchUtil::dictionaryOrEmpty(&song);
   return true;
+}
+
+void NowPlaying::emptyQueue() {
+  const MutexLock lock(mutex_);
+  isPlaying_ = false;
+  reportsWhenEmptied_ = reports_;
+}
+
+void NowPlaying::forgetSong() {
+  const MutexLock lock(mutex_);
+  if (reportsWhenEmptied_.value_or(reports_) == reports_) song_.reset();
 }
 
 std::optional<PlistDictionary> NowPlaying::song() const {

@@ -14,6 +14,28 @@ std::string withoutWayBack(const std::string& title) {
   return title.starts_with(kWayBack) ? title.substr(kWayBack.size()) : title;
 }
 
+bool saysTheSame(const WKAlert& one, const WKAlert& other) {
+  return one.title == other.title && one.message == other.message &&
+         std::equal(one.actions.begin(), one.actions.end(), other.actions.begin(), other.actions.end(),
+                    [](const WKAlertAction& a, const WKAlertAction& b) { return a.title == b.title; });
+}
+
+/// Lets an answer to the one alert run the handlers of an equal one too.
+void join(WKAlert& waiting, WKAlert equal) {
+  for (std::size_t i = 0; i < waiting.actions.size(); ++i) {
+    auto& handler = waiting.actions[i].handler;
+    auto& other = equal.actions[i].handler;
+    if (!handler) {
+      handler = std::move(other);
+    } else if (other) {
+      handler = [first = std::move(handler), second = std::move(other)] {
+        first();
+        second();
+      };
+    }
+  }
+}
+
 }  // namespace
 
 Navigation::Navigation(const InterfaceLayout& layout, const ControllerRegistry& registry,
@@ -76,9 +98,10 @@ bool Navigation::showPage(std::size_t index) {
 }
 
 bool Navigation::answerAlert(std::size_t action) {
-  if (alerts_.empty() || action >= alerts_.front().actions.size()) return false;
-  const auto handler = alerts_.front().actions[action].handler;
-  alerts_.pop_front();
+  const std::size_t index = alertIndex();
+  if (index == alerts_.size() || action >= alerts_[index].alert.actions.size()) return false;
+  const auto handler = alerts_[index].alert.actions[action].handler;
+  alerts_.erase(alerts_.begin() + static_cast<std::ptrdiff_t>(index));
   didChange_();
   if (handler) handler();
   return true;
@@ -116,11 +139,41 @@ void Navigation::present(WKInterfaceController& from, const std::vector<Page>& p
   open(from, Presentation::modal, pages);
 }
 
-void Navigation::presentAlert(WKInterfaceController&, WKAlert alert) {
+void Navigation::presentAlert(WKInterfaceController& from, WKAlert alert) {
   // Without an action nobody could get past it.
   if (alert.actions.empty()) alert.actions.push_back({"OK", WKAlertActionStyle::cancel, nullptr});
-  alerts_.push_back(std::move(alert));
+  const auto same = std::find_if(alerts_.begin(), alerts_.end(),
+                                 [&alert](const Asked& asked) { return saysTheSame(asked.alert, alert); });
+  if (same == alerts_.end()) {
+    alerts_.push_back({from.weak_from_this(), std::move(alert)});
+  } else {
+    join(same->alert, std::move(alert));
+    // It is for both now, so it is up as soon as either may show it.
+    if (isUnseenPage(same->from.lock().get())) same->from = from.weak_from_this();
+  }
   didChange_();
+}
+
+const WKAlert* Navigation::alert() const {
+  const std::size_t index = alertIndex();
+  return index == alerts_.size() ? nullptr : &alerts_[index].alert;
+}
+
+std::size_t Navigation::alertIndex() const {
+  const auto shown = std::find_if_not(alerts_.begin(), alerts_.end(), [this](const Asked& asked) {
+    return isUnseenPage(asked.from.lock().get());
+  });
+  return static_cast<std::size_t>(shown - alerts_.begin());
+}
+
+bool Navigation::isUnseenPage(const WKInterfaceController* screen) const {
+  // Screens below the top and screens that were left are no pages that anybody may still turn to.
+  for (const Level& level : levels_) {
+    for (std::size_t i = 0; i < level.pages.size(); ++i) {
+      if (level.pages[i].controller.get() == screen) return i != level.page;
+    }
+  }
+  return false;
 }
 
 void Navigation::runSegue(WKInterfaceController& from, const SegueLayout& segue) {

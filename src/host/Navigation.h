@@ -41,8 +41,9 @@ class Navigation : public InterfaceHost {
   /// Words for the way back: the title of the screen below, or what a modal screen says itself with a title
   /// that begins with "< ". Nothing on the root.
   std::optional<std::string> backLabel() const;
-  /// The alert over it all, or null.
-  const WKAlert* alert() const { return alerts_.empty() ? nullptr : &alerts_.front(); }
+  /// The alert over it all, or null: the first that waits, except for those of a page that is not seen. Going
+  /// to another screen may bring another one to the front; a person cannot go anywhere while one is up.
+  const WKAlert* alert() const;
   bool isForeground() const { return foreground_; }
 
   // What a person may do. False when there is nothing of the kind.
@@ -56,6 +57,8 @@ class Navigation : public InterfaceHost {
   void titleDidChange(WKInterfaceController& screen) override;
   void push(WKInterfaceController& from, const std::string& name, const PlistValue& context) override;
   void present(WKInterfaceController& from, const std::vector<Page>& pages) override;
+  /// An alert that says and offers what one that is up or waits does is the same alert: it comes once, and an
+  /// answer runs the handlers of both.
   void presentAlert(WKInterfaceController& from, WKAlert alert) override;
 
  private:
@@ -74,8 +77,16 @@ class Navigation : public InterfaceHost {
     std::vector<Page> pages;
   };
 
+  struct Asked {
+    std::weak_ptr<WKInterfaceController> from;
+    WKAlert alert;
+  };
+
   const Level& top() const { return levels_.back(); }
   bool isOnTop(const WKInterfaceController& screen) const;
+  bool isUnseenPage(const WKInterfaceController* screen) const;
+  /// Where the alert that is up waits; past the end when none is.
+  std::size_t alertIndex() const;
   void open(WKInterfaceController& from, Presentation presentation, std::vector<Page> pages);
   void runSegue(WKInterfaceController& from, const SegueLayout& segue);
   std::optional<Level> makeLevel(Presentation presentation, const std::vector<Page>& pages);
@@ -91,7 +102,7 @@ class Navigation : public InterfaceHost {
   WKExtension& extension_;
   const std::function<void()> didChange_;
   std::vector<Level> levels_;
-  std::deque<WKAlert> alerts_;
+  std::deque<Asked> alerts_;
   std::deque<Opening> waiting_;
   bool changing_ = false;
   bool foreground_ = true;

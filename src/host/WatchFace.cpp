@@ -21,7 +21,7 @@ void WatchFace::setShown(bool shown) {
       complication, [set](CLKComplicationPrivacyBehavior privacy) { set(&Answers::privacy, privacy); });
   source_.getCurrentTimelineEntryForComplication(
       complication, [set](const std::optional<CLKComplicationTimelineEntry>& entry) {
-        set(&Answers::entry, entry ? std::optional(entry->content.text) : std::nullopt);
+        set(&Answers::entry, entry ? std::optional(entry->content.text()) : std::nullopt);
       });
 }
 

@@ -4,7 +4,10 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "platform/ShownText.h"
 
 namespace tunevale {
 
@@ -12,8 +15,13 @@ namespace tunevale {
 struct CLKComplication {
   std::string family;
 };
-struct CLKComplicationTemplate {
-  std::string text;
+class CLKComplicationTemplate {
+ public:
+  explicit CLKComplicationTemplate(std::string_view utf8) : text_(shownText(utf8)) {}
+  const std::string& text() const { return text_; }
+
+ private:
+  std::string text_;
 };
 struct CLKComplicationTimelineEntry {
   std::chrono::system_clock::time_point date;

@@ -24,7 +24,8 @@ class InterfaceHost {
   /// Ignored, with no effect, when the screen is not on top or the identifier is unknown.
   virtual void push(WKInterfaceController& from, const std::string& name, const PlistValue& context) = 0;
   virtual void present(WKInterfaceController& from, const std::vector<Page>& pages) = 0;
-  /// Never dropped: alerts wait for one another, also those of a screen that was left.
+  /// Never dropped: alerts wait for one another, those of a page that is not seen until it is, and those of a
+  /// screen that was left come too. Only one that says the same as one that waits or is up is shown once.
   virtual void presentAlert(WKInterfaceController& from, WKAlert alert) = 0;
 
   /// For screens, which may outlive their host; empty once it has gone.

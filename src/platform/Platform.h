@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "platform/FileManager.h"
@@ -12,11 +13,12 @@
 #include "platform/NotificationCenter.h"
 #include "platform/PhoneSession.h"
 #include "platform/Queues.h"
-#include "platform/SharedObjects.h"
 #include "platform/UserDefaults.h"
 #include "platform/WKExtension.h"
 
 namespace tunevale {
+
+class RadioManager;
 
 /// Everything that the extension wants of the outside, handed in by whoever starts it. The services outlive
 /// the platform; the platform outlives the delegate and every screen.
@@ -36,7 +38,10 @@ struct Platform {
   std::function<std::shared_ptr<ImageCache>()> makeImageCache;
 
   WKExtension sharedExtension{};
-  SharedObjects sharedObjects{};
+  /// For RadioManager::sharedManager() alone: the one of the process, made once. A test that builds a fresh
+  /// platform thereby gets a fresh one. Last, so that it goes before everything that it uses.
+  std::once_flag madeRadioManager{};
+  std::shared_ptr<RadioManager> radioManager{};
 };
 
 }  // namespace tunevale

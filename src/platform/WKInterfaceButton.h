@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "platform/ShownText.h"
 #include "platform/WKInterfaceObject.h"
 
 namespace tunevale {
@@ -20,7 +21,7 @@ class WKInterfaceButton : public WKInterfaceObject {
   /// An image of the layout; an empty name clears it.
   void setBackgroundImageNamed(std::string_view name) { assign(image_, {std::string(name), nullptr}); }
   const std::string& title() const { return title_; }
-  void setTitle(std::string_view utf8) { assign(title_, std::string(utf8)); }
+  void setTitle(std::string_view utf8) { assign(title_, std::string(shownText(utf8))); }
 
   void setAction(Action action) { action_ = std::move(action); }
   /// What a person's tap does. False, and nothing happens, when the button is hidden or disabled.

@@ -1,6 +1,7 @@
 #include "platform/WKInterfaceController.h"
 
 #include "platform/InterfaceHost.h"
+#include "platform/ShownText.h"
 #include "platform/WKInterfaceTable.h"
 
 namespace tunevale {
@@ -15,7 +16,7 @@ void closeTables(WKInterfaceObject& element) {
 }  // namespace
 
 void WKInterfaceController::setTitle(std::string_view title) {
-  title_ = title;
+  title_ = shownText(title);
   if (const auto host = host_.lock()) host->titleDidChange(*this);
 }
 
@@ -39,9 +40,11 @@ void WKInterfaceController::presentControllerWithNames(const std::vector<std::st
 void WKInterfaceController::presentAlertControllerWithTitle(std::string_view title, std::string_view message,
                                                             WKAlertControllerStyle preferredStyle,
                                                             std::vector<WKAlertAction> actions) {
-  if (const auto host = host_.lock()) {
-    host->presentAlert(*this, {std::string(title), std::string(message), preferredStyle, std::move(actions)});
-  }
+  const auto host = host_.lock();
+  if (!host) return;
+  for (WKAlertAction& action : actions) action.title.resize(shownText(action.title).size());
+  host->presentAlert(*this, {std::string(shownText(title)), std::string(shownText(message)), preferredStyle,
+                             std::move(actions)});
 }
 
 void WKInterfaceController::attach(std::unique_ptr<WKInterfaceObject> root, const InterfaceHost& host) {

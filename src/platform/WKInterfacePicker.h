@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "platform/ShownText.h"
 #include "platform/WKInterfaceObject.h"
 
 namespace tunevale {
@@ -23,9 +24,9 @@ class WKImage {
 class WKPickerItem {
  public:
   const std::string& title() const { return title_; }
-  void setTitle(std::string_view utf8) { title_ = utf8; }
+  void setTitle(std::string_view utf8) { title_ = shownText(utf8); }
   const std::string& caption() const { return caption_; }
-  void setCaption(std::string_view utf8) { caption_ = utf8; }
+  void setCaption(std::string_view utf8) { caption_ = shownText(utf8); }
   const std::shared_ptr<const WKImage>& contentImage() const { return contentImage_; }
   void setContentImage(std::shared_ptr<const WKImage> image) { contentImage_ = std::move(image); }
 

@@ -36,6 +36,7 @@ void RadioHomeInterfaceController::awakeWithContext(const PlistValue* context) {
   } else {
     fetchAppDataFromPage(*this);
   }
+  logIfCut(dataSource, platform().log);
   reloadData(true);
 }
 

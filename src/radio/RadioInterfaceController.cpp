@@ -6,6 +6,7 @@
 #include "foundation/Text.h"
 #include "platform/Connections.h"
 #include "platform/Platform.h"
+#include "platform/ShownText.h"
 #include "platform/WKInterfaceGroup.h"
 #include "platform/WKInterfaceLabel.h"
 #include "radio/RadioManager.h"
@@ -39,6 +40,7 @@ void RadioInterfaceController::awakeWithContext(const PlistValue* context) {
   const PlistValue* stations = valueForKey(context, "dataSource");
   if (!isNonEmptyArray(stations)) return;
   dataSource = arrayOrEmpty(stations);
+  logIfCut(dataSource, platform().log);
   type = stationTypeOf(context);
   if (type == kFeaturedStations) {
     backgroundGroup->setBackgroundColor(stationColor(dataSource.at(0), 0.5F));
@@ -72,7 +74,8 @@ void RadioInterfaceController::reloadData() {
 }
 
 WKPickerItem RadioInterfaceController::itemFor(const PlistValue* station) {
-  const std::string_view title = rowText(getTitleForRadioStation(station));
+  // No file has a longer name than this, so what is not shown of a title finds no picture either.
+  const std::string_view title = shownText(stringOrEmpty(getTitleForRadioStation(station)));
   const std::string fileName = getValidFileNameForRadio(title);
   WKPickerItem item;
   item.setTitle(title);

@@ -14,8 +14,9 @@ namespace tunevale {
 using namespace WatchUtil;
 
 RadioManager& RadioManager::sharedManager(Platform& platform) {
-  return platform.sharedObjects.get<RadioManager>(
-      [&platform] { return std::unique_ptr<RadioManager>(new RadioManager(platform)); });
+  std::call_once(platform.madeRadioManager,
+                 [&platform] { platform.radioManager.reset(new RadioManager(platform)); });
+  return *platform.radioManager;
 }
 
 RadioManager::RadioManager(Platform& platform)

@@ -5,8 +5,8 @@
 
 #include "platform/LetterCase.h"
 #include "util/HexColor.h"
-#include "util/ShownLimits.h"
 #include "util/StationFields.h"
+#include "util/TextCleaning.h"
 #include "util/ValueChecks.h"
 #include "vocabulary/PhoneVocabulary.h"
 
@@ -35,11 +35,11 @@ const char* stationTypeName(std::int32_t type) {
 }
 
 std::string capitalizedField(LetterCase& letterCase, const PlistValue* field) {
-  return letterCase.capitalizedString(rowText(field));
+  return letterCase.capitalizedString(textToClean(field));
 }
 
 Color stationColor(const PlistValue* station, float alpha) {
-  const PlistValue hex(rowText(getColorForRadioStation(station)));
+  const PlistValue hex(textToClean(getColorForRadioStation(station)));
   return getColorFromHex(&hex, alpha);
 }
 

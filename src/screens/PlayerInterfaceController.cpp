@@ -111,7 +111,7 @@ void PlayerInterfaceController::updatePlayerDataSource(const Notification& notif
   if (isPlaying(&info)) {
     updatePlayer(true);
   } else if (stringOrEmpty(valueForKey(&info, "status")) == "empty") {
-    ExtensionDelegate::shared(platform()).setNowPlayingSong(std::nullopt);
+    ExtensionDelegate::shared(platform()).forgetSongOfEmptiedQueue();
     if (showPlaceholder()) showMode(kPaused);
   } else {
     updatePlayer(false);
@@ -128,12 +128,13 @@ void PlayerInterfaceController::updatePlayer(bool playing) {
   std::string meta;
   if (isNonEmptyDictionary(&currentSong_)) {
     if (stringOrEmpty(valueForKey(&currentSong_, "type")) == "episode") {
-      title = convertHTMLEntities(getNameForEpisode(&currentSong_));
-      meta = convertHTMLEntities(getShowNameForEpisode(&currentSong_)) +
+      title = convertHTMLEntities(textToClean(getNameForEpisode(&currentSong_)));
+      meta = convertHTMLEntities(textToClean(getShowNameForEpisode(&currentSong_))) +
              getSeasonNameForEpisode(&currentSong_, true);
     } else {
-      title = convertHTMLEntities(getNameForSong(&currentSong_));
-      meta = convertHTMLEntities(getAlbumForSong(&currentSong_)) + getBestArtist(&currentSong_, true);
+      title = convertHTMLEntities(textToClean(getNameForSong(&currentSong_)));
+      meta = convertHTMLEntities(textToClean(getAlbumForSong(&currentSong_))) +
+             getBestArtist(&currentSong_, true);
     }
   }
   songTitleLabel->setText(title);

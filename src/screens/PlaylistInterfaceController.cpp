@@ -21,6 +21,14 @@ namespace tunevale {
 
 using namespace WatchUtil;
 
+namespace {
+
+// Bytes of a song's identifier. Hashing one long text a hundred thousand times would take minutes, and no
+// song is called that.
+constexpr std::size_t kLongestId = 1024;
+
+}  // namespace
+
 void PlaylistInterfaceController::connect(Connections& connections) {
   connections.outlet("playlistTable", playlistTable);
   connections.outlet("playlistImage", playlistImage);
@@ -40,6 +48,7 @@ void PlaylistInterfaceController::awakeWithContext(const PlistValue* context) {
   songs = arrayOrEmpty(valueForKey(context, "dataSource"));
   if (songs.empty()) songs = storedWeeklyTop15(platform());
   if (songs.empty()) fetchAppDataFromPage(*this);
+  logIfCut(songs, platform().log);
   updatePlaylistHeader();
   playButtonGroup->setBackgroundColor(kPlayColor);
   reloadData();
@@ -62,6 +71,7 @@ void PlaylistInterfaceController::updateDataSource(const Notification& notificat
   const PlistValue* list = notification.userInfo->find("dataSource");
   if (!isNonEmptyArray(list)) return;
   songs = arrayOrEmpty(list);
+  logIfCut(songs, platform().log);
   reloadData();
 }
 
@@ -70,7 +80,7 @@ void PlaylistInterfaceController::updatePlaylistHeader() {
   backgroundGroup->setBackgroundImageNamed("wt15_bg");
   const std::string language = capitalizedUserLanguage(platform());
   if (language.empty()) return;
-  languageLabel->setText(language + "  \u2022  " + std::to_string(songs.size()) + " songs");
+  languageLabel->setText(language + "  \u2022  " + std::to_string(shownCount(songs)) + " songs");
 }
 
 void PlaylistInterfaceController::reloadData() {
@@ -78,22 +88,21 @@ void PlaylistInterfaceController::reloadData() {
   const auto cachedSongs = platform().standardUserDefaults.objectForKey(kUserCachedSongs);
   std::unordered_set<std::string_view> cached;
   for (const PlistValue& pid : arrayOrEmpty(valueOrNull(cachedSongs))) {
-    // Hashing one long text a hundred thousand times would take minutes; no song is called that.
-    if (const auto text = pid.string(); text && text->size() <= kLongestRowText) cached.insert(*text);
+    if (const auto text = pid.string(); text && text->size() <= kLongestId) cached.insert(*text);
   }
   const auto screen = std::static_pointer_cast<PlaylistInterfaceController>(shared_from_this());
   for (std::size_t i = 0; i < shownCount(songs); ++i) {
     const PlistValue* song = songs.at(i);
     auto* row = playlistTable->rowControllerAtIndex<SongRowController>(i);
     if (row == nullptr) continue;
-    const PlistValue title(rowText(valueForKey(song, "title")));
-    const PlistValue album(rowText(valueForKey(valueForKey(song, "more_info"), "album")));
+    const PlistValue title(textToClean(valueForKey(song, "title")));
+    const PlistValue album(textToClean(valueForKey(valueForKey(song, "more_info"), "album")));
     row->songName->setText(convertHTMLEntities(&title));
     row->songMeta->setText(convertHTMLEntities(&album));
     row->songData = dictionaryOrEmpty(song);
     const PlistValue* pid = valueForKey(song, "id");
     const auto text = pid == nullptr ? std::nullopt : pid->string();
-    row->downloadButton->setHidden(text && text->size() <= kLongestRowText && cached.contains(*text));
+    row->downloadButton->setHidden(text && text->size() <= kLongestId && cached.contains(*text));
     row->parent = screen;
   }
 }

@@ -2,6 +2,7 @@
 
 #include "foundation/KeyedArchive.h"
 #include "platform/Platform.h"
+#include "util/TextCleaning.h"
 #include "util/ValueChecks.h"
 #include "vocabulary/PhoneVocabulary.h"
 
@@ -15,7 +16,7 @@ PlistArray storedWeeklyTop15(Platform& platform) {
 
 std::string capitalizedUserLanguage(Platform& platform) {
   const auto language = platform.standardUserDefaults.objectForKey(kUserLanguage);
-  return platform.letterCase.capitalizedString(WatchUtil::stringOrEmpty(valueOrNull(language)));
+  return platform.letterCase.capitalizedString(WatchUtil::textToClean(valueOrNull(language)));
 }
 
 }  // namespace tunevale

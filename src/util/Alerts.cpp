@@ -10,7 +10,7 @@ namespace tunevale::WatchUtil {
 
 void showAlert(std::string_view message, WKInterfaceController& byInterface) {
   byInterface.presentAlertControllerWithTitle("Tunevale", message, WKAlertControllerStyle::alert,
-                                              {{"OK", WKAlertActionStyle::regular, [] {}}});
+                                              {{"OK", WKAlertActionStyle::regular, nullptr}});
 }
 
 void showEmptyDataErrorAlert(WKInterfaceController& screen) {

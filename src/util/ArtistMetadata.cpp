@@ -1,6 +1,7 @@
 #include "util/ArtistMetadata.h"
 
 #include "foundation/Text.h"
+#include "platform/ShownText.h"
 #include "util/TextCleaning.h"
 #include "util/ValueChecks.h"
 
@@ -11,8 +12,8 @@ namespace {
 /// What the catalogue writes where it has no artist.
 constexpr std::string_view kNoArtist = "NULL";
 
-/// Names that come after so many bytes of others are left out: a small payload may refer to one long name a
-/// million times over, and nobody reads a line that long.
+/// Names that come after so many bytes of others, blanks included, are left out: a small payload may refer to
+/// one long name a million times over, and nobody reads a line that long.
 constexpr std::size_t kLongestNames = 16384;
 
 const PlistValue* artistMap(const PlistValue* song) {
@@ -75,12 +76,12 @@ std::string getFeaturedArtistNamesForSong(const PlistValue* song) {
 
 std::string getArtistStringFromArtistMap(const PlistArray& artists) {
   std::string text;
+  std::size_t length = 0;
   for (const PlistValue& artist : artists) {
-    const std::string name = trimWhitespace(valueForKey(&artist, "name"));
-    if (name.empty()) continue;
-    if (!text.empty()) text += ", ";
-    text += name;
-    if (text.size() >= kLongestNames) break;
+    const PlistValue* received = valueForKey(&artist, "name");
+    const std::string name = trimWhitespace(received);
+    if (!name.empty()) text += (text.empty() ? "" : ", ") + name;
+    if ((length += stringOrEmpty(received).size()) >= kLongestNames) break;
   }
   return text;
 }
@@ -129,7 +130,7 @@ std::string getBestArtist(const PlistValue* song, bool withHyphen) {
       names = getSingersForSong(song);
     }
     if (names.empty()) return "";
-    return (withHyphen ? " \u2013 " : "") + convertHTMLEntities(names);
+    return (withHyphen ? " \u2013 " : "") + convertHTMLEntities(shownText(names, kLongestNames));
   }
 }
 

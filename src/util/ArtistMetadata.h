@@ -7,7 +7,7 @@
 #include "foundation/PlistValue.h"
 
 /// Who made a song: "artistMap" of its "more_info". Any value may be asked; elements of a wrong kind are
-/// passed over, and joined or listed names stop after 16 KiB. Pure, any thread.
+/// passed over, joined or listed names stop after 16 KiB, and the artist line is no longer. Pure, any thread.
 namespace tunevale::WatchUtil {
 
 PlistDictionary getArtistMapForSong(const PlistValue* song);

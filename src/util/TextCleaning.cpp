@@ -3,6 +3,7 @@
 #include <array>
 
 #include "foundation/Text.h"
+#include "platform/ShownText.h"
 #include "util/ValueChecks.h"
 
 namespace tunevale::WatchUtil {
@@ -50,6 +51,14 @@ std::string convertHTMLEntities(std::string_view text) {
 
 std::string convertHTMLEntities(const PlistValue* value) {
   return convertHTMLEntities(stringOrEmpty(value));
+}
+
+std::string_view textToClean(std::string_view text) noexcept {
+  return shownText(text, 4 * kLongestShownText);
+}
+
+std::string_view textToClean(const PlistValue* value) noexcept {
+  return textToClean(stringOrEmpty(value));
 }
 
 std::string getValidFileNameForRadio(std::string_view title) {

@@ -41,24 +41,14 @@ class TracedDefaults : public UserDefaults {
   Trace& trace_;
 };
 
-/// The scripted phone, which also tells the order of what is sent.
-class TracedPhone : public ScriptedPhone {
- public:
-  TracedPhone(MainQueue& mainQueue, Trace& trace) : ScriptedPhone(mainQueue), trace_(trace) {}
-  void sendMessage(PlistDictionary message, ReplyHandler reply, ErrorHandler error) override {
-    trace_.push_back("send " + std::string(WatchUtil::stringOrEmpty(message.find("request"))));
-    ScriptedPhone::sendMessage(std::move(message), std::move(reply), std::move(error));
-  }
-
- private:
-  Trace& trace_;
-};
-
 /// A delegate in a fresh world, its session set but not activated, and all that it does in its order.
 struct CoreTest : ::testing::Test {
   CoreTest() {
     platform.sharedExtension.setDelegate(&delegate);
     phone.setDelegate(&delegate);
+    phone.onSend = [this](const PlistDictionary& message) {
+      trace.push_back("send " + std::string(WatchUtil::stringOrEmpty(message.find("request"))));
+    };
     for (const std::string_view name :
          {kNotificationFetchedWeeklyTop15Data, kNotificationFetchedNowPlayingData,
           kNotificationFetchedNowPlayingImage, kNotificationFetchedPlaylistImage,
@@ -86,7 +76,7 @@ struct CoreTest : ::testing::Test {
   World world;
   Trace trace;
   TracedDefaults defaults{world.platform.standardUserDefaults, trace};
-  TracedPhone phone{world.mainQueue, trace};
+  ScriptedPhone& phone = world.phone;
   Platform platform{world.mainQueue,
                     world.platform.defaultCenter,
                     defaults,

@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include "core/CoreTest.h"
 #include "support/Pictures.h"
 
@@ -107,16 +109,13 @@ TEST_F(IncomingData, AContextStoresTheSongsAsAnArchive) {
   EXPECT_TRUE(stored("cached_list_pids").isNull());
   ASSERT_EQ(announced.size(), 1U);
   EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"dataSource", marked(kSongs)}}));
-  ASSERT_EQ(world.log.lines().size(), 1U);
-  EXPECT_TRUE(world.log.lines()[0].starts_with("applicationContext:{")) << world.log.lines()[0];
-}
-
-TEST_F(IncomingData, AContextThatCannotBeStoredIsStillAnnounced) {
   defaults.failingKey = kReceiveWeeklyTop15Data;
-  phone.deliverApplicationContext({{"weekly_top_15", archivedDataWithRootObject(kChart)}});
-  EXPECT_EQ(settle().size(), 1U);
-  EXPECT_EQ(takeTrace(), (Trace{"store kUserLanguage", "send weekly_top_15", kChartPosted}));
-  EXPECT_EQ(world.log.lines().back(), "didReceiveApplicationContent desc:no room");
+  phone.deliverApplicationContext(context);
+  settle();
+  EXPECT_EQ(takeTrace(), (Trace{"send weekly_top_15", kChartPosted}));  // announced all the same
+  ASSERT_EQ(world.log.lines().size(), 3U);
+  EXPECT_TRUE(world.log.lines()[0].starts_with("applicationContext:{")) << world.log.lines()[0];
+  EXPECT_EQ(world.log.lines()[2], "didReceiveApplicationContent desc:no room");
 }
 
 TEST_F(IncomingData, AContextBringsTheCachedSongs) {
@@ -130,6 +129,7 @@ TEST_F(IncomingData, AContextBringsTheCachedSongs) {
   EXPECT_TRUE(phone.sentMessages().empty());
   EXPECT_TRUE(settle().empty());
   EXPECT_FALSE(delegate.isPlayingMedia());
+  EXPECT_TRUE(radio().getFeaturedStations().empty());
 }
 
 TEST_F(IncomingData, TheChartsLanguageIsFollowed) {
@@ -178,14 +178,17 @@ TEST_F(IncomingData, TheChartsLanguageIsFollowed) {
 TEST_F(IncomingData, UnusableChartsAreNotTakenNorIsWhatIsNoSong) {
   PlistDictionary failed = kChart;
   failed.set("error", PlistValue());
-  const PlistDictionary unusable[] = {failed,
-                                      {{"language", "Tamil"}},
-                                      {{"list", PlistArray()}},
-                                      {{"list", "x"}, {"language", "Tamil"}},
-                                      {{"list", PlistArray{1, "x"}}}};
-  for (const PlistDictionary& chart : unusable) {
+  const PlistValue unusable[] = {failed,
+                                 PlistDictionary{{"language", "Tamil"}},
+                                 PlistDictionary{{"list", PlistArray()}},
+                                 PlistDictionary{{"list", "x"}, {"language", "Tamil"}},
+                                 PlistDictionary{{"list", PlistArray{1, "x"}}},
+                                 PlistDictionary(),
+                                 "x"};
+  for (const PlistValue& chart : unusable) {
     deliverData(PlistDictionary{{"weekly_top_15", chart}, {"radio_stations", kStations}});
-    phone.deliverUserInfo({{"weekly_top_15", chart}, {"radio_stations", "x"}});
+    // What is no record at all gives way to the stations here, and only here.
+    if (WatchUtil::isNonEmptyDictionary(&chart)) phone.deliverUserInfo({{"weekly_top_15", chart}});
     phone.deliverApplicationContext(
         {{"weekly_top_15", archivedDataWithRootObject(chart)}, {"cachedSongList", 1}, {"pids", "x"}});
     EXPECT_TRUE(settle().empty());
@@ -223,43 +226,32 @@ TEST_F(IncomingData, StationsByDataReachTheStoreAndThoseByUserInfoOnlyTheirAckno
 }
 
 TEST_F(IncomingData, OnlyChangesOfThePlayStateAreAnnounced) {
-  struct Case {
-    const char* key;
-    PlistValue song;
-    const char* announced;
-  };
   PlistDictionary sameName = song("a");
   sameName.set("id", "2");
-  const Case cases[] = {
-      {"appPaused", PlistDictionary{{"id", "9"}}, ""},  // as nameless and as quiet as the start
+  const std::tuple<const char*, PlistValue, const char*> cases[] = {
+      {"appPaused", PlistDictionary{{"id", "9"}}, nullptr},  // as nameless and as quiet as the start
       {"appPlaying", song("a"), "playing"},
-      {"appPlaying", sameName, ""},
+      {"appPlaying", sameName, nullptr},
       {"appPaused", song("a"), "paused"},
-      {"appPaused", song("a"), ""},
+      {"appPaused", song("a"), nullptr},
       {"appPaused", song("b"), "paused"},
-      {"appPlaying", song("c"), "playing"},
       {"appPlaying", "no record", "playing"},
-      {"appPlaying", PlistValue(), ""},
-  };
-  for (const Case& c : cases) {
+      {"appPlaying", PlistValue(), nullptr}};
+  for (const auto& [key, song, status] : cases) {
     const auto before = delegate.nowPlayingSong();
-    EXPECT_EQ(deliverData(PlistDictionary{{c.key, c.song}})->count, 0);
+    EXPECT_EQ(deliverData(PlistDictionary{{key, song}})->count, 0);
     const auto announced = settle();
-    const PlistDictionary taken = WatchUtil::dictionaryOrEmpty(&c.song);
-    if (*c.announced == '\0') {
-      EXPECT_TRUE(announced.empty());
-      EXPECT_EQ(delegate.nowPlayingSong(), before);
-      continue;
-    }
-    ASSERT_EQ(announced.size(), 1U);
-    EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"status", c.announced}, {"data", taken}}));
+    ASSERT_EQ(announced.size(), status == nullptr ? 0U : 1U);
+    const auto taken = status == nullptr ? before : WatchUtil::dictionaryOrEmpty(&song);
     EXPECT_EQ(delegate.nowPlayingSong(), taken);
-    EXPECT_EQ(delegate.isPlayingMedia(), std::string_view(c.announced) == "playing");
+    if (status == nullptr) continue;
+    EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"status", status}, {"data", *taken}}));
+    EXPECT_EQ(delegate.isPlayingMedia(), std::string_view(status) == "playing");
   }
 }
 
 TEST_F(IncomingData, AVolumeComesOnlyWithSomethingNewThatPlays) {
-  deliverData(PlistDictionary{{"appPlaying", song("a")}, {"volume", 0.5}});
+  deliverData(PlistDictionary{{"appPaused", song("a")}, {"appPlaying", song("a")}, {"volume", 0.5}});
   settle();
   EXPECT_EQ(takeTrace(), (Trace{"store volume", "synchronize", kPlayerPosted, kVolumePosted}));
   deliverData(PlistDictionary{{"appPlaying", song("a")}, {"volume", 0.6}});
@@ -268,34 +260,26 @@ TEST_F(IncomingData, AVolumeComesOnlyWithSomethingNewThatPlays) {
   settle();
   EXPECT_EQ(takeTrace(), (Trace{kPlayerPosted, kPlayerPosted}));
   EXPECT_EQ(stored("volume"), PlistValue(0.5));
-  deliverData(PlistDictionary{{"appPaused", song("a")}, {"appPlaying", song("c")}, {"volume", 1}});
-  settle();
-  EXPECT_EQ(stored("volume"), PlistValue(1));
 }
 
-TEST_F(IncomingData, AnAnnouncementTellsTheSongOfItsMoment) {
+TEST_F(IncomingData, AnAnnouncementTellsTheSongOfItsMomentAndDoesNotNeedTheDelegate) {
+  auto brief = std::make_unique<ExtensionDelegate>(platform);
+  phone.setDelegate(brief.get());
   deliverData(PlistDictionary{{"appPlaying", song("a")}});
   deliverData(PlistDictionary{{"appPaused", song("b")}});
   auto announced = settle();
   ASSERT_EQ(announced.size(), 2U);
   EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"status", "playing"}, {"data", song("b")}}));
   EXPECT_EQ(announced[1].userInfo, (PlistDictionary{{"status", "paused"}, {"data", song("b")}}));
-  // A screen clears the song of an emptied queue; a report that waited behind that is not lost.
-  deliverData(PlistDictionary{{"appPlaying", song("c")}});
-  delegate.setNowPlayingSong(std::nullopt);
-  announced = settle();
-  ASSERT_EQ(announced.size(), 1U);
-  EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"status", "playing"}, {"data", song("c")}}));
-}
-
-TEST_F(IncomingData, WhatIsLeftOnTheMainQueueDoesNotNeedTheDelegate) {
-  auto brief = std::make_unique<ExtensionDelegate>(platform);
-  brief->sessionActivationDidCompleteWithState(phone, ActivationState::activated, std::nullopt);
-  brief->sessionDidReceiveMessageData(
-      phone, archivedDataWithRootObject(PlistDictionary{{"appPlaying", song("a")}, {"volume", 1}}), nullptr);
+  // A report whose song was cleared meanwhile is not lost.
+  deliverData(PlistDictionary{{"appPlaying", song("c")}, {"volume", 1}});
+  brief->setNowPlayingSong(std::nullopt);
+  phone.completeActivation();
   brief.reset();
-  phone.reply(0, {});
-  EXPECT_EQ(settle().size(), 2U);
+  phone.reply(phone.lastMessage(), {});
+  announced = settle();
+  ASSERT_EQ(announced.size(), 2U);
+  EXPECT_EQ(announced[0].userInfo, (PlistDictionary{{"status", "playing"}, {"data", song("c")}}));
 }
 
 }  // namespace

@@ -28,17 +28,11 @@ TEST_F(Lifecycle, LaunchActivatesTheSessionAndLoadsTheStations) {
   EXPECT_TRUE(phone.sentMessages().empty());
 }
 
-TEST_F(Lifecycle, EveryChangeOfGroundIsTold) {
+TEST_F(Lifecycle, EveryChangeOfGroundIsToldAndEveryBackgroundTaskCompleted) {
   phone.setReachable(false);
   delegate.applicationWillEnterForeground();
   delegate.applicationDidEnterBackground();
   EXPECT_EQ(takeTrace(), (Trace{"send app:foreground", "send app:background"}));
-  phone.fail(0, {7004, "not activated"});
-  settle();
-  EXPECT_TRUE(world.log.lines().empty());
-}
-
-TEST_F(Lifecycle, EveryBackgroundTaskIsCompleted) {
   class OtherTask : public WKRefreshBackgroundTask {};
   const auto snapshot = std::make_shared<WKSnapshotRefreshBackgroundTask>();
   const std::vector<std::shared_ptr<WKRefreshBackgroundTask>> tasks{
@@ -56,8 +50,6 @@ TEST_F(Lifecycle, EveryBackgroundTaskIsCompleted) {
 TEST_F(Lifecycle, GreetsThePhoneOnceActivated) {
   phone.completeActivation(ActivationState::inactive);
   phone.completeActivation(ActivationState::notActivated, SessionError{7005, "not paired"});
-  phone.delegate().sessionDidBecomeInactive(phone);
-  phone.delegate().sessionDidDeactivate(phone);
   EXPECT_TRUE(phone.sentMessages().empty());
   EXPECT_EQ(phone.activations(), 0);
 

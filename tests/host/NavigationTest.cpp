@@ -157,5 +157,59 @@ TEST_F(NavigationTest, QueuesAlertsFromAnywhereAndRunsTheirHandlers) {
   EXPECT_FALSE(navigation_.answerAlert(0));
 }
 
+TEST_F(NavigationTest, AnAlertThatIsUpOrWaitsDoesNotComeTwice) {
+  const auto ask = [this](const std::string& message, const std::string& action = "OK", bool answers = true) {
+    const auto handler = [&home = top(), message] { home.note("answered " + message); };
+    top().presentAlertControllerWithTitle("Title", message, WKAlertControllerStyle::alert,
+                                          {{action, {}, answers ? std::function<void()>(handler) : nullptr}});
+  };
+  ask("one", "OK", false);
+  ask("one");
+  ask("one", "Other");
+  ask("two");
+  ask("two");
+  ask("two", "OK", false);
+  const auto expectUp = [this](const char* message, const char* action, const Lines& answers) {
+    ASSERT_NE(navigation_.alert(), nullptr);
+    EXPECT_EQ(navigation_.alert()->message + navigation_.alert()->actions.at(0).title,
+              std::string(message) + action);
+    EXPECT_TRUE(navigation_.answerAlert(0));
+    EXPECT_EQ(take(), answers);
+  };
+  expectUp("one", "OK", {"Home: answered one"});
+  expectUp("one", "Other", {"Home: answered one"});
+  expectUp("two", "OK", {"Home: answered two", "Home: answered two"});  // an answer to both
+  ask("two");
+  expectUp("two", "OK", {"Home: answered two"});  // it was gone, so it is a new one
+  EXPECT_EQ(navigation_.alert(), nullptr);
+}
+
+TEST_F(NavigationTest, AnAlertOfAPageWaitsUntilThePageIsSeenOrLeft) {
+  const auto up = [this] { return navigation_.alert() == nullptr ? "" : navigation_.alert()->message; };
+  for (const bool turns : {true, false}) {
+    // While it awakens, and later.
+    top().presentControllerWithNames({"Second", "Third"}, {PlistValue(), PlistValue("alert")});
+    StubScreen& first = top();
+    EXPECT_EQ(up(), "");
+    first.alert("of the first");
+    EXPECT_EQ(up(), "of the first");
+    navigation_.answerAlert(0);
+    first.alert("from awake");  // of both, one of which is seen
+    EXPECT_EQ(up(), "from awake");
+    navigation_.answerAlert(0);
+    EXPECT_TRUE(navigation_.showPage(1));
+    EXPECT_EQ(up(), "");
+    first.alert("of the first");
+    EXPECT_FALSE(navigation_.answerAlert(0));
+    EXPECT_TRUE(navigation_.showPage(turns ? 0 : 1));
+    push("Third");  // over both pages; which of the two is turned to does not change
+    EXPECT_EQ(up(), turns ? "of the first" : "");
+    EXPECT_TRUE(navigation_.back());
+    EXPECT_TRUE(navigation_.back());
+    EXPECT_EQ(up(), "of the first");
+    navigation_.answerAlert(0);
+  }
+}
+
 }  // namespace
 }  // namespace tunevale::host

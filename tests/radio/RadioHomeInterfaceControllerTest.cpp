@@ -23,6 +23,7 @@ struct StationList : ScreenTest {
 };
 
 TEST_F(StationList, FeaturedStationsHaveTheirColours) {
+  store(PlistDictionary{{"featured", PlistArray{station("stored")}}});  // the context's come first
   list.awake(stationContext({station("night OWLS"), PlistDictionary{{"title", "b"}}}));
   EXPECT_EQ(list->title(), "< Featured");
   ASSERT_EQ(rowCount(list), 2U);
@@ -129,6 +130,8 @@ TEST_F(StationList, ThePlayerOpensModallyWhenThePhoneAgrees) {
 TEST_F(StationList, OddStationsAreEmptyRowsAndThereIsAnEndToThem) {
   list.awake(stationContext(oddStations()));
   ASSERT_EQ(rowCount(list), WatchUtil::kMostRows);
+  list->radioImageFetched();
+  EXPECT_EQ(takeLog(), Texts{"Only 2000 of 5000 rows are shown"});
   EXPECT_EQ(row(0)->radioName->text(), "");
   EXPECT_TRUE(list.leave().expired());
 }

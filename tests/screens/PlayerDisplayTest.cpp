@@ -1,3 +1,4 @@
+#include "platform/Complications.h"
 #include "screens/ScreensFixture.h"
 #include "support/Pictures.h"
 #include "util/WrongKinds.h"
@@ -21,10 +22,13 @@ TEST_F(PlayerDisplay, AnOpeningWithASongShowsAndStoresIt) {
   const PlistDictionary info{{"album", "Sky &quot;1&quot;"},
                              {"artistMap", PlistDictionary{{"primary_artists", artists}}}};
   const PlistDictionary opened{{"title", "Rain &amp; Sun"}, {"more_info", info}};
+  const ImagePtr artwork = picture(4, 4);
   delegate.setNowPlayingSong(song("another"));
+  delegate.setCurrentMediaImage(artwork);
   player.awake(PlistDictionary{{"view_type", "modal"}, {"data", opened}, {"status", "playing"}});
   EXPECT_EQ(player->title(), "< Player");
   EXPECT_EQ(shown(), "Rain & Sun|Sky \"1\" \u2013 Ana|Pause|1");
+  EXPECT_EQ(player->bgGroupView->backgroundImage().image, artwork);
   EXPECT_EQ(defaults.objectForKey("nowPlayingSong"), PlistValue(opened));
 }
 
@@ -96,6 +100,52 @@ TEST_F(PlayerDisplay, AnEmptyQueueOffersTheChartIfThereIsOne) {
   EXPECT_EQ(shown(), "B||Play|0|placeholder");
 }
 
+TEST_F(PlayerDisplay, WhatComesBehindAnEmptiedQueueStaysOnRecord) {
+  const PlistDictionary emptied{{"request", "queue_empty"}};
+  const auto deliver = [this](const char* key, const char* title) {
+    world.phone.deliverMessageData(archivedDataWithRootObject(PlistDictionary{{key, song(title)}}));
+  };
+  world.phone.setDelegate(&delegate);
+  player.awake({});
+  // Everything arrives before the main queue comes to the first of it.
+  world.phone.deliverMessage(emptied);
+  deliver("appPlaying", "A");
+  world.settle();
+  EXPECT_EQ(delegate.nowPlayingSong(), song("A"));
+  EXPECT_TRUE(delegate.isPlayingMedia());
+  EXPECT_EQ(shown(), "A||Pause|1");
+  world.phone.deliverMessage(emptied);
+  deliver("appPaused", "A");  // nothing new, and yet a report
+  world.settle();
+  EXPECT_EQ(delegate.nowPlayingSong(), song("A"));
+  deliver("appPlaying", "B");
+  world.phone.deliverMessage(emptied);
+  world.settle();
+  EXPECT_EQ(delegate.nowPlayingSong(), std::nullopt);
+  EXPECT_FALSE(delegate.isPlayingMedia());
+}
+
+TEST_F(PlayerDisplay, NoTextIsLongerThanAWristReads) {
+  const std::string most(kLongestShownText - 1, 'x');
+  const std::string more = most + "\u0916";
+  const PlistDictionary endless{{"title", more + std::string(900'000, '&')},
+                                {"more_info", PlistDictionary{{"album", std::string(900'000, '&')}}}};
+  player.awake(PlistDictionary{{"data", endless}});
+  EXPECT_EQ(player->songMetaLabel->text(), std::string(kLongestShownText, '&'));
+  EXPECT_EQ(defaults.objectForKey("nowPlayingSong"), PlistValue(endless));  // what is not shown stays whole
+  player->setTitle(more);
+  player->playButton->setTitle(more);
+  WKPickerItem item;
+  item.setTitle(more);
+  item.setCaption(more);
+  for (const auto& text : {player->songTitleLabel->text(), player->title(), player->playButton->title(),
+                           item.title(), item.caption(), CLKComplicationTemplate(more).text()}) {
+    EXPECT_EQ(text, most);  // no half character
+  }
+  player->presentAlertControllerWithTitle(more, more, {}, {{more, {}, {}}});
+  EXPECT_EQ(host.take(), Texts{"alert " + most + ": " + most + " [" + most + "]"});
+}
+
 TEST_F(PlayerDisplay, EachActivationAsksWhatPlaysAndAGoodAnswerEndsThePlaceholder) {
   storeChart({song("chart")});
   world.phone.setReachable(false);
@@ -135,23 +185,18 @@ TEST_F(PlayerDisplay, ArtworkIsTakenWhenItComesAndKeptWhenItGoes) {
 TEST_F(PlayerDisplay, ALeftScreenLivesUntilItsAnswersAndThenObservesNothing) {
   const auto observers = [this] { return world.services.notificationCenter.observerCount(); };
   const std::size_t before = observers();
-  const std::vector<std::function<void(Player&)>> requests{
-      [](Player& screen) { screen->willActivate(); },
-      [](Player& screen) { screen->nextButton->tap(); },
-      [](Player& screen) { screen->volumePicker->pick(1 - screen->volumePicker->selectedItemIndex() % 2); },
-  };
-  for (const auto& request : requests) {
-    for (const bool fails : {false, true}) {
-      Player screen(world.platform, host);
-      screen.awake({});
-      request(screen);
-      EXPECT_EQ(observers(), before + 3);
-      const auto left = screen.leave();
-      EXPECT_FALSE(left.expired());
-      fails ? refuse() : answer(playing(song("late")));
-      EXPECT_TRUE(left.expired());
-      EXPECT_EQ(observers(), before);
-    }
+  for (const int request : {0, 1, 2, 3, 4, 5}) {
+    Player screen(world.platform, host);
+    screen.awake({});
+    if (request % 3 == 0) screen->willActivate();
+    if (request % 3 == 1) screen->nextButton->tap();
+    if (request % 3 == 2) screen->volumePicker->pick(1 - screen->volumePicker->selectedItemIndex() % 2);
+    EXPECT_EQ(observers(), before + 3);
+    const auto left = screen.leave();
+    EXPECT_FALSE(left.expired());
+    request < 3 ? refuse() : answer(playing(song("late")));
+    EXPECT_TRUE(left.expired());
+    EXPECT_EQ(observers(), before);
   }
 }
 

@@ -24,7 +24,7 @@
 namespace tunevale::test {
 
 /// Keeps in words what screens ask of whoever shows them: "push NAME CONTEXT", "present NAME CONTEXT" with a
-/// NAME CONTEXT for each page, "alert TITLE: MESSAGE".
+/// NAME CONTEXT for each page, "alert TITLE: MESSAGE [ACTION]".
 class RecordingHost : public InterfaceHost {
  public:
   void titleDidChange(WKInterfaceController&) override {}
@@ -38,7 +38,9 @@ class RecordingHost : public InterfaceHost {
     add(line);
   }
   void presentAlert(WKInterfaceController&, WKAlert alert) override {
-    add("alert " + alert.title + ": " + alert.message);
+    std::string line = "alert " + alert.title + ": " + alert.message;
+    for (const WKAlertAction& action : alert.actions) line.append(" [").append(action.title).append("]");
+    add(line);
   }
 
   std::vector<std::string> take() { return std::exchange(lines_, {}); }
@@ -53,7 +55,7 @@ class RecordingHost : public InterfaceHost {
 };
 
 inline std::string alert(std::string_view message) {
-  return "alert Tunevale: " + std::string(message);
+  return "alert Tunevale: " + std::string(message) + " [OK]";
 }
 
 /// A screen without elements, to show alerts on.
@@ -155,12 +157,7 @@ struct ScreenTest : ::testing::Test {
 
   ScreenTest() { world.phone.setActivationState(ActivationState::activated); }
   ~ScreenTest() override {
-    for (std::size_t i = 0; i < world.phone.sentMessages().size(); ++i) {
-      try {
-        world.phone.fail(i, {7014, "gone"});
-      } catch (const std::logic_error&) {  // was answered
-      }
-    }
+    world.phone.failAll({7014, "gone"});
     world.mainQueue.advance(std::chrono::seconds(1));
   }
   void answer(const PlistDictionary& reply) {
@@ -191,6 +188,20 @@ struct ScreenTest : ::testing::Test {
       const auto fault = !activated ? kAlertNotActivated : locked ? kAlertNotPaired : kAlertNotReachable;
       EXPECT_EQ(host.take(), state == 7 ? Texts{} : Texts{alert(fault)});
     }
+  }
+  /// That a tap, whatever the phone is up to, colours the group for 0.1 s and no longer.
+  void expectFlash(const WKInterfaceGroup& group, const std::function<void()>& tap) {
+    const Color green = Color::colorWithRed(0.16862746F, 0.67058825F, 0.28235295F, 1.0F);
+    const Color red = Color::colorWithRed(0.67058825F, 0.16862746F, 0.28235295F, 1.0F);
+    for (const bool reachable : {true, false}) {
+      world.phone.setReachable(reachable);
+      EXPECT_EQ(group.backgroundColor(), green);
+      tap();
+      world.mainQueue.advance(std::chrono::nanoseconds(99'999'999));
+      EXPECT_EQ(group.backgroundColor(), red);
+      world.mainQueue.advance(std::chrono::nanoseconds(1));
+    }
+    EXPECT_EQ(group.backgroundColor(), green);
   }
 
   World world;

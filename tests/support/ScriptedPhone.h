@@ -1,17 +1,20 @@
 #pragma once
 
-#include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <stdexcept>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
-#include "foundation/Mutex.h"
 #include "platform/PhoneSessionDelegate.h"
 #include "platform/Queues.h"
 
 namespace tunevale::test {
 
-/// A phone that does what the test says. It starts supported, not activated, reachable and unlocked.
+/// A phone that does what the test says. It starts supported, not activated, reachable and unlocked. Test's
+/// thread only.
 class ScriptedPhone : public PhoneSession {
  public:
   /// What the watch answered to a message: nothing yet, or its first reply and the number of replies.
@@ -25,7 +28,7 @@ class ScriptedPhone : public PhoneSession {
 
   explicit ScriptedPhone(MainQueue& mainQueue) : mainQueue_(mainQueue) {}
 
-  // The state that the watch sees. Any thread.
+  // The state that the watch sees.
   void setSupported(bool supported) { supported_ = supported; }
   void setActivationState(ActivationState state) { state_ = state; }
   void setReachable(bool reachable) { reachable_ = reachable; }
@@ -33,30 +36,61 @@ class ScriptedPhone : public PhoneSession {
 
   // What the watch sent, by kind, each in its order; and the same once more for what came since the last
   // take.
-  std::vector<PlistDictionary> sentMessages() const;
-  std::vector<Bytes> sentMessageData() const;
-  std::vector<PlistDictionary> takeMessages();
+  const std::vector<PlistDictionary>& sentMessages() const { return messages_.payloads; }
+  const std::vector<Bytes>& sentMessageData() const { return messageData_.payloads; }
+  std::vector<PlistDictionary> takeMessages() {
+    const auto from = messages_.payloads.begin() + std::exchange(taken_, std::ssize(messages_.payloads));
+    return {from, messages_.payloads.end()};
+  }
   int activations() const { return activations_; }
 
   // Answers to the message with that index: the handler is submitted to the main queue, in the order of these
-  // calls. Throw std::out_of_range for an index that is not there, std::logic_error for a second answer.
-  void reply(std::size_t index, PlistDictionary reply);
-  void fail(std::size_t index, SessionError error);
-  void replyToData(std::size_t index, Bytes reply);
-  void failData(std::size_t index, SessionError error);
-  /// Index of the latest message; throws std::out_of_range when there is none.
-  std::size_t lastMessage() const;
+  // calls. Throw std::out_of_range for an index that is not there, std::bad_optional_access for a second
+  // answer.
+  void reply(std::size_t index, const PlistDictionary& reply) { answer(messages_, index, &reply, {}); }
+  void fail(std::size_t index, const SessionError& error) { answer(messages_, index, nullptr, error); }
+  void replyToData(std::size_t index, const Bytes& reply) { answer(messageData_, index, &reply, {}); }
+  void failData(std::size_t index, const SessionError& error) { answer(messageData_, index, nullptr, error); }
+  /// Lets every message fail that is not answered yet.
+  void failAll(const SessionError& error) {
+    for (std::size_t i = 0; i < messages_.handlers.size(); ++i) {
+      if (messages_.handlers[i]) fail(i, error);
+    }
+  }
+  /// Index of the latest message.
+  std::size_t lastMessage() const { return messages_.payloads.size() - 1; }
 
   // Brings something to the delegate before it returns, on the calling thread as the delivery queue. Throw
   // std::logic_error without a delegate.
   void completeActivation(ActivationState state = ActivationState::activated,
-                          const std::optional<SessionError>& error = std::nullopt);
-  MessageAnswer deliverMessage(const PlistDictionary& message);
-  DataAnswer deliverMessageData(ByteView data);
-  void deliverUserInfo(const PlistDictionary& userInfo);
-  void deliverApplicationContext(const PlistDictionary& context);
-  void deliverFile(const std::string& path, const PlistDictionary& metadata);
-  void finishUserInfoTransfer(const PlistDictionary& userInfo, const std::optional<SessionError>& error);
+                          const std::optional<SessionError>& error = std::nullopt) {
+    state_ = state;
+    delegate().sessionActivationDidCompleteWithState(*this, state, error);
+  }
+  MessageAnswer deliverMessage(const PlistDictionary& message) {
+    auto answer = std::make_shared<Answer<PlistDictionary>>();
+    delegate().sessionDidReceiveMessage(*this, message, [answer](const PlistDictionary& reply) {
+      if (answer->count++ == 0) answer->reply = reply;
+    });
+    return answer;
+  }
+  DataAnswer deliverMessageData(ByteView data) {
+    auto answer = std::make_shared<Answer<Bytes>>();
+    delegate().sessionDidReceiveMessageData(*this, data, [answer](ByteView reply) {
+      if (answer->count++ == 0) answer->reply = Bytes(reply.begin(), reply.end());
+    });
+    return answer;
+  }
+  void deliverUserInfo(const PlistDictionary& info) { delegate().sessionDidReceiveUserInfo(*this, info); }
+  void deliverApplicationContext(const PlistDictionary& context) {
+    delegate().sessionDidReceiveApplicationContext(*this, context);
+  }
+  void deliverFile(const std::string& path, const PlistDictionary& metadata) {
+    delegate().sessionDidReceiveFile(*this, {path, metadata});
+  }
+  void finishUserInfoTransfer(const PlistDictionary& info, const std::optional<SessionError>& error) {
+    delegate().sessionDidFinishUserInfoTransfer(*this, {info}, error);
+  }
 
   bool isSupported() const override { return supported_; }
   void setDelegate(PhoneSessionDelegate* delegate) override { delegate_ = delegate; }
@@ -64,34 +98,52 @@ class ScriptedPhone : public PhoneSession {
   ActivationState activationState() const override { return state_; }
   bool isReachable() const override { return reachable_; }
   bool iOSDeviceNeedsUnlockAfterRebootForReachability() const override { return locked_; }
-  void sendMessage(PlistDictionary message, ReplyHandler replyHandler, ErrorHandler errorHandler) override;
-  void sendMessageData(Bytes data, DataReplyHandler replyHandler, ErrorHandler errorHandler) override;
+  void sendMessage(PlistDictionary message, ReplyHandler reply, ErrorHandler error) override {
+    onSend(message);
+    messages_.payloads.push_back(std::move(message));
+    messages_.handlers.push_back({{std::move(reply), std::move(error)}});
+  }
+  void sendMessageData(Bytes data, DataReplyHandler reply, ErrorHandler error) override {
+    messageData_.payloads.push_back(std::move(data));
+    messageData_.handlers.push_back({{std::move(reply), std::move(error)}});
+  }
 
-  PhoneSessionDelegate& delegate() const;
+  /// Called before each message of the watch is taken.
+  std::function<void(const PlistDictionary& message)> onSend = [](const PlistDictionary&) {};
+
+  PhoneSessionDelegate& delegate() const {
+    if (delegate_ == nullptr) throw std::logic_error("the session has no delegate");
+    return *delegate_;
+  }
 
  private:
-  template <class Handler>
-  struct Handlers {
-    Handler reply;
-    ErrorHandler error;
-  };
   template <class Payload, class Handler>
   struct Sent {
-    Payload payload;
-    std::optional<Handlers<Handler>> handlers;  // until it is answered
+    std::vector<Payload> payloads;
+    std::vector<std::optional<std::pair<Handler, ErrorHandler>>> handlers;  // nothing once it is answered
   };
+  template <class Payload, class Handler>
+  void answer(Sent<Payload, Handler>& sent, std::size_t index, std::type_identity_t<const Payload*> reply,
+              const SessionError& error) {
+    auto& waiting = sent.handlers.at(index);
+    const auto payload = reply == nullptr ? std::nullopt : std::optional<Payload>(*reply);
+    mainQueue_.async([to = std::exchange(waiting.value(), {}), payload, error] {
+      if (payload && to.first) to.first(*payload);
+      if (!payload && to.second) to.second(error);
+    });
+    waiting.reset();
+  }
 
   MainQueue& mainQueue_;
-  std::atomic<bool> supported_ = true;
-  std::atomic<ActivationState> state_ = ActivationState::notActivated;
-  std::atomic<bool> reachable_ = true;
-  std::atomic<bool> locked_ = false;
-  std::atomic<int> activations_ = 0;
-  std::atomic<PhoneSessionDelegate*> delegate_ = nullptr;
-  mutable Mutex mutex_;
-  std::vector<Sent<PlistDictionary, ReplyHandler>> messages_ GUARDED_BY(mutex_);
-  std::vector<Sent<Bytes, DataReplyHandler>> messageData_ GUARDED_BY(mutex_);
-  std::size_t taken_ GUARDED_BY(mutex_) = 0;
+  bool supported_ = true;
+  ActivationState state_ = ActivationState::notActivated;
+  bool reachable_ = true;
+  bool locked_ = false;
+  int activations_ = 0;
+  PhoneSessionDelegate* delegate_ = nullptr;
+  Sent<PlistDictionary, ReplyHandler> messages_;
+  Sent<Bytes, DataReplyHandler> messageData_;
+  std::ptrdiff_t taken_ = 0;
 };
 
 }  // namespace tunevale::test

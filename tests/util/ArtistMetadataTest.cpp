@@ -99,6 +99,11 @@ TEST(Artists, OneLongNameManyTimesOverStaysShort) {
   const PlistValue song = songWith({{"primary_artists", many}, {"artists", many}});
   EXPECT_LT(getPrimaryArtistNamesForSong(&song).size(), 30'000U);
   EXPECT_LT(getSingersForSong(&song).size(), 30'000U);
+  const PlistValue endless =
+      songWith({{"primary_artists", PlistArray{artist(std::string(900'000, 'n').c_str())}}});
+  EXPECT_EQ(getBestArtist(&endless, false), std::string(16'384, 'n'));
+  const PlistDictionary blank = artist(std::string(10'000, ' ').c_str());
+  EXPECT_EQ(getArtistStringFromArtistMap({blank, blank, artist("x")}), "");  // nor is it read for ever
 }
 
 }  // namespace
