@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <string>
 
@@ -11,18 +12,37 @@ namespace tunevale::test {
 /// refuse to sync, and can keep a sync waiting. One at a time. Any thread.
 class TestDisk {
  public:
-  TestDisk();
-  ~TestDisk();
+  TestDisk() { current = this; }
+  ~TestDisk() { current = nullptr; }
 
   /// "file", "rename" or "folder" for each sync and rename so far, with a space after each.
-  std::string calls();
+  std::string calls() {
+    const MutexLock lock(mutex_);
+    return calls_;
+  }
   /// From now on a file's sync fails with that errno; with 0 it succeeds again.
-  void refuse(int errorNumber);
+  void refuse(int errorNumber) {
+    const MutexLock lock(mutex_);
+    errorNumber_ = errorNumber;
+  }
   /// From now on a file's sync waits until it is held no more.
-  void hold(bool held);
+  void hold(bool held) {
+    {
+      const MutexLock lock(mutex_);
+      held_ = held;
+    }
+    released_.notify_all();
+  }
 
   /// What fsync() and renameat() of this program tell it; an errno, or 0.
-  int note(const char* call);
+  int note(const std::string& call) {
+    const MutexLock lock(mutex_);
+    calls_ += call + " ";
+    if (call != "file") return 0;
+    while (held_) released_.wait(mutex_);
+    return errorNumber_;
+  }
+  static inline std::atomic<TestDisk*> current = nullptr;
 
  private:
   Mutex mutex_;
