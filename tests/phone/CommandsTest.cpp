@@ -36,9 +36,9 @@ struct CommandsTest : ::testing::Test {
 };
 
 TEST_F(CommandsTest, AnythingCanBeSent) {
-  EXPECT_EQ(
-      errorOf(R"({"do":"message","ref":"r1","body":{"t":"dict","v":{"request":{"t":"str","v":"odd"}}}})"),
-      "");
+  const char* message =
+      R"({"do":"message","ref":"r1","body":{"t":"dict","v":{"request":{"t":"str","v":"odd"}}}})";
+  EXPECT_EQ(errorOf(message), "");
   EXPECT_EQ(text(world.watch.messages.back(), "request"), "odd");
   const auto outcomes = world.eventsNamed("outcome");
   ASSERT_EQ(outcomes.size(), 1u);
@@ -131,6 +131,8 @@ TEST_F(CommandsTest, StateKeepsTheLatestOfTheTrafficAndTellsOfChangesOnly) {
   EXPECT_EQ(world.changes, changes) << "nothing is another than before";
   world.command(R"({"do":"volume","value":7})");
   EXPECT_EQ(world.changes, changes + 1);
+  world.command(R"({"do":"set","locked":true,"reachable":false})");
+  EXPECT_TRUE(world.watch.phoneLocked && !world.watch.phoneActive) << "the watch is told";
 }
 
 TEST(LineSplitterTest, CutsLinesWhereverTheBytesAreCut) {
