@@ -8,6 +8,7 @@ import { cpus, tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { createInterface } from 'node:readline';
 
+import { measureCrown } from './watch-crown.mjs';
 import { LiveSocket } from './watch-live.mjs';
 import { eventually, Phone, tagged, Watch } from '../tests/browser/support/programs.js';
 import { ARTWORK, artworkIn, program, settled } from '../tests/system/support/watching.js';
@@ -118,6 +119,7 @@ await inHome(async (home) => {
     await watch.stop();
   }
   await measureStarts('full home', home);
+  await measureCrown(home, row, spread);
 });
 
 const width = Math.max(...table.map(([what]) => what.length));

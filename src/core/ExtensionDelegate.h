@@ -69,10 +69,13 @@ class ExtensionDelegate : public WKExtensionDelegate, public PhoneSessionDelegat
   std::optional<PlistArray> takeChart(const PlistDictionary& chart);
   void takeLanguage(std::string_view language);
   void storeChart(PhoneSession& session, const PlistDictionary& chart);
-  void announceChart(PhoneSession& session, const PlistArray& songs);
+  /// Stores songs as an archive. Throws a std::exception when they cannot be kept.
+  void storeArchive(const PlistArray& songs);
+  void announceChart(const PlistArray& songs);
   void acknowledge(PhoneSession& session, std::string_view request);
   void takePlayState(bool playing, const PlistValue& song, const PlistValue* volume);
-  void storeVolume(const PlistValue& volume);
+  /// Stores and announces; returns whether it is on the disk.
+  bool storeVolume(const PlistValue& volume);
   void takeNowPlayingImage(const std::string& path);
   /// Posts from a block on the main queue.
   void announce(std::string_view name, std::optional<PlistDictionary> userInfo = std::nullopt);

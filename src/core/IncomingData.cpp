@@ -1,4 +1,5 @@
 #include <exception>
+#include <stdexcept>
 #include <utility>
 
 #include "core/ExtensionDelegate.h"
@@ -38,17 +39,17 @@ std::string_view languageOf(const PlistDictionary& chart, const PlistArray& song
 void ExtensionDelegate::sessionDidReceiveMessage(PhoneSession&, const PlistDictionary& message,
                                                  const MessageReply& replyHandler) {
   const std::string_view request = stringOrEmpty(message.find(kRequestKey));
-  const bool ofVolume = request == kReceiveDeviceVolume;
-  if (ofVolume) {
+  bool done = false;
+  if (request == kReceiveDeviceVolume) {
     // A volume message that brings no volume leaves the known one alone.
     const PlistValue* volume = message.find("value");
-    if (volume != nullptr && !volume->isNull()) storeVolume(*volume);
+    done = volume == nullptr || volume->isNull() || storeVolume(*volume);
   } else if (request == "queue_empty") {
     nowPlaying_->emptyQueue();
     announce(kNotificationFetchedNowPlayingData, PlistDictionary{{"status", "empty"}});
   }
   // An emptied queue is taken and yet answered as a failure; phones count on it.
-  if (replyHandler) replyHandler({{kRequestKey, ofVolume ? "success" : "failed"}});
+  if (replyHandler) replyHandler({{kRequestKey, done ? "success" : "failed"}});
 }
 
 void ExtensionDelegate::sessionDidReceiveMessageData(PhoneSession& session, ByteView messageData,
@@ -90,11 +91,13 @@ void ExtensionDelegate::sessionDidReceiveApplicationContext(PhoneSession& sessio
     const auto songs = takeChart(dictionaryOrEmpty(valueOrNull(decoded)));
     if (!songs) return;
     try {
-      platform_.standardUserDefaults.setObject(archivedDataWithRootObject(*songs), kReceiveWeeklyTop15Data);
+      storeArchive(*songs);
     } catch (const std::exception& failure) {
       platform_.log.write("didReceiveApplicationContent desc:" + description(failure.what()));
     }
-    announceChart(session, *songs);
+    // A context is acknowledged even so: the phone keeps it and would only send the same again.
+    acknowledge(session, kReceiveWeeklyTop15);
+    announceChart(*songs);
   } else if (context.find("cachedSongList") != nullptr) {
     const PlistValue* pids = context.find("pids");
     platform_.standardUserDefaults.setObject(pids == nullptr ? std::nullopt : std::optional(*pids),
@@ -123,13 +126,26 @@ void ExtensionDelegate::takeLanguage(std::string_view language) {
 void ExtensionDelegate::storeChart(PhoneSession& session, const PlistDictionary& chart) {
   const auto songs = takeChart(chart);
   if (!songs) return;
-  platform_.standardUserDefaults.setObject(PlistValue(*songs), kReceiveWeeklyTop15);
-  platform_.standardUserDefaults.setObject(PlistValue(chart), kReceiveWeeklyTop15Data);
-  announceChart(session, *songs);
+  UserDefaults& defaults = platform_.standardUserDefaults;
+  // What the phone believes to be kept survives whatever happens next; a chart that does not is only shown.
+  const bool kept = defaults.setObject(PlistValue(*songs), kReceiveWeeklyTop15) &&
+                    defaults.setObject(PlistValue(chart), kReceiveWeeklyTop15Data) &&
+                    defaults.synchronizeAndWait();
+  if (kept) acknowledge(session, kReceiveWeeklyTop15);
+  announceChart(*songs);
 }
 
-void ExtensionDelegate::announceChart(PhoneSession& session, const PlistArray& songs) {
-  acknowledge(session, kReceiveWeeklyTop15);
+void ExtensionDelegate::storeArchive(const PlistArray& songs) {
+  const Bytes archive = archivedDataWithRootObject(songs);
+  UserDefaults& defaults = platform_.standardUserDefaults;
+  // Marking the songs may have taken them past what an archive may stand for.
+  if (!unarchiveObjectWithData(archive) || !defaults.setObject(archive, kReceiveWeeklyTop15Data)) {
+    throw std::length_error("the chart is too large to be kept");
+  }
+  if (!defaults.synchronizeAndWait()) throw std::runtime_error("the disk does not take the chart");
+}
+
+void ExtensionDelegate::announceChart(const PlistArray& songs) {
   announce(kNotificationFetchedWeeklyTop15Data, PlistDictionary{{"dataSource", songs}});
 }
 
@@ -152,10 +168,11 @@ void ExtensionDelegate::takePlayState(bool playing, const PlistValue& song, cons
   if (volume != nullptr && volume->number()) storeVolume(*volume);
 }
 
-void ExtensionDelegate::storeVolume(const PlistValue& volume) {
-  platform_.standardUserDefaults.setObject(volume, kReceiveDeviceVolume);
-  platform_.standardUserDefaults.synchronize();
+bool ExtensionDelegate::storeVolume(const PlistValue& volume) {
+  UserDefaults& defaults = platform_.standardUserDefaults;
+  const bool kept = defaults.setObject(volume, kReceiveDeviceVolume) && defaults.synchronizeAndWait();
   announce(kNotificationFetchedDeviceVolume, PlistDictionary{{"volume", volume}});
+  return kept;
 }
 
 void ExtensionDelegate::announce(std::string_view name, std::optional<PlistDictionary> userInfo) {

@@ -15,8 +15,29 @@ namespace tunevale {
 
 using namespace WatchUtil;
 
+namespace {
+
+/// As RFC 8089 writes an absolute path.
+std::string fileURL(std::string_view path) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  constexpr std::string_view kPlain =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~!$&'()*+,;=:@/";
+  std::string url = "file://";
+  for (const char c : path) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (kPlain.find(c) != std::string_view::npos) {
+      url += c;
+    } else {
+      (url += '%').append({kDigits[byte >> 4], kDigits[byte & 15U]});
+    }
+  }
+  return url;
+}
+
+}  // namespace
+
 void ExtensionDelegate::sessionDidReceiveFile(PhoneSession&, const ReceivedFile& file) {
-  platform_.log.write("Receiving File:" + description("file://" + file.path));
+  platform_.log.write("Receiving File:" + fileURL(file.path));
   if (const auto error = platform_.fileManager.checkResourceIsReachable(file.path)) {
     platform_.log.write(" image not available at Error: " + description(error->description));
     return;

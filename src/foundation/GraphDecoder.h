@@ -31,8 +31,8 @@ struct OpenedObject {
 template <typename Source>
 class GraphDecoder {
  public:
-  GraphDecoder(const BinaryObjects& objects, DecoderMemo& memo, Source& source)
-      : objects_(objects), memo_(memo), source_(source), mostNodes_(mostNodesIn(objects.inputSize())) {}
+  GraphDecoder(const BinaryObjects& objects, DecoderMemo& memo, Source& source, std::uint32_t mostNodes)
+      : objects_(objects), memo_(memo), source_(source), mostNodes_(mostNodes) {}
 
   std::optional<PlistValue> decode(std::uint64_t root) {
     Outcome outcome = visit(root);

@@ -10,7 +10,7 @@ std::optional<PlistValue> unarchiveObjectWithData(ByteView archive) {
   ArchiveSource source(*objects, memo);
   const auto root = source.start();
   if (!root) return std::nullopt;
-  return GraphDecoder(*objects, memo, source).decode(*root);
+  return GraphDecoder(*objects, memo, source, mostNodesIn(archive.size())).decode(*root);
 }
 
 std::optional<PlistValue> unarchiveObjectWithData(const PlistValue* stored) {

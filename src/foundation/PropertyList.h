@@ -15,6 +15,8 @@ namespace tunevale {
 /// usable neighbours; an entry whose key is no string is skipped, of entries with one key the last wins.
 /// Takes time and memory linear in the input's size. Any thread.
 std::optional<PlistValue> readPropertyList(ByteView input);
+/// The same for what this program has written itself: it may stand for kMostNodes values however short it is.
+std::optional<PlistValue> readOwnPropertyList(ByteView input);
 
 /// Writes a property list that reads back equal, as long as the value keeps to the limits of reading: what is
 /// nested deeper than 64 goes out as null, and a value of more parts than PropertyListLimits.h allows cannot

@@ -33,14 +33,22 @@ class PlainSource {
   DecoderMemo& memo_;
 };
 
-}  // namespace
-
-std::optional<PlistValue> readPropertyList(ByteView input) {
+std::optional<PlistValue> read(ByteView input, std::uint32_t mostNodes) {
   const auto objects = BinaryObjects::open(input);
   if (!objects) return std::nullopt;
   DecoderMemo memo(*objects);
   PlainSource source(*objects, memo);
-  return GraphDecoder(*objects, memo, source).decode(objects->root());
+  return GraphDecoder(*objects, memo, source, mostNodes).decode(objects->root());
+}
+
+}  // namespace
+
+std::optional<PlistValue> readPropertyList(ByteView input) {
+  return read(input, mostNodesIn(input.size()));
+}
+
+std::optional<PlistValue> readOwnPropertyList(ByteView input) {
+  return read(input, kMostNodes);
 }
 
 }  // namespace tunevale

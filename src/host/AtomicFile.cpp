@@ -29,11 +29,15 @@ Parts split(const std::string& path) {
   return {path.substr(0, slash + 1), path.substr(slash + 1)};
 }
 
+std::string temporaryName() {
+  static std::atomic<unsigned> counter = 0;
+  return std::string(kTemporaryPrefix) + std::to_string(::getpid()) + "-" + std::to_string(counter++);
+}
+
 // Creates a file that was not there; errno tells why when it could not.
 FileDescriptor createTemporary(int folder, std::string& name) {
-  static std::atomic<unsigned> counter = 0;
   while (true) {
-    name = std::string(kTemporaryPrefix) + std::to_string(::getpid()) + "-" + std::to_string(counter++);
+    name = temporaryName();
     FileDescriptor file(::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (file.isOpen() || errno != EEXIST) return file;
   }
@@ -58,6 +62,10 @@ bool syncFolder(int folder) {
 
 FileError systemFileError(const std::string& what, const std::string& path, int errorNumber) {
   return {"cannot " + what + " " + path + ": " + std::generic_category().message(errorNumber)};
+}
+
+std::string temporaryPath(const std::string& folder) {
+  return folder + "/" + temporaryName();
 }
 
 std::optional<FileError> writeFileAtomically(ByteView contents, const std::string& path) {

@@ -13,8 +13,11 @@ namespace tunevale::host {
 /// return without error means that the new one survives it. The folder must exist. Any thread.
 std::optional<FileError> writeFileAtomically(ByteView contents, const std::string& path);
 
-/// Removes what such writes left under a folder, at any depth, when the process died in them. Only while
-/// nothing writes there. Does not follow links; what cannot be removed is left.
+/// A path in a folder for a file that lasts no longer than this process, unlike any other that it was given.
+std::string temporaryPath(const std::string& folder);
+
+/// Removes such files, and what such writes left under a folder, at any depth, when the process died. Only
+/// while nothing writes there. Does not follow links; what cannot be removed is left.
 void removeUnfinishedWrites(const std::string& folder);
 
 /// "cannot OPEN PATH: REASON" for a failed system call.

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "foundation/PropertyList.h"
+#include "foundation/PropertyListLimits.h"
 #include "host/AtomicFile.h"
 #include "host/PosixFiles.h"
 
@@ -15,7 +16,15 @@ namespace tunevale::host {
 
 namespace {
 
-constexpr std::size_t kMostFileBytes = std::size_t{64} << 20;
+constexpr std::size_t kMostFileBytes = std::size_t{256} << 20;
+// Of all entries: the dictionary itself is one more, and has a header and a trailer.
+constexpr PlistExtent kMostOfAll{kMostNodes - 1, kMostFileBytes - 128};
+constexpr PlistExtent kMostOfValue{kMostOfAll.nodes / 8, kMostOfAll.bytes / 8};
+
+// What an older file holds may be past what is kept now; then it counts as nothing.
+PlistExtent storedExtent(std::string_view key, const PlistValue& value) {
+  return extentOfEntry(key, value, kMostOfAll).value_or(PlistExtent());
+}
 
 bool exists(const std::string& path) {
   struct stat status {};
@@ -31,10 +40,12 @@ DefaultsFile::DefaultsFile(std::string path, Log& log) : path_(std::move(path)),
 void DefaultsFile::load() {
   if (!exists(path_)) return;
   const auto contents = readFile(path_, kMostFileBytes);
-  const auto list = contents ? readPropertyList(*contents) : std::nullopt;
+  const auto list = contents ? readOwnPropertyList(*contents) : std::nullopt;
   if (list && list->dictionary() != nullptr) {
     const MutexLock lock(mutex_);
     values_ = *list->dictionary();
+    for (const PlistDictionary::Entry& entry : values_)
+      extent_ = extent_ + storedExtent(entry.key, entry.value);
   } else {
     putAside();
   }
@@ -57,46 +68,63 @@ std::optional<PlistValue> DefaultsFile::objectForKey(std::string_view key) {
   return *value;
 }
 
-void DefaultsFile::setObject(std::optional<PlistValue> value, std::string_view key) {
-  {
+bool DefaultsFile::setObject(std::optional<PlistValue> value, std::string_view key) {
+  const bool removes = !value || value->isNull();
+  const auto extent = removes ? PlistExtent() : extentOfEntry(key, *value, kMostOfValue);
+  bool kept = extent.has_value();
+  if (kept) {
     const MutexLock lock(mutex_);
     const PlistValue* stored = values_.find(key);
-    if (stored != nullptr && value && *stored == *value) return;
-    if (value && !value->isNull()) {
-      values_.set(key, std::move(*value));
-    } else {
-      values_.remove(key);
+    if (stored == nullptr ? removes : !removes && *stored == *value) return true;
+    const PlistExtent all =
+        extent_ - (stored != nullptr ? storedExtent(key, *stored) : PlistExtent()) + *extent;
+    kept = removes || all.isWithin(kMostOfAll);
+    if (kept) {
+      extent_ = all;
+      ++changes_;
+      removes ? values_.remove(key) : values_.set(key, std::move(*value));
     }
-    ++changes_;
+  }
+  if (kept) {
+    synchronize();
+  } else {
+    log_.write("User defaults do not keep " + std::string(key) + ": it is too large");
+  }
+  return kept;
+}
+
+void DefaultsFile::synchronize() {
+  {
+    const MutexLock lock(mutex_);
     if (std::exchange(writeIsDue_, true)) return;
   }
   queue_.async([this] { write(); });
 }
 
-void DefaultsFile::synchronize() {
-  queue_.sync([this] { write(); });
+bool DefaultsFile::synchronizeAndWait() {
+  bool isWritten = false;
+  queue_.sync([&] { isWritten = write(); });
+  return isWritten;
 }
 
-void DefaultsFile::write() {
+bool DefaultsFile::write() {
   PlistValue values;
   std::uint64_t changes = 0;
   {
     const MutexLock lock(mutex_);
     writeIsDue_ = false;
     changes = changes_;
-    if (changes == written_) return;
+    if (changes == written_) return true;
     values = values_;
   }
-  const Bytes contents = writePropertyList(values);
-  // A list past the reader's limits would count as damaged at the next start, and all would be lost.
-  auto failure = readPropertyList(contents) ? writeFileAtomically(contents, path_)
-                                            : FileError{"user defaults are too large to be stored"};
+  const auto failure = writeFileAtomically(writePropertyList(values), path_);
   if (!failure) {
     written_ = changes;
     failureLogged_ = false;
   } else if (!std::exchange(failureLogged_, true)) {
     log_.write("User defaults stay in memory: " + failure->description);
   }
+  return !failure;
 }
 
 }  // namespace tunevale::host

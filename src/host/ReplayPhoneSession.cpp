@@ -122,11 +122,10 @@ struct ReplayPhoneSession::State : std::enable_shared_from_this<State> {
   }
 
   void deliverFile(const RecordedEvent& event) const {
-    const std::string path = options.folder + "/received";
-    if (writeFileAtomically(event.data, path)) return;  // as a phone whose file did not fit
-    delegate->sessionDidReceiveFile(owner, {path, event.body});
+    if (writeFileAtomically(event.data, options.receivedFile)) return;  // as a phone whose file did not fit
+    delegate->sessionDidReceiveFile(owner, {options.receivedFile, event.body});
     std::error_code ignored;  // the extension may have moved it
-    std::filesystem::remove(path, ignored);
+    std::filesystem::remove(options.receivedFile, ignored);
   }
 
   /// What the phone answered to a request like this one, the first time that it was not given yet; with how

@@ -18,8 +18,8 @@ class ReplayPhoneSession : public PhoneSession {
  public:
   struct Options {
     std::vector<RecordedEvent> events;
-    double speed = 1;    // times the recorded pace; 0: without pauses
-    std::string folder;  // for received files, while they are handled; it exists and is this object's alone
+    double speed = 1;               // times the recorded pace; 0: without pauses
+    std::string receivedFile;       // the path of each received file while it is handled; this object's alone
     std::function<void()> changed;  // the phone's state has; main queue
     std::function<void()> ended;    // everything has been handled; main queue
   };

@@ -130,11 +130,11 @@ void writeSecret(ByteView bytes, const std::string& folder, const std::string& p
   if (*parent < 0 || ::fsync(*parent) != 0) fail("write", path);
 }
 
-void makePrivateFolder(const std::string& folder) {
+/// One that is there stays as its owner wants it.
+void makeFolder(const std::string& folder) {
   std::error_code error;
   std::filesystem::create_directories(std::filesystem::path(folder).parent_path(), error);
   if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) fail("make", folder);
-  if (::chmod(folder.c_str(), 0700) != 0) fail("make private", folder);
 }
 
 }  // namespace
@@ -149,7 +149,7 @@ std::optional<KeyHash> keyHashOf(const X509& certificate) {
 }
 
 Identity Identity::loadOrCreate(const std::string& folder) {
-  makePrivateFolder(folder);
+  makeFolder(folder);
   const std::string path = folder + "/identity.pem";
   if (const std::optional<Bytes> pem = readSecret(path)) return Identity(fromPem(*pem, path));
   const auto keys = newKeys();

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/Text.h"
 #include "phone/CatalogueRows.h"
 
 namespace tunevale::phone {
@@ -155,6 +156,15 @@ PlistArray stationSongs(const PlistDictionary& station) {
   PlistArray songs;
   for (std::size_t i = 0; i < kStationSongs; ++i) songs.append(*all.at((start + i) % all.size()));
   return songs;
+}
+
+std::string plainText(std::string_view catalogueText) {
+  std::string text(catalogueText);
+  constexpr std::pair<std::string_view, std::string_view> kEntities[] = {
+      {"&quot;", "\""}, {"&#039;", "'"}, {"&#39;", "'"}, {"&ndash;", "\u2013"},
+      {"&lt;", "<"},    {"&gt;", ">"},   {"&amp;", "&"}};
+  for (const auto& [entity, character] : kEntities) text = replacingAll(text, entity, character);
+  return text;
 }
 
 }  // namespace tunevale::phone

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "foundation/PlistArray.h"
@@ -25,5 +26,8 @@ PlistDictionary stationLists();
 /// What a station plays: a handful of our songs, always the same ones for a title, those of its language
 /// first.
 PlistArray stationSongs(const PlistDictionary& station);
+
+/// Catalogue text as a person reads it: the usual HTML entities undone, once.
+std::string plainText(std::string_view catalogueText);
 
 }  // namespace tunevale::phone

@@ -20,7 +20,7 @@ struct SongRow {
 };
 
 struct StationRow {
-  std::string_view title;
+  std::string_view title;     // as sent: watches show it as it comes, so there are no entities in it
   std::string_view language;  // empty: null in the record
   std::string_view color;     // hexadecimal; empty: null in the record
 };

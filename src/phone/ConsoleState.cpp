@@ -78,15 +78,6 @@ json::array logArray(const Traffic& traffic) {
 
 }  // namespace
 
-std::string plainText(std::string_view catalogueText) {
-  std::string text(catalogueText);
-  constexpr std::pair<std::string_view, std::string_view> kEntities[] = {
-      {"&quot;", "\""}, {"&#039;", "'"}, {"&#39;", "'"}, {"&ndash;", "\u2013"},
-      {"&lt;", "<"},    {"&gt;", ">"},   {"&amp;", "&"}};
-  for (const auto& [entity, character] : kEntities) text = replacingAll(text, entity, character);
-  return text;
-}
-
 json::object pairingObject(const PairingState& pairing) {
   return {{"watch", textOrNull(pairing.watch ? link::fingerprint(*pairing.watch) : "")},
           {"step", wordFor(pairing.status.step)},

@@ -16,7 +16,4 @@ boost::json::object pairingObject(const PairingState& pairing);
 /// The same as stateObject() with what moves by itself ("position", "now") and the log of the link.
 std::string consoleState(const PhoneState& state, const Traffic& traffic);
 
-/// Catalogue text as a person reads it: the usual HTML entities undone, once.
-std::string plainText(std::string_view catalogueText);
-
 }  // namespace tunevale::phone

@@ -24,8 +24,9 @@ PlistDictionary refusal(std::string_view text) {
   return {{"error", text}};
 }
 
+// Watches show an answer as it comes.
 std::string quoted(const PlistDictionary& song) {
-  return "\u201C" + std::string(textOf(song, "title")) + "\u201D";
+  return "\u201C" + plainText(textOf(song, "title")) + "\u201D";
 }
 
 std::optional<std::int64_t> wholeNumber(const PlistValue* value) {

@@ -5,12 +5,12 @@ namespace tunevale::phone {
 namespace {
 
 constexpr StationRow kFeatured[] = {
-    {"morning raga", "hindi", "#E8833A"},           {"Night Drive", "english", "#2E4A8F"},
-    {"Monsoon Balcony", "hindi", "#3C7A6B"},        {"Filter Kaapi Mix", "tamil", "#8A4B2D"},
-    {"Sunday Cleaning", "english", "#C94F7C"},      {"Old Valve Radio", "hindi", "#A0762B"},
-    {"Beach Road 6 AM", "tamil", "#2A8FA8"},        {"Slow Kitchen", "english", "#6B8E3A"},
-    {"Rooftop Ghazals", "hindi", "#6A3D8F"},        {"Temple Street Brass", "tamil", "#B3392F"},
-    {"Deep Work &amp; Rain", "english", "#3B4E5E"}, {"Wedding Week", "hindi", "#D1436B"},
+    {"morning raga", "hindi", "#E8833A"},       {"Night Drive", "english", "#2E4A8F"},
+    {"Monsoon Balcony", "hindi", "#3C7A6B"},    {"Filter Kaapi Mix", "tamil", "#8A4B2D"},
+    {"Sunday Cleaning", "english", "#C94F7C"},  {"Old Valve Radio", "hindi", "#A0762B"},
+    {"Beach Road 6 AM", "tamil", "#2A8FA8"},    {"Slow Kitchen", "english", "#6B8E3A"},
+    {"Rooftop Ghazals", "hindi", "#6A3D8F"},    {"Temple Street Brass", "tamil", "#B3392F"},
+    {"Deep Work & Rain", "english", "#3B4E5E"}, {"Wedding Week", "hindi", "#D1436B"},
 };
 
 // Nobody gave some of these a colour or a language: the record then has a null.

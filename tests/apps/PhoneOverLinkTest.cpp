@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <condition_variable>
@@ -35,12 +36,13 @@ class Notes {
   /// How many lines begin so, once there are at least `count`; what there is after a long while otherwise.
   std::size_t await(const std::string& start, std::size_t count = 1) {
     std::unique_lock lock(mutex_);
-    const auto found = [&] {
-      return static_cast<std::size_t>(std::count_if(
-          lines_.begin(), lines_.end(), [&](const auto& line) { return line.starts_with(start); }));
-    };
-    changed_.wait_for(lock, 50s, [&] { return found() >= count; });
-    return found();
+    std::size_t found = 0;
+    changed_.wait_for(lock, 50s, [&] {
+      const auto begins = [&](const std::string& line) { return line.starts_with(start); };
+      found = static_cast<std::size_t>(std::ranges::count_if(lines_, begins));
+      return found >= count;
+    });
+    return found;
   }
   std::string line(std::size_t index = 0) const {
     const std::lock_guard lock(mutex_);
@@ -54,14 +56,10 @@ class Notes {
 };
 
 /// A main queue on a thread.
-class ThreadMainQueue : public MainQueue {
- public:
-  void async(Block block) override { queue_.async(std::move(block)); }
-  void sync(const Block& block) { queue_.sync(block); }
+struct ThreadMainQueue : MainQueue {
+  void async(Block block) override { queue.async(std::move(block)); }
   void after(std::chrono::nanoseconds, Block) override { FAIL() << "the session sets no timers here"; }
-
- private:
-  host::ThreadQueue queue_{"main-for-test"};
+  host::ThreadQueue queue{"main-for-test"};
 };
 
 /// A watch's side that notes what comes.
@@ -85,8 +83,7 @@ class Watch : public PhoneSessionDelegate {
   Notes& notes_;
 };
 
-class PhoneNotes : public phone::PhoneObserver {
- public:
+struct PhoneNotes : phone::PhoneObserver {
   void phoneDidEmit(const std::string& event) override { notes.add(event); }
   Notes notes;
 };
@@ -100,8 +97,7 @@ struct PhoneOverLink : testing::Test {
       if (std::exchange(before, reachable) != reachable) changes.add(reachable ? "reachable" : "unreachable");
       views.add(viewWords(session->pairing().view()));
     });
-    phone.emplace(phone::PhoneOptions{
-        .watch = {"127.0.0.1", session->port()}, .folder = phoneHome.path(), .timing = timing});
+    phone.emplace(optionsOfPhone(phoneHome.path()));
     phone->addObserver(observer);
   }
   host::LinkPhoneSession::Options optionsFor(const test::TemporaryFolder& folder) {
@@ -111,6 +107,9 @@ struct PhoneOverLink : testing::Test {
         .timing = timing,
         .happened = [this](const host::RecordedEvent& event) { happened.add(host::recordedLine(event)); }};
   }
+  phone::PhoneOptions optionsOfPhone(const std::string& folder) const {
+    return {.watch = {"127.0.0.1", session->port()}, .folder = folder, .timing = timing};
+  }
   static std::string viewWords(const host::PairingView& view) {
     constexpr std::array kTroubles{"", " incomplete", " other key"};
     return std::to_string(static_cast<int>(view.status.step)) + (view.peer ? " paired" : " alone") +
@@ -118,7 +117,7 @@ struct PhoneOverLink : testing::Test {
   }
   ~PhoneOverLink() override {
     phone.reset();
-    mainQueue.sync([this] { session.reset(); });
+    mainQueue.queue.sync([this] { session.reset(); });
   }
   /// An address with a token, of this watch.
   std::optional<link::PairingAddress> token() {
@@ -130,14 +129,13 @@ struct PhoneOverLink : testing::Test {
     ASSERT_GE(changes.await("reachable"), 1U);
   }
   void command(const std::string& line) { phone->perform(line, phone::Origin::script); }
-  /// The reply to a request, as its entry under a key, or the number of its error.
-  std::string ask(const PlistDictionary& request, const std::string& key) {
+  /// The reply to a request, as its text under "request", or the number of its error.
+  std::string ask(const char* request) {
     const auto answered = std::make_shared<Notes>();
     session->sendMessage(
-        request,
+        {{"request", request}},
         [=](const PlistDictionary& reply) {
-          const PlistValue* value = reply.find(key);
-          answered->add(value == nullptr ? "nothing" : std::string(value->string().value_or("not a text")));
+          answered->add(std::string(reply.find("request")->string().value_or("not a text")));
         },
         [=](const SessionError& error) { answered->add(std::to_string(error.code)); });
     answered->await("");
@@ -162,12 +160,12 @@ TEST_F(PhoneOverLink, ActivatesOnceAPhoneIsPaired) {
   session->activateSession();
   EXPECT_EQ(heard.await("activation 0"), 1U);
   EXPECT_EQ(session->activationState(), ActivationState::notActivated);
-  EXPECT_EQ(ask({{"request", "Hello"}}, "request"), "7004");
+  EXPECT_EQ(ask("Hello"), "7004");
   start();
   EXPECT_EQ(heard.await("activation 2"), 1U);
   EXPECT_EQ(heard.line(0), "activation 0 7005") << "nobody was paired";
   EXPECT_EQ(heard.line(1), "activation 2") << "before anything that the new phone sends";
-  EXPECT_EQ(ask({{"request", "playMedia"}}, "request"), "success");
+  EXPECT_EQ(ask("playMedia"), "success");
 }
 
 TEST_F(PhoneOverLink, PairsWhenBothPeopleSayYesToTheSameCode) {
@@ -192,7 +190,7 @@ TEST_F(PhoneOverLink, PairsWhenBothPeopleSayYesToTheSameCode) {
   EXPECT_EQ(happened.await(R"({"at":0,"event":"unpaired"})"), 1U);
   EXPECT_EQ(observer->notes.await(R"({"event":"pairing","watch":null,"step":"closed")"), 1U)
       << "the phone was told";
-  EXPECT_EQ(ask({{"request", "Hello"}}, "request"), "7007");
+  EXPECT_EQ(ask("Hello"), "7007");
   EXPECT_EQ(phone->watch(), std::nullopt);
 }
 
@@ -200,14 +198,13 @@ TEST_F(PhoneOverLink, AnotherKeyIsAnAlarmAndAnotherPairingTakesThePlace) {
   start();
   const test::TemporaryFolder otherHome;
   const auto otherNotes = std::make_shared<PhoneNotes>();
-  const auto makeOther = [&] {
-    auto other = std::make_unique<phone::Phone>(phone::PhoneOptions{
-        .watch = {"127.0.0.1", session->port()}, .folder = otherHome.path(), .timing = timing});
+  std::optional<phone::Phone> other;
+  const auto startOther = [&](const std::optional<link::PairingAddress>& pair) {
+    other.emplace(optionsOfPhone(otherHome.path()));
     other->addObserver(otherNotes);
-    return other;
+    other->start(pair);
   };
-  auto other = makeOther();
-  other->start(token());
+  startOther(token());
   EXPECT_GE(otherNotes->notes.await(R"({"event":"link","connected":true)"), 1U);
   EXPECT_EQ(session->pairing().view().peer, other->keyHash());
   EXPECT_GE(observer->notes.await(R"({"event":"pairing","watch":null,"step":"closed")"), 1U)
@@ -217,18 +214,16 @@ TEST_F(PhoneOverLink, AnotherKeyIsAnAlarmAndAnotherPairingTakesThePlace) {
   other.reset();
   phone.reset();
   EXPECT_EQ(session->pairing().unpair(), std::nullopt);
-  other = makeOther();
-  other->start();
+  startOther({});
   EXPECT_GE(views.await("0 alone incomplete"), 1U);
   EXPECT_GE(otherNotes->notes.await(R"({"event":"pairing","watch":")"), 1U);
   other.reset();
 
   // With a third in its place, its call is one of a stranger.
-  phone.emplace(phone::PhoneOptions{.watch = {"127.0.0.1", session->port()}, .timing = timing});
+  phone.emplace(optionsOfPhone(""));
   phone->start(token());
   EXPECT_GE(views.await("4 paired"), 1U);
-  other = makeOther();
-  other->start();
+  startOther({});
   EXPECT_GE(views.await("4 paired other key"), 1U);
   const host::PairingView view = session->pairing().view();
   EXPECT_EQ(view.stranger, other->keyHash());
@@ -256,10 +251,10 @@ TEST_F(PhoneOverLink, MovesToAnotherWatchAndStaysThereWhatAnAttemptToPairComesTo
 
   // The same command line again, with a token that is spent.
   phone.reset();
-  phone.emplace(phone::PhoneOptions{.watch = {"127.0.0.1", 1}, .folder = phoneHome.path(), .timing = timing});
+  phone.emplace(optionsOfPhone(phoneHome.path()));
   phone->start(link::parsePairingAddress(address));
   EXPECT_EQ(otherHeard.await("data weekly_top_15", 2), 2U);
-  mainQueue.sync([&other] { other.reset(); });
+  mainQueue.queue.sync([&other] { other.reset(); });
 }
 
 TEST_F(PhoneOverLink, ItsConsoleTakesCommandsButNoNonsense) {

@@ -25,16 +25,18 @@ class TracedDefaults : public UserDefaults {
  public:
   TracedDefaults(UserDefaults& real, Trace& trace) : real_(real), trace_(trace) {}
   std::optional<PlistValue> objectForKey(std::string_view key) override { return real_.objectForKey(key); }
-  void setObject(std::optional<PlistValue> value, std::string_view key) override {
+  bool setObject(std::optional<PlistValue> value, std::string_view key) override {
     if (key == failingKey) throw std::runtime_error("no room");
     trace_.push_back((value ? "store " : "remove ") + std::string(key));
-    real_.setObject(std::move(value), key);
+    return real_.setObject(std::move(value), key);
   }
-  void synchronize() override {
+  void synchronize() override { real_.synchronize(); }
+  bool synchronizeAndWait() override {
     trace_.push_back("synchronize");
-    real_.synchronize();
+    return real_.synchronizeAndWait() && diskTakesIt;
   }
   std::string failingKey;
+  bool diskTakesIt = true;
 
  private:
   UserDefaults& real_;

@@ -84,7 +84,7 @@ TEST_F(IncomingData, AChartIsStoredAcknowledgedAndAnnounced) {
     EXPECT_TRUE(posted.empty());
     const auto announced = settle();
     EXPECT_EQ(takeTrace(), (Trace{"store kUserLanguage", "store weekly_top_15", "store weekly_top_15_data",
-                                  "send weekly_top_15", kChartPosted}));
+                                  "synchronize", "send weekly_top_15", kChartPosted}));
     EXPECT_EQ(stored("kUserLanguage"), PlistValue("hindi"));
     EXPECT_EQ(stored("weekly_top_15"), PlistValue(marked(kSongs)));
     EXPECT_EQ(stored("weekly_top_15_data"), PlistValue(kChart));
@@ -101,8 +101,8 @@ TEST_F(IncomingData, AContextStoresTheSongsAsAnArchive) {
                                 {"pids", PlistArray{"1"}}};
   phone.deliverApplicationContext(context);
   const auto announced = settle();
-  EXPECT_EQ(takeTrace(),
-            (Trace{"store kUserLanguage", "store weekly_top_15_data", "send weekly_top_15", kChartPosted}));
+  EXPECT_EQ(takeTrace(), (Trace{"store kUserLanguage", "store weekly_top_15_data", "synchronize",
+                                "send weekly_top_15", kChartPosted}));
   const PlistValue data = stored("weekly_top_15_data");
   EXPECT_EQ(unarchiveObjectWithData(&data), PlistValue(marked(kSongs)));
   EXPECT_TRUE(stored("weekly_top_15").isNull());
@@ -116,6 +116,45 @@ TEST_F(IncomingData, AContextStoresTheSongsAsAnArchive) {
   ASSERT_EQ(world.log.lines().size(), 3U);
   EXPECT_TRUE(world.log.lines()[0].starts_with("applicationContext:{")) << world.log.lines()[0];
   EXPECT_EQ(world.log.lines()[2], "didReceiveApplicationContent desc:no room");
+}
+
+// A few songs that stand for 2 to the n values, as what is shared counts each time, in 20 KB.
+PlistDictionary vastChart(int n) {
+  PlistArray songs;
+  PlistValue shared(1);
+  for (int i = 2; i < n; ++i) {
+    shared = PlistValue(PlistArray{shared, shared});
+    songs.append(PlistDictionary{{"title", shared}});
+  }
+  return {{"list", songs}, {"language", "hindi"}, {"comment", std::string(20'000, 'x')}};
+}
+
+TEST_F(IncomingData, WhatCannotBeKeptIsShownButNotAcknowledged) {
+  deliverData(PlistDictionary{{"weekly_top_15", kChart}});
+  phone.deliverMessage({{"request", "volume"}, {"value", 0.5}});
+  settle();
+  phone.takeMessages();
+  for (const bool tooLarge : {true, false}) {
+    const PlistDictionary payload{{"weekly_top_15", tooLarge ? vastChart(18) : kChart}};
+    defaults.diskTakesIt = tooLarge;
+    deliverData(payload);
+    phone.deliverUserInfo(payload);
+    const PlistValue volume = tooLarge ? PlistValue(payload) : PlistValue(0.5);
+    const auto answer = phone.deliverMessage({{"request", "volume"}, {"value", volume}});
+    EXPECT_EQ(answer->reply, (PlistDictionary{{"request", "failed"}}));
+    EXPECT_EQ(settle().size(), 3U);
+    EXPECT_TRUE(phone.takeMessages().empty());
+    // A context is acknowledged even so.
+    const Bytes chart = archivedDataWithRootObject(tooLarge ? vastChart(20) : kChart);
+    phone.deliverApplicationContext({{"weekly_top_15", chart}});
+    EXPECT_TRUE(world.log.lines().back().starts_with("didReceiveApplicationContent desc:"));
+    EXPECT_EQ(settle().size(), 1U);
+    EXPECT_EQ(phone.takeMessages(), std::vector{kChartReceived});
+    EXPECT_EQ(stored("volume"), PlistValue(0.5));
+    if (!tooLarge) continue;
+    EXPECT_EQ(stored("weekly_top_15"), PlistValue(marked(kSongs)));
+    EXPECT_EQ(stored("weekly_top_15_data"), PlistValue(kChart));
+  }
 }
 
 TEST_F(IncomingData, AContextBringsTheCachedSongs) {
@@ -164,7 +203,8 @@ TEST_F(IncomingData, TheChartsLanguageIsFollowed) {
     takeTrace();
     deliverData(PlistDictionary{{"weekly_top_15", c.chart}});
     settle();
-    Trace expected{"store weekly_top_15", "store weekly_top_15_data", "send weekly_top_15", kChartPosted};
+    Trace expected{"store weekly_top_15", "store weekly_top_15_data", "synchronize", "send weekly_top_15",
+                   kChartPosted};
     if (c.purges) expected.insert(expected.begin(), "send watch_purged_cache");
     if (c.before != c.after) expected.insert(expected.begin(), "store kUserLanguage");
     EXPECT_EQ(takeTrace(), expected);

@@ -93,11 +93,11 @@ TEST_F(ReceivedFiles, UnmarkedFilesAreTheNowPlayingArtworkAndMarkedOnesNeedAName
 
 TEST_F(ReceivedFiles, AFileThatIsNotThereIsLogged) {
   playSomething();
-  phone.deliverFile(world.folder->path("nothing\nhere"), kTopHits);
+  phone.deliverFile(world.folder->path("nothing\nhere 9%é~+.png"), kTopHits);
   EXPECT_TRUE(settle().empty());
   const auto all = world.log.lines();
   ASSERT_EQ(all.size(), 2U);
-  EXPECT_TRUE(all[0].starts_with("Receiving File:file:///"));
+  EXPECT_EQ(all[0], "Receiving File:file://" + world.folder->path("nothing%0Ahere%209%25%C3%A9~+.png"));
   EXPECT_TRUE(all[1].starts_with(" image not available at Error: ")) << all[1];
   for (const std::string& line : all) EXPECT_EQ(line.find('\n'), std::string::npos);
 }

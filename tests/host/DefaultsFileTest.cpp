@@ -1,10 +1,10 @@
-#include <csignal>
-#include <filesystem>
+#include <cerrno>
 #include <fstream>
+#include <set>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
+#include "TestDisk.h"
 #include "foundation/PropertyList.h"
 #include "host/DefaultsFile.h"
 #include "host/PosixFiles.h"
@@ -23,18 +23,22 @@ class DefaultsFileTest : public testing::Test {
 };
 
 // A write follows each change without a call, but not each has one of its own.
-TEST_F(DefaultsFileTest, WritesManyChangesTogether) {
-  std::filesystem::file_time_type seen;
-  int writes = 0;
+TEST_F(DefaultsFileTest, WritesManyChangesTogetherAndHoldsUpNobody) {
+  test::TestDisk disk;
   DefaultsFile defaults = open();
-  for (int i = 0; i < 20'000; ++i) {
-    defaults.setObject(PlistValue(i), "volume");
-    std::error_code missing;
-    const auto written = std::filesystem::last_write_time(path, missing);
-    writes += std::exchange(seen, written) != written ? 1 : 0;
+  disk.hold(true);
+  for (int i = 0; i < 1000; ++i) {
+    EXPECT_TRUE(defaults.setObject(PlistValue(i), "volume"));
+    defaults.synchronize();
   }
-  EXPECT_GT(writes, 1);  // the first is the missing file's
-  EXPECT_LT(writes, 10'000);
+  EXPECT_EQ(defaults.objectForKey("volume"), PlistValue(999));
+  disk.hold(false);
+  EXPECT_TRUE(defaults.synchronizeAndWait());
+  EXPECT_EQ(open().objectForKey("volume"), PlistValue(999));
+  EXPECT_TRUE(defaults.synchronizeAndWait());
+  EXPECT_TRUE(std::set<std::string>({"file rename folder ", "file rename folder file rename folder "})
+                  .contains(disk.calls()))
+      << disk.calls();
 }
 
 TEST_F(DefaultsFileTest, PutsADamagedFileAsideAndStartsEmpty) {
@@ -58,56 +62,62 @@ TEST_F(DefaultsFileTest, PutsADamagedFileAsideAndStartsEmpty) {
   }
 }
 
-// Files past a size cannot be written while this lives, as on a full disk.
-class FullDisk {
- public:
-  FullDisk() {
-    ::getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit tiny{16, before_.rlim_max};
-    std::signal(SIGXFSZ, SIG_IGN);
-    ::setrlimit(RLIMIT_FSIZE, &tiny);
+TEST_F(DefaultsFileTest, KeepsInMemoryWhatTheDiskRefusesAndTriesAgain) {
+  test::TestDisk disk;
+  DefaultsFile defaults = open();
+  defaults.setObject(PlistValue(1), "old");
+  EXPECT_TRUE(defaults.synchronizeAndWait());
+  disk.refuse(ENOSPC);
+  for (const char* key : {"a", "b"}) {
+    EXPECT_TRUE(defaults.setObject(PlistValue(2), key));
+    EXPECT_FALSE(defaults.synchronizeAndWait());
+    EXPECT_EQ(defaults.objectForKey("a"), PlistValue(2));
   }
-  ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &before_); }
-
- private:
-  rlimit before_{};
-};
-
-TEST_F(DefaultsFileTest, KeepsInMemoryWhatCannotBeWrittenAndTriesAgain) {
-  {
-    DefaultsFile defaults = open();
-    defaults.setObject(PlistValue(1), "old");
-    defaults.synchronize();
-    {
-      const FullDisk full;
-      for (const char* key : {"a", "b"}) {
-        defaults.setObject(PlistValue(2), key);
-        defaults.synchronize();
-      }
-      EXPECT_EQ(open().objectForKey("old"), PlistValue(1));
-      EXPECT_EQ(defaults.objectForKey("a"), PlistValue(2));
-    }
-    EXPECT_EQ(log.lines(),
-              std::vector{"User defaults stay in memory: cannot write " + path + ": File too large"});
-    defaults.setObject(PlistValue(3), "c");
-  }
-  for (const char* key : {"old", "a", "b", "c"}) EXPECT_TRUE(open().objectForKey(key)) << key;
-  EXPECT_EQ(log.lines().size(), 1U);
+  EXPECT_EQ(open().objectForKey("old"), PlistValue(1));
+  EXPECT_EQ(log.lines(),
+            std::vector{"User defaults stay in memory: cannot write " + path + ": No space left on device"});
+  disk.refuse(0);
+  EXPECT_TRUE(defaults.synchronizeAndWait());
+  for (const char* key : {"old", "a", "b"}) EXPECT_TRUE(open().objectForKey(key)) << key;
+  disk.refuse(EIO);
+  defaults.setObject(std::nullopt, "a");
+  EXPECT_FALSE(defaults.synchronizeAndWait());
+  EXPECT_EQ(log.lines().size(), 2U);  // it had succeeded in between
 }
 
-TEST_F(DefaultsFileTest, DoesNotWriteWhatItCouldNotReadBack) {
-  PlistValue huge;
-  for (int i = 0; i < 40; ++i)
-    huge = PlistValue(PlistArray{huge, huge});  // shared: a trillion values in 1 KiB
+// One thing inside n lists, or in as many places as 2 to the n: few bytes, which share it.
+PlistValue nested(int n, bool twice, PlistValue value = 1) {
+  for (; n > 0; --n) value = PlistValue(twice ? PlistArray{value, value} : PlistArray{value});
+  return value;
+}
+
+TEST_F(DefaultsFileTest, RefusesWhatItCouldNotReadBackAndKeepsTheOthers) {
+  const PlistValue largest = nested(16, true), deepest = nested(63, false);
   {
     DefaultsFile defaults = open();
-    defaults.setObject(PlistValue(1), "old");
-    defaults.synchronize();
-    defaults.setObject(huge, "huge");
+    const PlistValue half = nested(15, true);
+    const PlistValue longText = std::string(std::size_t{16} << 20, 'x');
+    for (const PlistValue& refused : {nested(40, true), PlistValue(PlistArray{half, half, 1}),
+                                      nested(64, false), PlistValue(PlistDictionary{{"", nested(63, false)}}),
+                                      longText, PlistValue(PlistDictionary{{*longText.string(), 1}})}) {
+      EXPECT_TRUE(defaults.setObject(deepest, "chart"));
+      EXPECT_FALSE(defaults.setObject(refused, "chart"));
+      EXPECT_EQ(log.lines(), std::vector<std::string>{"User defaults do not keep chart: it is too large"});
+      EXPECT_EQ(defaults.objectForKey("chart"), deepest);
+      log.clear();
+    }
+    for (int key = 1; key <= 8; ++key) {
+      EXPECT_EQ(defaults.setObject(largest, std::to_string(key)), key < 8);  // beside the chart
+    }
+    EXPECT_TRUE(defaults.setObject(std::nullopt, "chart"));
+    EXPECT_TRUE(defaults.setObject(largest, "8"));
+    EXPECT_TRUE(defaults.setObject(PlistValue(7), "volume"));
   }
-  EXPECT_EQ(log.lines(), std::vector<std::string>{
-                             "User defaults stay in memory: user defaults are too large to be stored"});
-  EXPECT_EQ(open().objectForKey("old"), PlistValue(1));
+  DefaultsFile defaults = open();
+  for (int key = 1; key <= 8; ++key) EXPECT_EQ(defaults.objectForKey(std::to_string(key)), largest) << key;
+  EXPECT_EQ(defaults.objectForKey("volume"), PlistValue(7));
+  EXPECT_FALSE(defaults.setObject(largest, "9"));  // it knows what the file has taken already
+  EXPECT_TRUE(defaults.setObject(deepest, "8"));
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -5,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "TestDisk.h"
 #include "host/AtomicFile.h"
 #include "host/HomeFolder.h"
 #include "host/PosixFiles.h"
@@ -26,7 +28,7 @@ class PosixFilesTest : public testing::Test {
   PosixFiles files;
 };
 
-TEST_F(PosixFilesTest, SaysWhyNot) {
+TEST_F(PosixFilesTest, SaysWhyNotAndRefusesPathsNotBuiltOnPurpose) {
   EXPECT_EQ(files.checkResourceIsReachable(at("none"))->description,
             "cannot read " + at("none") + ": No such file or directory");
   EXPECT_TRUE(files.createDirectoryAtPath(at("no/parent")));
@@ -36,14 +38,11 @@ TEST_F(PosixFilesTest, SaysWhyNot) {
   EXPECT_TRUE(files.writeAtomically(asBytes("x"), at("folder")));  // a folder is not replaced
   EXPECT_TRUE(files.writeAtomically(asBytes("x"), at("none/x.png")));
   EXPECT_EQ(std::distance(fs::recursive_directory_iterator(folder.path()), {}), 1);
-}
 
-TEST_F(PosixFilesTest, RefusesPathsNotBuiltOnPurpose) {
-  EXPECT_FALSE(files.createDirectoryAtPath(at("cache")));
   EXPECT_FALSE(files.writeAtomically(asBytes("x"), at("x")));
   using namespace std::string_literals;
   for (const std::string& path :
-       {"relative"s, ""s, at("cache/../x"), at("./x"), at("x\0.png"s), at("cache/..")}) {
+       {"relative"s, ""s, at("folder/../x"), at("./x"), at("x\0.png"s), at("folder/..")}) {
     EXPECT_FALSE(files.fileExistsAtPath(path)) << path;
     EXPECT_FALSE(files.contentsAtPath(path)) << path;
     EXPECT_TRUE(files.checkResourceIsReachable(path)) << path;
@@ -84,14 +83,29 @@ TEST_F(PosixFilesTest, ReadsNoPipeNoFolderAndNothingHuge) {
   EXPECT_EQ(text("huge"), "(nothing)");
 }
 
+TEST_F(PosixFilesTest, SyncsWhatItWritesBeforeItTakesThePlaceOfTheOld) {
+  test::TestDisk disk;
+  EXPECT_FALSE(files.writeAtomically(asBytes("old"), at("x")));
+  EXPECT_EQ(disk.calls(), "file rename folder ");
+  disk.refuse(EIO);
+  EXPECT_EQ(files.writeAtomically(asBytes("new"), at("x"))->description,
+            "cannot write " + at("x") + ": Input/output error");
+  EXPECT_EQ(disk.calls(), "file rename folder file ");
+  EXPECT_EQ(text("x"), "old");
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1) << "nothing is left beside it";
+}
+
 TEST_F(PosixFilesTest, SweepsWhatUnfinishedWritesLeft) {
   fs::create_directories(at("Documents/ImageCache"));
   const std::string left = at("Documents/ImageCache/.tunevale-unfinished-99-0");
   std::ofstream(left) << "half";
+  const std::string temporary = temporaryPath(at("Documents"));
+  EXPECT_NE(temporaryPath(at("Documents")), temporary);
+  std::ofstream(temporary) << "while it runs";
   std::ofstream(at("Documents/.keep")) << "x";
   fs::create_directory_symlink(at("Documents"), at("loop"));
   removeUnfinishedWrites(folder.path());
-  EXPECT_FALSE(files.fileExistsAtPath(left));
+  EXPECT_FALSE(files.fileExistsAtPath(left) || files.fileExistsAtPath(temporary));
   EXPECT_TRUE(files.fileExistsAtPath(at("Documents/.keep")));
   removeUnfinishedWrites(at("nowhere"));
 }

@@ -8,27 +8,18 @@ namespace tunevale::host {
 namespace {
 
 TEST(UnicodeCase, CapitalizesEachWordBetweenWhiteSpace) {
-  const struct {
-    const char* text;
-    const char* capitalized;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"", ""},
-      {"hindi", "Hindi"},
       {"TOP hits  of\tTHE\nyear", "Top Hits  Of\tThe\nYear"},
       {"rock-n-ROLL (LIVE) 2PAC o'NEIL", "Rock-n-roll (live) 2pac O'neil"},
       {"a\u00A0b\u2003c\u3000d\u2028e\u0085f", "A\u00A0B\u2003C\u3000D\u2028E\u0085F"},
-      {"a\u200Bb", "A\u200Bb"},  // no width, no white space
-      {"éTUDE ÉTUDE ñandÚ", "Étude Étude Ñandú"},
-      {"e\u0301TUDE", "E\u0301tude"},  // the accent is a mark of its own
+      {"a\u200Bb", "A\u200Bb"},                                // no width, no white space
+      {"éTUDE ñandÚ e\u0301TUDE", "Étude Ñandú E\u0301tude"},  // the accent is a mark of its own
       {"ßtraße STRAẞE", "Sstraße Straße"},
       {"ΟΔΟΣ ΣΑΣ σ. Α\u0301Σ", "Οδος Σας Σ. Α\u0301ς"},
-      {"ДИСКО дром", "Диско Дром"},
-      {"ǆUNGLE", "ǅungle"},  // title case is neither upper nor lower
-      {"तेरे नाम", "तेरे नाम"},
-      {"காதல் ரோஜாவே", "காதல் ரோஜாவே"},
-      {"क्ष ज़िंदगी MIX", "क्ष ज़िंदगी Mix"},
-      {"𐐨𐐀", "𐐀𐐨"},  // four bytes each
-      {"😀 SMILE", "😀 Smile"},
+      {"ДИСКО ǆUNGLE", "Диско ǅungle"},  // title case is neither upper nor lower
+      {"तेरे नाम காதல் ரோஜாவே MIX", "तेरे नाम காதல் ரோஜாவே Mix"},
+      {"𐐨𐐀 😀 SMILE", "𐐀𐐨 😀 Smile"},  // four bytes each
   };
   for (const auto& [text, capitalized] : cases) {
     EXPECT_EQ(UnicodeCase().capitalizedString(text), capitalized) << text;

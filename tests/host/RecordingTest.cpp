@@ -119,7 +119,7 @@ struct Recording : testing::Test {
         mainQueue, queues.make(),
         host::ReplayPhoneSession::Options{.events = host::readRecording(file),
                                           .speed = speed,
-                                          .folder = folder.path(),
+                                          .receivedFile = folder.path("received"),
                                           .changed = [this] { ++changes; },
                                           .ended = [this] { ++endings; }});
     extension.heard.clear();

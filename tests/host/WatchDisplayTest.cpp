@@ -84,6 +84,7 @@ TEST_F(WatchDisplayTest, WaitsForThePhoneBeforeItAnswers) {
   pending_ = 1;
   auto answer = std::async(std::launch::async, [this] { return post(R"({"tap":"button"})"); });
   while (log_.lines().empty() || log_.lines().back() != "Home: acted") std::this_thread::yield();
+  for (int turn = 0; turn < 10; ++turn) screen();  // who would wait for a few turns alone has answered now
   loop_.async([this] {
     // As an answer's handler does: it counts as pending until it has run.
     display_->phoneStateDidChange();

@@ -84,18 +84,15 @@ TEST_F(PlayerTest, NextAndPreviousPlayAndStopAtTheEnds) {
 TEST_F(PlayerTest, AStationNeverEnds) {
   player.load(three, 2, Player::AtEnd::startOver);
   player.next();
-  EXPECT_EQ(playing(), "a");
   wait(milliseconds(60'500) * 100 + seconds(11));
   EXPECT_EQ(playing(), "b");
   EXPECT_EQ(player.position(), seconds(1));
 }
 
 TEST_F(PlayerTest, AnAbsurdDurationIsThreeMinutes) {
-  for (const PlistValue& absurd :
-       {PlistValue("0"), PlistValue("-5"), PlistValue("soon"), PlistValue(1e300), PlistValue(0.0 / 0.0),
-        PlistValue(true), PlistValue(), PlistValue("99999999999")}) {
-    const Player::Duration found = durationOf(song("x", absurd));
-    EXPECT_EQ(found, absurd == PlistValue(true) ? seconds(1) : seconds(180));
+  for (const PlistValue& absurd : {PlistValue("0"), PlistValue("-5"), PlistValue("soon"), PlistValue(1e300),
+                                   PlistValue(0.0 / 0.0), PlistValue(), PlistValue("99999999999")}) {
+    EXPECT_EQ(durationOf(song("x", absurd)), seconds(180));
   }
   EXPECT_EQ(durationOf({}), seconds(180));
   EXPECT_EQ(durationOf(song("x", 30.5)), milliseconds(30'500));

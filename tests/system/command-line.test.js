@@ -1,7 +1,7 @@
 // What both programs say to a command line that they cannot follow, and the phone's lines of commands.
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import { mkdtemp, rm, writeFile } from 'node:fs/promises';
+import { mkdir, mkdtemp, readdir, rm, stat, writeFile } from 'node:fs/promises';
 import { createServer } from 'node:net';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -71,7 +71,7 @@ describe('command lines', { skip, concurrency: 4 }, () => {
   refused('tunevale-watch', () => ['--home', ''], /--home takes a directory/);
   refused('tunevale-watch', () => ['--home', join(folder, 'file'), ...free], /file/);
   refused('tunevale-watch', () => ['--home', '/proc/nowhere', ...free], /\/proc\/nowhere/);
-  refused('tunevale-watch', () => ['--home', join(folder, 'taken'), ...free], /taken/);
+  refused('tunevale-watch', () => ['--home', join(folder, 'taken'), ...free], /another tunevale-watch uses it/);
   refused('tunevale-watch', () => [...fresh('a'), '--display', busyAt, '--link', '127.0.0.1:0'], /in use/);
   refused('tunevale-watch', () => [...fresh('b'), '--display', '127.0.0.1:0', '--link', busyAt], /in use/);
   refused('tunevale-watch', () => [...fresh('c'), ...free, '--record', join(folder, 'file')], /cannot record to .*file: File exists/);
@@ -84,6 +84,19 @@ describe('command lines', { skip, concurrency: 4 }, () => {
   refused('tunevale-phone', () => [...fresh('d'), '--console', busyAt], /in use/);
   refused('tunevale-phone', () => [...fresh('g'), '--pair', 'tunevale-pair://127.0.0.1:1?key=12'], /address to pair with/);
   refused('tunevale-phone', () => ['--language', 'klingon'], /not klingon/);
+
+  test('the phone leaves a folder of ours as open as it is, and shows nobody what it puts there', async () => {
+    const home = join(folder, 'open');
+    await mkdir(home, { mode: 0o755 });
+    for (const path of [home, join(folder, 'new', 'phone')]) {
+      assert.equal((await run('tunevale-phone', ['--home', path, '--link', '127.0.0.1:1'])).code, 0);
+      const mode = async (name) => (await stat(name)).mode & 0o777;
+      assert.equal(await mode(path), path === home ? 0o755 : 0o700);
+      const inside = await readdir(path);
+      assert.ok(inside.includes('identity.pem') && inside.includes('link.sqlite'));
+      for (const name of inside) assert.equal((await mode(join(path, name))) & 0o077, 0, name);
+    }
+  });
 
   test('the phone obeys lines, refuses those too long, and ends with them', async () => {
     const lines = ['{"do":"volume","value":2,"ref":"a"}', 'nonsense', 'x'.repeat(2_000_000), '{"do":"state","ref":"b"}'];

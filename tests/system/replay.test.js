@@ -1,6 +1,6 @@
 // What a recording keeps, and that a watch without a phone comes out the same from it.
 import assert from 'node:assert/strict';
-import { mkdtemp, readFile, rm } from 'node:fs/promises';
+import { mkdir, mkdtemp, readdir, readFile, rm, writeFile } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { describe, test } from 'node:test';
@@ -40,11 +40,15 @@ describe('a recording', { skip }, () => {
         assert.ok(!recorded.includes(secret), 'a key is in the recording');
       }
 
+      await mkdir(join(fresh, 'Replay'), { recursive: true });
+      await writeFile(join(fresh, 'Replay', 'notes'), 'of the person');
       const again = await Watch.start(fresh, { link: null, demo: true, more: ['--replay', file, '--replay-speed', '0'] });
       programs.push(again);
       await eventually(() => again.log.some((line) => line === 'The recording has ended.'), 'the end');
       assert.deepEqual(await chartOf(again), chart);
       assert.deepEqual((await artworkIn(fresh)).sort(), artwork);
+      assert.deepEqual((await readdir(fresh)).sort(), ['.lock', 'Documents', 'Library', 'Replay'], 'nothing is left of it');
+      assert.deepEqual(await readdir(join(fresh, 'Replay')), ['notes']);
       const player = await again.input({ select: { table: 'table', row: 2 } });
       assert.equal(find(player.tree, 'volumePicker').selected, volume);
       assert.deepEqual([player.pairing, player.phone.reachable], [null, true], 'as it was last');

@@ -9,6 +9,7 @@
 #include <string>
 
 #include <boost/asio/signal_set.hpp>
+#include <sys/stat.h>
 
 #include "apps/CommandLine.h"
 #include "apps/InputLines.h"
@@ -63,6 +64,7 @@ std::string homePath(const PhoneProgramOptions& options) {
 }
 
 int runPhone(const PhoneProgramOptions& options) {
+  ::umask(077);  // what this process makes is its owner's alone, in whatever folder
   std::signal(SIGPIPE, SIG_IGN);
   Ending ending;
   phone::Phone phone({.watch = {options.link.host, options.link.port},

@@ -1,9 +1,9 @@
 #include "apps/watch/PhoneSide.h"
 
-#include <filesystem>
 #include <optional>
 
 #include "apps/watch/WatchOptions.h"
+#include "host/AtomicFile.h"
 #include "host/HomeFolder.h"
 #include "host/LinkPhoneSession.h"
 #include "host/Recorder.h"
@@ -16,14 +16,6 @@
 namespace tunevale {
 
 namespace {
-
-/// A new and empty folder for the files of a recording.
-std::string replayFolder(const host::HomeFolder& home) {
-  const std::string path = home.path() + "/Replay";
-  std::filesystem::remove_all(path);
-  std::filesystem::create_directory(path);
-  return path;
-}
 
 std::unique_ptr<SerialQueue> deliveryQueue() {
   return std::make_unique<host::ThreadQueue>("delivery");
@@ -47,7 +39,7 @@ PhoneSide::PhoneSide(host::RunLoop& loop, const host::HomeFolder& home, Log& log
         loop, deliveryQueue(),
         host::ReplayPhoneSession::Options{.events = host::readRecording(options.replay),
                                           .speed = options.replaySpeed,
-                                          .folder = replayFolder(home),
+                                          .receivedFile = host::temporaryPath(home.path()),
                                           .changed = [this] { parts_->changed(); },
                                           .ended = [note] { note("The recording has ended."); }});
     return;

@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <sys/stat.h>
+
 #include "apps/CommandLine.h"
 #include "apps/watch/Controllers.h"
 #include "apps/watch/Demo.h"
@@ -84,6 +86,7 @@ struct Ending {
 
 /// Runs the extension until the process is told to end.
 int runWatch(const WatchOptions& options) {
+  ::umask(077);  // what this process makes is its owner's alone, in whatever folder
   const std::unique_ptr<Log> log = makeLog(options);
   const host::HomeFolder home(homePath(options));
   host::RunLoop loop;
