@@ -200,8 +200,13 @@ std::shared_ptr<Spool> FaultDisk::spool(const std::string& folder) {
   return std::make_shared<FaultSpool>(*this, folder);
 }
 
-void FaultDisk::restorePower() {
+void FaultDisk::restorePower(bool lost) {
   dead_ = false;
+  if (!lost) {
+    for (const auto& entry : files_) entry.second->sync();
+    syncedNames_ = files_;
+    return;
+  }
   files_ = syncedNames_;
   const auto mode = dice_() % 3;
   for (const auto& [name, file] : files_) {
