@@ -4,7 +4,7 @@
 #include <ctime>
 #include <functional>
 #include <new>
-#include <random>
+#include <numeric>
 
 #include <gtest/gtest.h>
 #include <malloc.h>
@@ -23,16 +23,15 @@ std::size_t peak = 0;
 
 // All forms of single objects, because a sanitizer's own would not call these; nothing here makes arrays of
 // objects.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+void* operator new(std::size_t size) {
   void* block = std::malloc(size);
+  if (block == nullptr) throw std::bad_alloc();
   inUse += malloc_usable_size(block);
   peak = std::max(peak, inUse);
   return block;
 }
-void* operator new(std::size_t size) {
-  void* block = operator new(size, std::nothrow);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return operator new(size);
 }
 
 void operator delete(void* block) noexcept {
@@ -190,7 +189,6 @@ TEST_F(FaultTable, F13Cycles) {
   const auto key = around.entry(text("k"));
   const auto inner = around.dictionaryRecord({key}, {6}, "NSDictionary");
   around.root = around.arrayRecord({inner});
-  EXPECT_EQ(around.root, 5U);
   around.entry(around.list.objects[around.entries[around.root]]);
   around.root = 6;
   expectRefused("archive: around two corners", around.bytes());
@@ -249,15 +247,11 @@ TEST_F(FaultTable, F13BrokenRecords) {
   refuse("more values", [](RawArchive& a) { return a.dictionaryRecord({1}, {1, 1}); });
   refuse("no keys", [](RawArchive& a) { return a.record("NSDictionary", {{"NS.objects", a.uids({1})}}); });
   refuse("no elements", [](RawArchive& a) { return a.record("NSArray", {}); });
-  refuse("elements no array", [](RawArchive& a) {
-    return a.record("NSArray", {{"NS.objects", a.list.add(text("x"))}});
-  });
-  refuse("text no text", [](RawArchive& a) {
-    return a.record("NSString", {{"NS.string", a.list.add(number(1))}});
-  });
-  refuse("data no data", [](RawArchive& a) {
-    return a.record("NSData", {{"NS.data", a.list.add(text("x"))}});
-  });
+  for (const auto& [name, field, raw] : {std::tuple("NSArray", "NS.objects", text("x")),
+                                         {"NSString", "NS.string", number(1)},
+                                         {"NSData", "NS.data", text("x")}}) {
+    refuse(name, [&](RawArchive& a) { return a.record(name, {{field, a.list.add(raw)}}); });
+  }
   refuse("no data", [](RawArchive& a) { return a.record("NSMutableData", {}); });
   const auto ofClass = [](RawArchive& a, std::uint64_t classRecord) {
     return a.entry(a.list.dictionaryObject({a.list.add(text("$class"))}, {a.list.add(uid(classRecord))}));
@@ -272,29 +266,21 @@ TEST_F(FaultTable, F13BrokenRecords) {
 /// Many objects whose contents are one and the same stretch of bytes: work must follow the input's size, not
 /// the product.
 TEST_F(FaultTable, F13ObjectsThatOverlap) {
-  const auto overlapping = [](const std::string& marker, std::size_t count, const std::string& rest) {
-    std::string objects;
-    for (std::size_t i = 0; i < count; ++i) objects += marker;
-    std::string out = "bplist00";
-    std::string table;
-    const std::size_t refs = std::min<std::size_t>(count, 30000);
-    const std::size_t rootOffset = out.size();
-    out += head(0xA0, refs);
-    for (std::size_t i = 0; i < refs; ++i) out += bigEndian(i + 1, 2);
-    table += bigEndian(rootOffset, 4);
-    for (std::size_t i = 0; i < refs; ++i) table += bigEndian(out.size() + i * marker.size(), 4);
-    out += objects + rest;
-    const std::size_t tableOffset = out.size();
-    out += table + std::string(6, '\0') + "\x04\x02" + bigEndian(refs + 1, 8) + bigEndian(0, 8) +
-           bigEndian(tableOffset, 8);
-    return fromText(out);
-  };
-  const std::string rest(400000, '\0');
-  expectRefused("texts", overlapping("\x5F\x12" + bigEndian(390000, 4), 30000, rest));
-  expectRefused("UTF-16", overlapping("\x6F\x12" + bigEndian(190000, 4), 30000, rest));
-  expectRefused("data", overlapping("\x4F\x12" + bigEndian(390000, 4), 30000, rest));
-  expectRefused("arrays", overlapping("\xAF\x12" + bigEndian(190000, 4), 30000, rest));
-  expectRefused("dictionaries", overlapping("\xDF\x12" + bigEndian(90000, 4), 30000, rest));
+  std::vector<std::size_t> all(30'000);
+  std::iota(all.begin(), all.end(), 1);
+  for (const auto& [marker, count] : {std::pair('\x5F', 390'000U),
+                                      {'\x6F', 190'000U},
+                                      {'\x4F', 390'000U},
+                                      {"\xAF\x12"s, 190'000U},
+                                      {"\xDF\x12"s, 90'000U}}) {
+    RawList list;
+    list.refSize = 2;
+    list.offsetSize = 4;
+    list.add(list.arrayObject(all));
+    for (std::size_t i = 0; i < all.size(); ++i) list.add(marker + bigEndian(count, 4));
+    list.add(std::string(400'000, '\0'));
+    expectRefused("overlapping", list.bytes());
+  }
 
   RawArchive archive;  // 4,000 records that name the same 4,000 keys and values
   const std::vector<std::uint64_t> many(4000, 1);
@@ -311,27 +297,6 @@ TEST_F(FaultTable, F13ObjectsThatOverlap) {
   }
   archive.root = archive.arrayRecord(records);
   expectRefused("archive: one list for many records", archive.bytes());
-}
-
-/// Whatever single bytes are changed: no crash (the sanitizers watch), and what decodes is a value like any
-/// other.
-TEST(HostileLists, WithChangedBytesDecodeToNothingOrToAValue) {
-  const PlistDictionary value{{"list", PlistArray{1, 2.5, "text", "नमस्ते", Bytes(20), PlistValue(), "$null"}},
-                              {"more", PlistDictionary{{"a", true}, {"b", PlistArray{PlistArray{}, -1}}}}};
-  const Bytes whole = archivedDataWithRootObject(value);
-  std::mt19937 random(7);
-  int decoded = 0;
-  for (int round = 0; round < 4000; ++round) {
-    Bytes changed = whole;
-    for (unsigned i = 0; i <= random() % 3; ++i)
-      changed[random() % changed.size()] = static_cast<std::byte>(random());
-    readPropertyList(changed);
-    const auto result = unarchiveObjectWithData(changed);
-    if (!result) continue;
-    ++decoded;
-    ASSERT_EQ(unarchiveObjectWithData(archivedDataWithRootObject(*result)), result);
-  }
-  EXPECT_GT(decoded, 20);
 }
 
 }  // namespace
