@@ -268,9 +268,9 @@ TEST_F(FaultTable, F13BrokenRecords) {
 TEST_F(FaultTable, F13ObjectsThatOverlap) {
   std::vector<std::size_t> all(30'000);
   std::iota(all.begin(), all.end(), 1);
-  for (const auto& [marker, count] : {std::pair('\x5F', 390'000U),
-                                      {'\x6F', 190'000U},
-                                      {'\x4F', 390'000U},
+  for (const auto& [marker, count] : {std::pair("\x5F\x12"s, 390'000U),
+                                      {"\x6F\x12"s, 190'000U},
+                                      {"\x4F\x12"s, 390'000U},
                                       {"\xAF\x12"s, 190'000U},
                                       {"\xDF\x12"s, 90'000U}}) {
     RawList list;
