@@ -247,11 +247,12 @@ TEST_F(FaultTable, F13BrokenRecords) {
   refuse("more values", [](RawArchive& a) { return a.dictionaryRecord({1}, {1, 1}); });
   refuse("no keys", [](RawArchive& a) { return a.record("NSDictionary", {{"NS.objects", a.uids({1})}}); });
   refuse("no elements", [](RawArchive& a) { return a.record("NSArray", {}); });
-  for (const auto& [name, field, raw] : {std::tuple("NSArray", "NS.objects", text("x")),
-                                         {"NSString", "NS.string", number(1)},
-                                         {"NSData", "NS.data", text("x")}}) {
+  const auto refuseField = [&](const std::string& name, const std::string& field, const std::string& raw) {
     refuse(name, [&](RawArchive& a) { return a.record(name, {{field, a.list.add(raw)}}); });
-  }
+  };
+  refuseField("NSArray", "NS.objects", text("x"));
+  refuseField("NSString", "NS.string", number(1));
+  refuseField("NSData", "NS.data", text("x"));
   refuse("no data", [](RawArchive& a) { return a.record("NSMutableData", {}); });
   const auto ofClass = [](RawArchive& a, std::uint64_t classRecord) {
     return a.entry(a.list.dictionaryObject({a.list.add(text("$class"))}, {a.list.add(uid(classRecord))}));

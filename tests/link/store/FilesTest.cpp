@@ -118,6 +118,8 @@ TEST(Store, HasAllAfterARestartThatItHadBefore) {
   EXPECT_EQ(items[1].arrival.epoch, kPeer);
   EXPECT_EQ(items[1].body, Bytes(2));
   EXPECT_TRUE(items[1].arrival.again);
+  store.contextWasHandled({kOwn, 7});  // of another numbering
+  store.flush();
   EXPECT_EQ(store.receivedContext()->body, Bytes(9));
   const Row next[] = {{6, Bytes(1)}};
   EXPECT_EQ(store.receive(Queue::files, next), 4U) << "ids go on";
@@ -125,6 +127,10 @@ TEST(Store, HasAllAfterARestartThatItHadBefore) {
   store.flush();
   EXPECT_EQ(store.received(Queue::items).size(), 1U);
   EXPECT_TRUE(store.received(Queue::files).empty());
+  ASSERT_TRUE(store.unpair());
+  EXPECT_FALSE(store.peerIsLocked() || store.canHaveContext(1));
+  EXPECT_TRUE(waits(Queue::items, 1, 5) && waits(Queue::files, 1, 4));
+  EXPECT_TRUE(store.append(Queue::items, Bytes(kMostQueuedBytes)));
 }
 
 struct FilesTest : testing::Test {
