@@ -85,15 +85,10 @@ struct FaultTable : testing::Test {
   inline static std::size_t mostBytes = 0;
 };
 
-Bytes fromText(const std::string& text) {
-  const ByteView view = asBytes(text);
-  return {view.begin(), view.end()};
-}
-
 TEST_F(FaultTable, F13ListsWithABrokenFrame) {
   for (const std::string& none : {""s, "<?xml version=\"1.0\"?><plist><dict/></plist>"s, "bplist00"s,
                                   "bplist00" + std::string(32, '\0')}) {
-    expectRefused("no list: " + none, fromText(none));
+    expectRefused("no list: " + none, bytesOf(none));
   }
   expectRefused("zeros", Bytes(1 << 20));
   expectRefused("ones", Bytes(1000, std::byte{0xFF}));
@@ -119,9 +114,9 @@ TEST_F(FaultTable, F13ListsWithABrokenFrame) {
 TEST_F(FaultTable, F13AnObjectThatStartsAtTheTable) {
   for (const auto& [table, refSize] : {std::pair(0x5E, 1), {0xAE, 8}}) {
     const auto at = static_cast<std::uint64_t>(table);
-    expectRefused("at its table", fromText("bplist00" + std::string(at - 8, '\0') + bigEndian(at, 1) +
-                                           std::string(6, '\0') + "\x01" + static_cast<char>(refSize) +
-                                           bigEndian(1, 8) + bigEndian(0, 8) + bigEndian(at, 8)));
+    expectRefused("at its table", bytesOf("bplist00" + std::string(at - 8, '\0') + bigEndian(at, 1) +
+                                          std::string(6, '\0') + "\x01" + static_cast<char>(refSize) +
+                                          bigEndian(1, 8) + bigEndian(0, 8) + bigEndian(at, 8)));
   }
 }
 
@@ -182,12 +177,12 @@ TEST_F(FaultTable, F13Cycles) {
   expectRefused("through a dictionary", mutual.bytes());
 
   RawArchive self;
-  self.root = self.arrayRecord({2}, "NSArray");
+  self.root = self.arrayRecord({2});
   expectRefused("archive: array in itself", self.bytes());
 
   RawArchive around;
   const auto key = around.entry(text("k"));
-  const auto inner = around.dictionaryRecord({key}, {6}, "NSDictionary");
+  const auto inner = around.dictionaryRecord({key}, {6});
   around.root = around.arrayRecord({inner});
   around.entry(around.list.objects[around.entries[around.root]]);
   around.root = 6;
@@ -202,7 +197,7 @@ TEST_F(FaultTable, F13DoubledAtEachLevel) {
   expectRefused("bomb", bomb.bytes());
 
   RawList wide;  // ten levels, each eighty times the one below
-  for (std::size_t i = 1; i <= 10; ++i) wide.add(wide.arrayObject(std::vector<std::size_t>(80, i)));
+  for (std::size_t i = 1; i <= 10; ++i) wide.array(std::vector<std::size_t>(80, i));
   wide.add("\x09");
   expectRefused("wide bomb", wide.bytes());
 
@@ -277,7 +272,7 @@ TEST_F(FaultTable, F13ObjectsThatOverlap) {
     RawList list;
     list.refSize = 2;
     list.offsetSize = 4;
-    list.add(list.arrayObject(all));
+    list.array(all);
     for (std::size_t i = 0; i < all.size(); ++i) list.add(marker + bigEndian(count, 4));
     list.add(std::string(400'000, '\0'));
     expectRefused("overlapping", list.bytes());
