@@ -177,6 +177,23 @@ TEST_F(FilesTest, WithAnotherHashAreRefusedAndLeaveNothing) {
   EXPECT_EQ(world.watch.ear.files, Lines{"abc"});
 }
 
+TEST_F(FilesTest, UpToTheLargestGoAndLinksDoNot) {
+  fs::resize_file(folder.path("file"), kMostFile);
+  Session& phone = *world.phone.session;
+  EXPECT_TRUE(std::holds_alternative<std::uint64_t>(phone.transferFile(folder.path("file"), {})));
+  fs::resize_file(folder.path("file"), kMostFile + 1);
+  EXPECT_EQ(std::get<Error>(phone.transferFile(folder.path("file"), {})).code, ErrorCode::payloadTooLarge);
+  const std::unique_ptr<Spool> spool = folderSpool(folder.path("spool"));
+  EXPECT_TRUE(spool->create("a")->append(asBytes("abc")));
+  Bytes more(4);
+  EXPECT_FALSE(spool->open("a")->read(0, more));
+  fs::create_symlink(folder.path("file"), spool->path("link"));
+  EXPECT_EQ(spool->open("link"), nullptr);
+  { SqliteStore({folder.path("db"), ""}, kOwn); }
+  fs::create_symlink(folder.path("db"), folder.path("link"));
+  EXPECT_THROW(SqliteStore({folder.path("link"), ""}, kOwn), std::runtime_error);
+}
+
 /// Each file takes as much as one may, and holds nothing.
 struct VastSpool : Spool {
   struct File : SpoolFile {
