@@ -57,24 +57,24 @@ int sizeOfFile(sqlite3_file* file, sqlite3_int64* size) {
 int allows(sqlite3_file*, int) {
   return SQLITE_OK;
 }
-int isReserved(sqlite3_file*, int* reserved) {
-  *reserved = 0;
-  return SQLITE_OK;
-}
-int control(sqlite3_file*, int, void*) {
-  return SQLITE_NOTFOUND;
-}
 int sectorSize(sqlite3_file*) {
   return 4096;
 }
-int characteristics(sqlite3_file*) {
-  return 0;
-}
 
-const sqlite3_io_methods kMethods = {1,        closeFile,  readFile,        writeFile, truncateFile,
-                                     syncFile, sizeOfFile, allows,          allows,    isReserved,
-                                     control,  sectorSize, characteristics, nullptr,   nullptr,
-                                     nullptr,  nullptr,    nullptr,         nullptr};
+const sqlite3_io_methods kMethods = {
+    .iVersion = 1,
+    .xClose = closeFile,
+    .xRead = readFile,
+    .xWrite = writeFile,
+    .xTruncate = truncateFile,
+    .xSync = syncFile,
+    .xFileSize = sizeOfFile,
+    .xLock = allows,
+    .xUnlock = allows,
+    .xCheckReservedLock = [](sqlite3_file*, int* reserved) { return *reserved = 0; },
+    .xFileControl = [](sqlite3_file*, int, void*) { return SQLITE_NOTFOUND; },
+    .xSectorSize = sectorSize,
+    .xDeviceCharacteristics = [](sqlite3_file*) { return 0; }};
 
 FaultDisk& diskOf(sqlite3_vfs* vfs) {
   return *static_cast<FaultDisk*>(vfs->pAppData);
@@ -200,8 +200,13 @@ std::shared_ptr<Spool> FaultDisk::spool(const std::string& folder) {
   return std::make_shared<FaultSpool>(*this, folder);
 }
 
-void FaultDisk::restorePower() {
+void FaultDisk::restorePower(bool lost) {
   dead_ = false;
+  if (!lost) {
+    for (const auto& entry : files_) entry.second->sync();
+    syncedNames_ = files_;
+    return;
+  }
   files_ = syncedNames_;
   const auto mode = dice_() % 3;
   for (const auto& [name, file] : files_) {

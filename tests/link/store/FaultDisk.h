@@ -24,8 +24,9 @@ class FaultDisk {
   /// From now on nothing can be written.
   void losePower() { dead_ = true; }
   bool isDead() const { return dead_; }
-  /// What was written and not synced is there, or in part, or not at all.
-  void restorePower();
+  /// `lost`: what was written and not synced is there, or in part, or not at all. Else all of it is there, as
+  /// when it was a process that died.
+  void restorePower(bool lost);
 
   /// The write (or sync) after so many more fails, and if `forGood` all that follow do.
   void failAfter(int writes, bool forGood) {
