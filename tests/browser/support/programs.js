@@ -155,7 +155,7 @@ export async function startPair({ settled = true, phoneOptions = [] } = {}) {
   const pair = {
     home, phoneHome, watch, phone,
     async end() {
-      await Promise.all([phone.stop(), pair.watch.stop()]);
+      await Promise.all([this.phone.stop(), this.watch.stop()]);
       for (const folder of [home, phoneHome]) await rm(folder, { recursive: true, force: true });
     },
   };
