@@ -1,12 +1,12 @@
 // How the page draws, with screens of the test's own.
 import assert from 'node:assert/strict';
 
-import { pageTests } from './support/browser.js';
+import { withPages } from './support/browser.js';
 import { list, openCanned, player, screenWith } from './support/canned.js';
 import { boxes, drawn, drawnContrast, plainPicture } from './support/measure.js';
 import { eventually } from './support/programs.js';
 
-const test = pageTests();
+const [test] = withPages();
 
 test('text can be read on any colour and any artwork', async ({ page }) => {
   const colors = [[1, 1, 1, 0.8], [1, 0.9, 0, 0.8], [0.1, 0.2, 0.8, 1], [0.2, 0.7, 0.35, 0.17]];

@@ -1,12 +1,12 @@
 // What the pages do when a person or the server does something, with states of the test's own.
 import assert from 'node:assert/strict';
 
-import { pageTests } from './support/browser.js';
+import { withPages } from './support/browser.js';
 import { list, openCanned, player, screenWith } from './support/canned.js';
 import { drawn, plainPicture } from './support/measure.js';
 import { eventually } from './support/programs.js';
 
-const test = pageTests();
+const [test] = withPages();
 
 /** Notes in `touched` which elements of the screen change, by their ids. */
 const noteTouches = (page) => page.evaluate(() => {

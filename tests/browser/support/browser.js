@@ -1,10 +1,13 @@
 // Debian's Chromium, driven by playwright-core. Nothing is downloaded.
 import assert from 'node:assert/strict';
-import { after, afterEach, before, beforeEach, describe, test } from 'node:test';
+import { mkdtemp, rm } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { after, afterEach, before, beforeEach, test } from 'node:test';
 
 import { chromium } from 'playwright-core';
 
-import { skip } from './programs.js';
+import { Program, skip } from './programs.js';
 
 export const FACE = { viewport: { width: 560, height: 720 }, locale: 'en-GB' };
 
@@ -28,61 +31,39 @@ export function watchFaults(page) {
   return () => faults;
 }
 
-async function openPage(here) {
-  here.page = await here.context.newPage();
-  here.page.setDefaultTimeout(8000);
-  here.faults = watchFaults(here.page);
-}
-
 /**
- * Tests of pages without programs: gives a function that makes one, `(name, run)`, where `run({ page, faults })` has a
- * page of its own in the file's browser. At its end nothing may have been complained of.
+ * Tests that share a browser: gives `[test, here]`. `test(name, run)` makes one; `run` gets `here`: `page`, `context`,
+ * `folder` (a fresh one) and what `start(folder)` gives, real programs that is, which are stopped in the end. With
+ * programs, pages stand at `here.watch`. All tests share one page, or have one each (`perTest`), and at the end of each
+ * the page may have complained of nothing.
  */
-export function pageTests() {
+export function withPages({ start, perTest = true, view = FACE } = {}) {
   const here = {};
   let browser;
+  if (start && skip) return [(name) => test(name, { skip }), here];
+  const open = async () => {
+    here.page = await here.context.newPage();
+    here.page.setDefaultTimeout(8000);
+    here.faults = watchFaults(here.page);
+    if (here.watch) await here.page.goto(here.watch.url);
+  };
   before(async () => {
-    browser = await launchBrowser();
-    here.context = await browser.newContext(FACE);
+    here.folder = await mkdtemp(join(tmpdir(), 'tunevale-pages-'));
+    const [launched, started] = await Promise.allSettled([launchBrowser(), start?.(here.folder)]);
+    browser = launched.value;
+    if (launched.reason ?? started.reason) throw launched.reason ?? started.reason;
+    here.context = await browser.newContext(view);
+    Object.assign(here, started.value);
+    if (!perTest) await open();
   });
-  after(() => browser?.close());
-  beforeEach(() => openPage(here));
-  afterEach(() => here.page.close());
-  return (name, run) => test(name, async () => {
+  after(async () => {
+    await Promise.all([browser?.close(), here.end?.(), ...Array.from(Program.running, (program) => program.stop())]);
+    await rm(here.folder, { recursive: true, force: true });
+  });
+  if (perTest) beforeEach(open);
+  if (perTest) afterEach(() => here.page.close());
+  return [(name, run) => test(name, async () => {
     await run(here);
     assert.deepEqual(here.faults(), []);
-  });
-}
-
-/**
- * Tests with real programs: `start()` gives `{ watch, end(), … }`, and `body` the tests, by a function like that of
- * pageTests(). Their `run` gets what was started with `page`, at the watch's address, and `context`. All share one page,
- * or have one each (`perTest`).
- */
-export function withPrograms(name, start, body, { perTest = false, view = FACE } = {}) {
-  describe(name, { skip }, () => {
-    const here = {};
-    let browser;
-    const open = async () => {
-      await openPage(here);
-      await here.page.goto(here.watch.url);
-    };
-    before(async () => {
-      const [launched, started] = await Promise.allSettled([launchBrowser(), start()]);
-      browser = launched.value;
-      Object.assign(here, started.value);
-      if (launched.reason ?? started.reason) throw launched.reason ?? started.reason;
-      here.context = await browser.newContext(view);
-      if (!perTest) await open();
-    });
-    after(() => Promise.all([browser?.close(), here.end?.()]));
-    if (perTest) {
-      beforeEach(open);
-      afterEach(() => here.page.close());
-    }
-    body((title, run) => test(title, async () => {
-      await run(here);
-      assert.deepEqual(here.faults(), []);
-    }), here);
-  });
+  }), here];
 }
