@@ -62,7 +62,12 @@ class WatchDisplayTest : public testing::Test {
   std::thread thread_;
 };
 
-TEST_F(WatchDisplayTest, AnswersInputsWithTheSettledState) {
+TEST_F(WatchDisplayTest, AnswersInputsWithTheSettledStateAndARefusalToWhoAsked) {
+  http::TestWebSocket live(port(), "/api/live");
+  EXPECT_EQ(json::parse(live.read()).at_pointer("/screen/identifier"), "Home");
+  live.send(R"({"tap":"nothing"})");
+  EXPECT_EQ(json::parse(live.read()),
+            json::parse(R"({"refused":"there is no \"nothing\" here","input":{"tap":"nothing"}})"));
   const std::string pushed = post(R"({"tap":"pushSegue"})");
   EXPECT_EQ(http::statusOf(pushed), 200);
   EXPECT_EQ(json::parse(http::bodyOf(pushed)).at("back"), "Home");
@@ -91,14 +96,6 @@ TEST_F(WatchDisplayTest, WaitsForThePhoneBeforeItAnswers) {
     phone_.setActivationState(ActivationState::activated);
   });
   EXPECT_EQ(json::parse(http::bodyOf(answer.get())).at("phone").at("activated"), true);
-}
-
-TEST_F(WatchDisplayTest, TellsARefusalToWhoAsked) {
-  http::TestWebSocket live(port(), "/api/live");
-  live.read();
-  live.send(R"({"tap":"nothing"})");
-  EXPECT_EQ(json::parse(live.read()),
-            json::parse(R"({"refused":"there is no \"nothing\" here","input":{"tap":"nothing"}})"));
 }
 
 TEST_F(WatchDisplayTest, ShowsTheFaceInTheBackground) {
