@@ -32,14 +32,18 @@ test('artwork that comes late moves nothing', async ({ page }) => {
   const white = await plainPicture(page, 'white');
   let arrive;
   const late = new Promise((resolve) => { arrive = () => resolve(white); });
-  const watch = await openCanned(page, player(), { images: { 'art-2': () => late } });
+  const watch = await openCanned(page, player(), { images: { 'art-2': () => late, 'art-3': () => new Promise(() => {}) } });
   const standing = await boxes(page);
   watch.patch({ op: 'add', path: '/tree/image', value: 'art-2' });
   await eventually(() => watch.asked.includes('art-2'), 'the artwork is asked for');
   assert.deepEqual(await boxes(page), standing);
   arrive();
-  await page.locator('.fill > .picture img').first().waitFor();
+  const shown = page.locator('.fill > .picture img');
+  await shown.waitFor();
   assert.deepEqual(await boxes(page), standing);
+  watch.patch({ op: 'replace', path: '/tree/image', value: 'art-3' });
+  await eventually(() => watch.asked.includes('art-3'), 'the next artwork is asked for');
+  assert.equal(await shown.getAttribute('src'), '/api/image/art-2', 'the one before stays until then');
 });
 
 test('the busy sequence turns through its eleven frames in 0.8 s, and rests for less motion', async ({ page }) => {

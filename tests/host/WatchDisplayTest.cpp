@@ -1,4 +1,4 @@
-#include <future>
+#include <chrono>
 #include <thread>
 
 #include <boost/json.hpp>
@@ -80,22 +80,25 @@ TEST_F(WatchDisplayTest, AnswersInputsWithTheSettledStateAndARefusalToWhoAsked) 
   const json::value alerted = screen();
   EXPECT_EQ(alerted.at("presentation"), "modal");
   EXPECT_EQ(alerted.at("back"), "Second");
+  EXPECT_TRUE(alerted.at("pages").is_null());
   EXPECT_EQ(
       alerted.at("alert"),
       json::parse(R"({"title":"Title","message":"from awake","actions":[{"title":"OK","style":"cancel"}]})"));
 }
 
-TEST_F(WatchDisplayTest, WaitsForThePhoneBeforeItAnswers) {
-  pending_ = 1;
-  auto answer = std::async(std::launch::async, [this] { return post(R"({"tap":"button"})"); });
-  while (log_.lines().empty() || log_.lines().back() != "Home: acted") std::this_thread::yield();
+TEST_F(WatchDisplayTest, TellsWhatThePhoneBecomesAndWaitsForItsAnswers) {
+  http::TestWebSocket live(port(), "/api/live");
+  live.read();
   loop_.async([this] {
-    // As an answer's handler does: it counts as pending until it has run.
-    display_->phoneStateDidChange();
-    pending_ = 0;
     phone_.setActivationState(ActivationState::activated);
+    display_->phoneStateDidChange();
   });
-  EXPECT_EQ(json::parse(http::bodyOf(answer.get())).at("phone").at("activated"), true);
+  EXPECT_EQ(json::parse(live.read()).at_pointer("/patch/0"),
+            json::parse(R"({"op":"replace","path":"/phone/activated","value":true})"));
+  pending_ = 1;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(http::statusOf(post(R"({"tap":"button"})")), 200);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
 }
 
 TEST_F(WatchDisplayTest, ShowsTheFaceInTheBackground) {

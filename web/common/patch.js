@@ -46,7 +46,7 @@ function applyAt(node, parts, operation, copy) {
 
 function indexOf(part, list, adding) {
   const index = part === '-' && adding ? list.length : Number(part);
-  if (!/^(0|[1-9][0-9]*|-)$/.test(part) || !(index < list.length + (adding ? 1 : 0))) throw new Error(`no item ${part}`);
+  if (!/^(0|[1-9][0-9]*|-)$/.test(part) || !(index <= list.length)) throw new Error(`no item ${part}`);
   return index;
 }
 

@@ -43,7 +43,7 @@ export function withPages({ start, perTest = true, view = FACE } = {}) {
   if (start && skip) return [(name) => test(name, { skip }), here];
   const open = async () => {
     here.page = await here.context.newPage();
-    here.page.setDefaultTimeout(8000);
+    here.page.setDefaultTimeout(20_000);
     here.faults = watchFaults(here.page);
     if (here.watch) await here.page.goto(here.watch.url);
   };

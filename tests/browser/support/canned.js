@@ -42,26 +42,22 @@ const origin = new Promise((listening) => {
  */
 export async function openCanned(page, first, { path = '/', images = {} } = {}) {
   const member = path === '/phone' ? 'state' : 'screen';
-  const sockets = [];
   const received = [];
+  let live;
   [asked, pictures] = [[], images];
   const watch = {
     asked,
-    refusing: false,
     /** What the page has sent since the last time, once that is so many messages. */
     async sent(count = 1) {
       await eventually(() => received.length >= count, `${count} messages, not ${JSON.stringify(received)}`, 5000);
       return received.splice(0);
     },
-    say: (message) => sockets.at(-1).send(JSON.stringify(message)),
+    say: (message) => live.send(JSON.stringify(message)),
     patch: (...patch) => watch.say({ patch }),
     show: (next) => watch.say({ [member]: next }),
-    drop: () => sockets.at(-1).close(),
-    connections: () => sockets.length,
   };
   await page.routeWebSocket(/\/live$/, (socket) => {
-    sockets.push(socket);
-    if (watch.refusing) return socket.close();
+    live = socket;
     socket.onMessage((text) => received.push(JSON.parse(text)));
     watch.show(first);
   });
