@@ -18,6 +18,8 @@ import { watchFace } from './watch-face.js';
 const byId = (id) => document.getElementById(id);
 let current = null;
 let lastTouched = null;
+// What had the focus when something came to lie over the app.
+let focusedBefore = null;
 
 const connection = follow(liveAddress('/api/live'), {
   member: 'screen',
@@ -48,19 +50,30 @@ const parts = [
   screens,
   titleLine({ back: byId('back'), name: byId('name'), title: byId('title') }, () => send({ back: true })),
   pages(byId('dots'), byId('face'), (index) => send({ page: index })),
-  watchFace(layer, () => send({ foreground: true }), () => screens.focus()),
-  alerts(layer, (index, element) => send({ alert: index }, element), () => screens.focus()),
+  watchFace(layer, () => send({ foreground: true }), giveFocusBack),
+  alerts(layer, (index, element) => send({ alert: index }, element), giveFocusBack),
 ];
 const pairing = pairingScreen(layer, byId('pairing-open'), {
   onOpen: () => setInert(),
-  giveFocusBack: () => screens.focus(),
+  giveFocusBack,
 });
 parts.push(pairing);
 const phone = phoneMark({ mark: byId('phone-mark'), notice: byId('notice'), face: byId('face') });
 
 /** Under an alert, the watch face or pairing the app is there, but not to be reached. */
 function setInert() {
-  app.inert = Boolean(current?.alert) || current?.foreground === false || pairing.isOpen;
+  const covered = Boolean(current?.alert) || current?.foreground === false || pairing.isOpen;
+  if (covered && !app.inert) focusedBefore = document.activeElement;
+  app.inert = covered;
+}
+
+/** Called when something that had the focus has gone: what lies under it gets it, at last the app's own part. */
+function giveFocusBack() {
+  // Whoever has taken it meanwhile keeps it.
+  if (document.activeElement !== document.body) return;
+  if (app.inert) return layer.lastElementChild?.querySelector('button:not(:disabled)')?.focus({ preventScroll: true });
+  focusedBefore?.focus({ preventScroll: true });
+  if (document.activeElement === document.body) screens.focus();
 }
 
 function show(screen) {

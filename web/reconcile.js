@@ -1,8 +1,8 @@
 /**
  * Brings the views of a parent's children in line with a list of nodes, each known by its `id`.
  *
- * `views` (a Map from id to view, kept by the caller) is updated in place. A view is `{ el, node, update(node) }`;
- * one whose node is the very same object is not touched, and elements move only when their order changed. `make`
+ * `views` (a Map from id to view, kept by the caller) is updated in place. A view is `{ el, node, update(node) }`,
+ * and may have `discard()`, called when it is dropped; one whose node is the very same object is not touched, and elements move only when their order changed. `make`
  * builds a view for a node. `after` is the element behind which the children start, null for the beginning.
  */
 export function reconcile(parent, views, nodes, make, after = null) {
@@ -32,5 +32,6 @@ export function reconcile(parent, views, nodes, make, after = null) {
 
 function remove(views, id, view) {
   view.el.remove();
+  view.discard?.();
   views.delete(id);
 }

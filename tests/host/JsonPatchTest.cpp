@@ -13,29 +13,25 @@ namespace {
 
 /// What a display does with a patch.
 void apply(json::value& document, const json::array& patch) {
+  using tunevale::replacingAll;
   for (const json::value& operation : patch) {
     const std::string path(operation.at("path").as_string());
     const auto& op = operation.at("op").as_string();
-    if (path.empty()) {
-      document = operation.at("value");
+    if (op == "replace") {
+      document.at_pointer(path) = operation.at("value");
       continue;
     }
     const std::size_t slash = path.rfind('/');
     json::value& parent = document.at_pointer(path.substr(0, slash));
-    std::string key = path.substr(slash + 1);
-    if (parent.is_array()) {
-      auto& list = parent.as_array();
-      const auto index = static_cast<std::ptrdiff_t>(std::stoul(key));
-      if (op == "remove") list.erase(list.begin() + index);
-      if (op == "add") list.insert(list.begin() + index, operation.at("value"));
-      if (op == "replace") list.at(static_cast<std::size_t>(index)) = operation.at("value");
+    const std::string key = path.substr(slash + 1);
+    if (auto* const list = parent.if_array()) {
+      if (op == "add") list->push_back(operation.at("value"));
+      ASSERT_EQ(key, std::to_string(list->size() - 1)) << "both at the end";
+      if (op == "remove") list->pop_back();
     } else {
-      key = tunevale::replacingAll(tunevale::replacingAll(key, "~1", "/"), "~0", "~");
-      if (op == "remove") {
-        ASSERT_EQ(parent.as_object().erase(key), 1U);
-      } else {
-        parent.as_object()[key] = operation.at("value");
-      }
+      const std::string name = replacingAll(replacingAll(key, "~1", "/"), "~0", "~");
+      ASSERT_EQ(parent.as_object().erase(name), op == "remove" ? 1U : 0U);
+      if (op == "add") parent.as_object()[name] = operation.at("value");
     }
   }
 }

@@ -3,7 +3,11 @@
 
 #include "host/Publisher.h"
 #include "host/TreeJson.h"
+#include "platform/WKInterfaceButton.h"
+#include "platform/WKInterfaceGroup.h"
 #include "platform/WKInterfacePicker.h"
+#include "platform/WKInterfaceSlider.h"
+#include "platform/WKInterfaceTable.h"
 #include "support/Pictures.h"
 
 namespace tunevale::host {
@@ -25,6 +29,7 @@ class PublisherTest : public testing::Test {
     publisher_.markChanged();
   }
   json::object screen() {
+    ++asked_;
     const auto imageId = [](const ImageSource& source) {
       return source.image ? std::to_string(source.image->digest) : "";
     };
@@ -38,6 +43,7 @@ class PublisherTest : public testing::Test {
 
   WKInterfacePicker picker_{ElementAttributes{.outlet = "radioPicker"}};
   std::string sent_;
+  int asked_ = 0;
   Publisher publisher_{[this] { return screen(); },
                        [this](std::string message) { sent_ = std::move(message); }};
 };
@@ -51,7 +57,9 @@ TEST_F(PublisherTest, SendsNothingWhenWhatWasRebuiltIsTheSame) {
   publisher_.markChanged();
   EXPECT_EQ(publish(), json::parse(R"([{"op":"replace","path":"/tree/selected","value":7},
                                        {"op":"replace","path":"/version","value":2}])"));
+  const int asked = asked_;
   EXPECT_TRUE(publish().is_null());
+  EXPECT_EQ(asked_, asked) << "nothing was looked at that cannot have changed";
 }
 
 TEST_F(PublisherTest, SendsTheWholeWhenThatIsShorter) {
@@ -64,6 +72,36 @@ TEST_F(PublisherTest, SendsTheWholeWhenThatIsShorter) {
   picker_.setItems({});
   publisher_.markChanged();
   EXPECT_EQ(publish().at_pointer("/0/value/tree/items").as_array().size(), 0U);
+}
+
+TEST(TreeJson, SaysWhatIsThereAndLeavesOutWhatIsNot) {
+  WKInterfaceGroup root({.style = "fill"});
+  root.setBackgroundColor(Color{0.1F, 0, 1, 0.5F});
+  root.setBackgroundImageNamed("spin");
+  root.startAnimatingWithImagesInRange(1, 2, 0.5, 3);
+  auto button = std::make_unique<WKInterfaceButton>(ElementAttributes{.outlet = "go"});
+  button->setTitle("Go\xFF");
+  button->setEnabled(false);
+  button->setHidden(true);
+  auto slider = std::make_unique<WKInterfaceSlider>(ElementAttributes{.label = "Level"}, 0.0F, 10.0F);
+  slider->setValue(2.5F);
+  auto table = std::make_unique<WKInterfaceTable>(ElementAttributes{}, [](std::string_view type) {
+    return WKInterfaceTable::Row{
+        std::string(type), std::make_unique<WKInterfaceGroup>(ElementAttributes{}), {}};
+  });
+  table->setNumberOfRows(1, "Row");
+  table->rows()[0].tree->adopt(std::make_unique<WKInterfacePicker>(ElementAttributes{}));
+  root.adopt(std::move(button));
+  root.adopt(std::move(slider));
+  root.adopt(std::move(table));
+  const auto imageId = [](const ImageSource& source) { return source.name; };
+  EXPECT_EQ(json::value(treeJson(root, imageId)), json::parse(R"({
+    "id":"0","kind":"group","style":"fill","color":[0.1,0,1,0.5],"image":"spin",
+    "animation":{"location":1,"length":2,"duration":0.5,"repeatCount":3},"children":[
+      {"id":"0.0","kind":"button","outlet":"go","hidden":true,"text":"Go\uFFFD","enabled":false},
+      {"id":"0.1","kind":"slider","label":"Level","minimum":0,"maximum":10,"value":2.5},
+      {"id":"0.2","kind":"table","rows":[{"type":"Row","tree":{"id":"0.2/0","kind":"group","children":[
+        {"id":"0.2/0.0","kind":"picker","items":[],"selected":0,"enabled":true,"focused":false}]}}]}]})"));
 }
 
 }  // namespace

@@ -8,40 +8,29 @@ namespace {
 
 using std::chrono::milliseconds;
 
-class SettlerTest : public testing::Test {
- protected:
-  /// Turns of the loop until nothing makes another.
-  void turn() {
-    do {
-      settler_.turnDidEnd();
-    } while (mainQueue_.drain() > 0);
-  }
-  test::ManualMainQueue mainQueue_;
-  std::size_t pending_ = 0;
-  Settler settler_{mainQueue_, [this] { return pending_; }};
-  bool done_ = false;
-};
+TEST(Settler, WaitsForThePhoneAndForRestButNotForEver) {
+  test::ManualMainQueue mainQueue;
+  std::size_t pending = 1;
+  Settler settler(mainQueue, [&] { return pending; });
+  bool done = false;
+  const auto turnAfter = [&](int wait) {
+    mainQueue.advance(milliseconds(wait));
+    do settler.turnDidEnd();
+    while (mainQueue.drain() > 0);
+    return done;
+  };
+  settler.wait([&] { done = true; });
+  EXPECT_FALSE(turnAfter(400));
+  pending = 0;
+  settler.turnDidEnd();
+  EXPECT_FALSE(done) << "what the answer submits comes first";
+  EXPECT_TRUE(turnAfter(0));
 
-TEST_F(SettlerTest, WaitsForThePhoneButNotForEver) {
-  pending_ = 1;
-  settler_.wait([&] { done_ = true; });
-  turn();
-  mainQueue_.advance(milliseconds(400));
-  turn();
-  EXPECT_FALSE(done_);
-  pending_ = 0;
-  turn();
-  EXPECT_TRUE(done_);
-
-  done_ = false;
-  pending_ = 1;
-  settler_.wait([&] { done_ = true; });
-  mainQueue_.advance(milliseconds(499));
-  turn();
-  EXPECT_FALSE(done_);
-  mainQueue_.advance(milliseconds(1));
-  turn();
-  EXPECT_TRUE(done_);
+  done = false;
+  pending = 1;
+  settler.wait([&] { done = true; });
+  EXPECT_FALSE(turnAfter(499));
+  EXPECT_TRUE(turnAfter(1));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include <future>
+#include <chrono>
 #include <thread>
 
 #include <boost/json.hpp>
@@ -62,7 +62,12 @@ class WatchDisplayTest : public testing::Test {
   std::thread thread_;
 };
 
-TEST_F(WatchDisplayTest, AnswersInputsWithTheSettledState) {
+TEST_F(WatchDisplayTest, AnswersInputsWithTheSettledStateAndARefusalToWhoAsked) {
+  http::TestWebSocket live(port(), "/api/live");
+  EXPECT_EQ(json::parse(live.read()).at_pointer("/screen/identifier"), "Home");
+  live.send(R"({"tap":"nothing"})");
+  EXPECT_EQ(json::parse(live.read()),
+            json::parse(R"({"refused":"there is no \"nothing\" here","input":{"tap":"nothing"}})"));
   const std::string pushed = post(R"({"tap":"pushSegue"})");
   EXPECT_EQ(http::statusOf(pushed), 200);
   EXPECT_EQ(json::parse(http::bodyOf(pushed)).at("back"), "Home");
@@ -75,6 +80,7 @@ TEST_F(WatchDisplayTest, AnswersInputsWithTheSettledState) {
   const json::value alerted = screen();
   EXPECT_EQ(alerted.at("presentation"), "modal");
   EXPECT_EQ(alerted.at("back"), "Second");
+  EXPECT_TRUE(alerted.at("pages").is_null());
   EXPECT_EQ(
       alerted.at("alert"),
       json::parse(R"({"title":"Title","message":"from awake","actions":[{"title":"OK","style":"cancel"}]})"));
@@ -94,12 +100,19 @@ TEST_F(WatchDisplayTest, WaitsForThePhoneBeforeItAnswers) {
   EXPECT_EQ(json::parse(http::bodyOf(answer.get())).at("phone").at("activated"), true);
 }
 
-TEST_F(WatchDisplayTest, TellsARefusalToWhoAsked) {
+TEST_F(WatchDisplayTest, TellsWhatThePhoneBecomesAndWaitsForItsAnswers) {
   http::TestWebSocket live(port(), "/api/live");
   live.read();
-  live.send(R"({"tap":"nothing"})");
-  EXPECT_EQ(json::parse(live.read()),
-            json::parse(R"({"refused":"there is no \"nothing\" here","input":{"tap":"nothing"}})"));
+  loop_.async([this] {
+    phone_.setActivationState(ActivationState::activated);
+    display_->phoneStateDidChange();
+  });
+  EXPECT_EQ(json::parse(live.read()).at_pointer("/patch/0"),
+            json::parse(R"({"op":"replace","path":"/phone/activated","value":true})"));
+  pending_ = 1;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(http::statusOf(post(R"({"tap":"button"})")), 200);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
 }
 
 TEST_F(WatchDisplayTest, ShowsTheFaceInTheBackground) {

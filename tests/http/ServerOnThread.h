@@ -27,7 +27,6 @@ class ServerOnThread {
   HttpServer& operator*() { return *server_; }
   HttpServer* operator->() { return &*server_; }
   std::uint16_t port() const { return server_->port(); }
-  boost::asio::io_context& loop() { return loop_; }
 
   /// Runs work on the loop's thread and waits for it.
   template <class Work>

@@ -5,8 +5,16 @@
 
 /** The document after all operations; throws when one of them does not fit it. */
 export function applyPatch(document, operations) {
-  return operations.reduce((result, operation) => applyAt(result, pointer(operation.path), operation),
-                           document);
+  // What was copied for one operation is the patch's own, and changed in place by the next: a patch with as many
+  // operations as a list has rows does not copy the list each time.
+  const own = new Set();
+  const copy = (node) => {
+    if (own.has(node)) return node;
+    const fresh = Array.isArray(node) ? node.slice() : { ...node };
+    own.add(fresh);
+    return fresh;
+  };
+  return operations.reduce((result, operation) => applyAt(result, pointer(operation.path), operation, copy), document);
 }
 
 function pointer(path) {
@@ -15,37 +23,34 @@ function pointer(path) {
   return path.slice(1).split('/').map((part) => part.replaceAll('~1', '/').replaceAll('~0', '~'));
 }
 
-function applyAt(node, parts, operation) {
+function applyAt(node, parts, operation, copy) {
   if (parts.length === 0) return edited(operation);
-  const [part, ...rest] = parts;
-  if (Array.isArray(node)) return applyInArray(node, part, rest, operation);
   if (node === null || typeof node !== 'object') throw new Error(`nothing at ${operation.path}`);
-  return applyInObject(node, part, rest, operation);
+  const [part, ...rest] = parts;
+  const { op, path } = operation;
+  const list = Array.isArray(node);
+  const adding = rest.length === 0 && op === 'add';
+  const key = list ? indexOf(part, node, adding) : part;
+  if (!adding && !Object.hasOwn(node, key)) throw new Error(`nothing at ${path}`);
+  const result = copy(node);
+  if (rest.length === 0 && op === 'remove') {
+    if (list) result.splice(key, 1);
+    else delete result[key];
+  } else if (list && adding) {
+    result.splice(key, 0, edited(operation));
+  } else {
+    result[key] = applyAt(node[key], rest, operation, copy);
+  }
+  return result;
+}
+
+function indexOf(part, list, adding) {
+  const index = part === '-' && adding ? list.length : Number(part);
+  if (!/^(0|[1-9][0-9]*|-)$/.test(part) || !(index <= list.length)) throw new Error(`no item ${part}`);
+  return index;
 }
 
 function edited({ op, path, value }) {
   if ((op !== 'add' && op !== 'replace') || value === undefined) throw new Error(`cannot ${op} at ${path}`);
   return value;
-}
-
-function applyInObject(node, key, rest, operation) {
-  const exists = Object.hasOwn(node, key);
-  if (!exists && (rest.length > 0 || operation.op !== 'add')) throw new Error(`nothing at ${operation.path}`);
-  if (rest.length === 0 && operation.op === 'remove') {
-    const { [key]: removed, ...others } = node;
-    return others;
-  }
-  return { ...node, [key]: applyAt(node[key], rest, operation) };
-}
-
-function applyInArray(node, part, rest, operation) {
-  const adding = rest.length === 0 && operation.op === 'add';
-  const index = part === '-' && adding ? node.length : Number(part);
-  const valid = /^(0|[1-9][0-9]*|-)$/.test(part) && index < node.length + (adding ? 1 : 0);
-  if (!valid) throw new Error(`nothing at ${operation.path}`);
-  const result = node.slice();
-  if (adding) result.splice(index, 0, edited(operation));
-  else if (rest.length === 0 && operation.op === 'remove') result.splice(index, 1);
-  else result[index] = applyAt(node[index], rest, operation);
-  return result;
 }

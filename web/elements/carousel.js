@@ -2,7 +2,7 @@ import { element } from '../common/dom.js';
 import { picture } from '../pictures.js';
 import { reconcile } from '../reconcile.js';
 
-// Only what can be seen is drawn, however many there are.
+// Only what can be seen is drawn and fetched, however many there are.
 const SIDE = 2;
 
 /** Artworks side by side, the selected one in the middle with its caption above. */
@@ -43,9 +43,12 @@ function artwork(node, onPick) {
     el,
     node,
     update({ item }) {
-      letter.textContent = [...(item.title || item.caption || '♪').trim()][0] ?? '♪';
+      const [first = '♪'] = (item.title || item.caption || '').trim();
+      letter.textContent = first;
       content.show(item.image ?? null);
     },
+    // What was passed is not waited for: what comes next should not stand behind it.
+    discard: () => content.show(null),
   };
   made.update(node);
   return made;

@@ -5,6 +5,28 @@ const text = (v) => ({ t: 'str', v });
 export const command = (name, more = {}) => ({ do: name, ...more });
 export const setSwitch = (name, value) => command('set', { [name]: value });
 
+/**
+ * Commands of which a control shows what was asked for until the phone has answered: a state that comes before may
+ * be older than the click. `ask(control, command)` sends one, `answered(ref)` is to be told of each answer, and
+ * `forget()` when none will come.
+ */
+export function questions(send) {
+  const open = new Map();
+  let count = 0;
+  return {
+    ask(control, what) {
+      // Answers go to every console, so a reference tells pages apart as well.
+      const ref = `${performance.timeOrigin} ${++count}`;
+      if (send({ ...what, ref })) open.set(control, ref);
+    },
+    waits: (control) => open.has(control),
+    answered(ref) {
+      for (const [control, asked] of open) if (asked === ref) open.delete(control);
+    },
+    forget: () => open.clear(),
+  };
+}
+
 /** What can be pushed at the watch: a name, what it does in words, and the command. */
 export function pushCommands(languages) {
   const charts = languages.map((language) => ({

@@ -1,6 +1,6 @@
 // The phone's console: shows what the phone does, and sends it commands.
 import { follow, liveAddress } from '../common/connection.js';
-import { command } from './commands.js';
+import { command, questions } from './commands.js';
 import { nowPlaying } from './now-playing.js';
 import { pairing } from './pairing.js';
 import { queueList } from './queue.js';
@@ -19,10 +19,15 @@ const connection = follow(liveAddress('/phone/live'), {
   onStatus(next) {
     status = next;
     document.body.classList.toggle('lost', next === 'lost');
+    if (next === 'lost') asked.forget();
     if (next === 'lost') linkState.textContent = 'The phone does not answer. Trying again …';
   },
   onMessage({ event }) {
-    if (event?.event === 'error') error.textContent = event.text ?? 'The phone refused that.';
+    // What it did is in the states after this; what it did not do is not.
+    asked.answered(event?.ref);
+    if (event?.event !== 'error') return;
+    error.textContent = event.text ?? 'The phone refused that.';
+    if (state) show(state);
   },
 });
 
@@ -31,9 +36,10 @@ function send(command) {
   return connection.send(command);
 }
 
+const asked = questions(send);
 byId('unpair').addEventListener('click', () => send(command('unpair')));
 const parts = [pairing(byId('pairing'), byId('unpair'), send), nowPlaying(byId('now')), queueList(byId('queue-list'), byId('queue-count')),
-               transport(byId('now'), send), pushes(byId('pushes'), send), switches(byId('switches'), send),
+               transport(byId('now'), send, asked), pushes(byId('pushes'), send), switches(byId('switches'), asked),
                trafficList(byId('traffic-list'), byId('traffic-count'))];
 
 function show(next) {

@@ -3,7 +3,7 @@ import { command, pushCommands, setSwitch } from './commands.js';
 import { setText } from './text.js';
 
 /** Previous, play or pause, next, empty queue, and the volume. */
-export function transport(root, send) {
+export function transport(root, send, asked) {
   const toggle = root.querySelector('#play-pause');
   const volume = root.querySelector('#volume');
   const output = root.querySelector('#volume-text');
@@ -18,14 +18,14 @@ export function transport(root, send) {
   }
   volume.addEventListener('input', () => {
     setText(output, volume.value);
-    send(command('volume', { value: Number(volume.value) }));
+    asked.ask(volume, command('volume', { value: Number(volume.value) }));
   });
   return {
     show(state) {
       playing = Boolean(state.song && state.playing);
       setText(toggle, playing ? 'Pause' : 'Play');
       // While somebody drags it, it stays where the finger is.
-      if (!volume.matches(':active')) volume.value = state.volume;
+      if (!volume.matches(':active') && !asked.waits(volume)) volume.value = state.volume;
       setText(output, volume.value);
     },
   };
@@ -49,24 +49,26 @@ export function pushes(root, send) {
   };
 }
 
-/** How the phone behaves: each switch is what the phone says it is, not what was last clicked. */
-export function switches(root, send) {
+/** How the phone behaves: each switch is what the phone says it is, once it has answered the last click. */
+export function switches(root, asked) {
   const boxes = [...root.querySelectorAll('[data-switch]')];
   const refuse = root.querySelector('#refuse');
   const words = root.querySelector('#refuse-text');
   for (const box of boxes) {
     const name = box.dataset.switch;
     box.addEventListener('change', () =>
-      send(name === 'unreachable' ? setSwitch('reachable', !box.checked) : setSwitch(name, box.checked)));
+      asked.ask(box, name === 'unreachable' ? setSwitch('reachable', !box.checked) : setSwitch(name, box.checked)));
   }
-  const sendRefusal = () => send(setSwitch('refuse', refuse.checked ? words.value || 'No' : ''));
+  const sendRefusal = () => asked.ask(refuse, setSwitch('refuse', refuse.checked ? words.value || 'No' : ''));
   refuse.addEventListener('change', sendRefusal);
   words.addEventListener('change', () => refuse.checked && sendRefusal());
   return {
     show({ switches: now }) {
       for (const box of boxes) {
+        if (asked.waits(box)) continue;
         box.checked = box.dataset.switch === 'unreachable' ? !now.reachable : now[box.dataset.switch];
       }
+      if (asked.waits(refuse)) return;
       refuse.checked = Boolean(now.refuse);
       if (now.refuse && document.activeElement !== words) words.value = now.refuse;
     },

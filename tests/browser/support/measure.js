@@ -43,3 +43,8 @@ export async function plainPicture(page, color) {
   }, color);
   return Buffer.from(address.split(',')[1], 'base64');
 }
+
+/** Once what was begun has been drawn: callbacks of the next frame have run. */
+export function drawn(page) {
+  return page.evaluate(() => new Promise((done) => { requestAnimationFrame(() => requestAnimationFrame(done)); }));
+}

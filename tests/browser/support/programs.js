@@ -28,12 +28,15 @@ export async function eventually(probe, what = String(probe), patience = PATIENC
 }
 
 export class Program {
+  static running = new Set();
   lines = [];
   log = [];
 
   constructor(path, args) {
     this.child = spawn(path, args, { stdio: ['pipe', 'pipe', 'pipe'] });
     this.ended = new Promise((end) => this.child.on('exit', (code, signal) => end({ code, signal })));
+    Program.running.add(this);
+    this.ended.then(() => Program.running.delete(this));
     this.child.on('error', (error) => this.log.push(String(error)));
     createInterface({ input: this.child.stdout }).on('line', (line) => this.lines.push(line));
     createInterface({ input: this.child.stderr }).on('line', (line) => this.log.push(line));
@@ -155,7 +158,7 @@ export async function startPair({ settled = true, phoneOptions = [] } = {}) {
   const pair = {
     home, phoneHome, watch, phone,
     async end() {
-      await Promise.all([phone.stop(), pair.watch.stop()]);
+      await Promise.all([this.phone.stop(), this.watch.stop()]);
       for (const folder of [home, phoneHome]) await rm(folder, { recursive: true, force: true });
     },
   };
