@@ -4,7 +4,7 @@
 
 namespace tunevale::host {
 
-/// PNG by libspng and libdeflate, JPEG by libjpeg-turbo, within the limits of ImageLimits.h.
+/// PNG by libspng and ISA-L, JPEG by libjpeg-turbo, within the limits of ImageLimits.h.
 class ImageCodecs : public ImageCodec {
  public:
   /// At the size at which a watch shows pictures: no side is longer than kShownSide.

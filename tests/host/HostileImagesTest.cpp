@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <jpeglib.h>
 
+#include "host/ExifAssembly.h"
 #include "host/ImageCodecs.h"
 #include "host/ImageLimits.h"
 #include "host/PngAssembly.h"
@@ -119,6 +120,35 @@ TEST(HostileImages, OfMoreThan64ScansAreNone) {
   std::string many = text.substr(0, end);
   for (int i = 0; i < 1000; ++i) many += text.substr(scan, end - scan);  // its last scan, again and again
   EXPECT_EQ(decode(asBytes(many + text.substr(end))), nullptr);
+}
+
+// Where the marker says too much or too little about turning, the picture stays as it is, or is none.
+TEST(HostileImages, ThatSayWronglyHowTheyAreTurnedStayAsTheyAre) {
+  const Bytes jpeg = jpegPicture(32, 16), honest = exif(6, true);
+  for (std::size_t size = 0; size <= honest.size(); ++size) {
+    const ImagePtr image =
+        decode(withExif(jpeg, Bytes(honest.begin(), honest.begin() + static_cast<long>(size))));
+    ASSERT_TRUE(image) << size;
+    EXPECT_EQ(image->width, size < 6 + 32 ? 32U : 16U) << size;
+  }
+  // The magic number, the directory's place (at the end of all, past it), its length, the tag's kind.
+  for (const auto& [at, bytes] : {std::pair(9UL, bytesOf({43})),
+                                  {10, bytesOf({0xFF, 0xFF, 0xFF, 0xFF})},
+                                  {10, bytesOf({0, 0, 0, 42})},
+                                  {14, bytesOf({0, 1})},
+                                  {31, bytesOf({4})},
+                                  {36, bytesOf({1, 6})}}) {
+    Bytes wrong = honest;
+    std::copy(bytes.begin(), bytes.end(), wrong.begin() + static_cast<long>(at));
+    ASSERT_TRUE(decode(withExif(jpeg, wrong))) << at;
+    EXPECT_EQ(decode(withExif(jpeg, wrong))->width, 32U) << at;
+  }
+  Bytes file = withExif(jpeg, honest);
+  for (const auto& [high, low] : {std::pair(0, 0), {0, 1}, {0xFF, 0xFF}}) {
+    file[4] = static_cast<std::byte>(high);
+    file[5] = static_cast<std::byte>(low);
+    EXPECT_EQ(decode(file), nullptr) << low;
+  }
 }
 
 // A PNG may carry texts and profiles that unpack to a thousand times their size. We unpack none.

@@ -41,6 +41,25 @@ TEST(Png, EncodesNoImageThatItCouldNotReadAgain) {
   EXPECT_FALSE(codecs.pngRepresentation({4096, 1, Pixels(4096 * 4), 0}));
 }
 
+TEST(Png, ComesBackAsItWasWritten) {
+  std::minstd_rand random;
+  for (const int kind :
+       {0, 1, 2, 3, 4}) {  // grey, coloured, transparent, and those with one pixel that differs
+    Pixels pixels;
+    for (int i = 0; i < 37 * 23; ++i) {
+      const auto value = static_cast<std::uint8_t>(i % 37 * 5 + static_cast<int>(random() >> 8) % 9);
+      const bool last = i == 37 * 23 - 1;
+      pixels.insert(pixels.end(), {value, value, value, 255});
+      if (kind == 1 || kind == 2 || (kind == 3 && last)) pixels[pixels.size() - 2] ^= 0x55;
+      if (kind == 2 || (kind == 4 && last)) pixels.back() = static_cast<std::uint8_t>(random() >> 8) | 1;
+    }
+    const Bytes file = codecs.pngRepresentation({37, 23, pixels, 0}).value();
+    EXPECT_EQ(pixelsOf(file), pixels) << kind;
+    const int colourTypes[] = {0, 2, 6, 2, 6};
+    EXPECT_EQ(std::to_integer<int>(file[25]), colourTypes[kind]);
+  }
+}
+
 TEST(Png, ReadsEveryColourTypeAndDepth) {
   const struct {
     Bytes header;
