@@ -1,70 +1,130 @@
-#include <csetjmp>
-#include <new>
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+#include <vector>
 
-#include <png.h>
+#include <isa-l/crc.h>
+#include <isa-l/igzip_lib.h>
 
 #include "host/ImageFormats.h"
 #include "host/ImageLimits.h"
-#include "host/PngErrors.h"
 
 namespace tunevale::host {
 
 namespace {
 
-// Against libpng's own choice a picture of 600 pixels a side takes 11 ms instead of 80 to 120, and 10 to 25 %
-// more bytes.
-constexpr int kCompressionLevel = 1;
-constexpr int kRowFilter = PNG_FILTER_UP;
+// The lowest level that compresses with codes of the picture's own. The next one takes a fifth longer for 1
+// %.
+constexpr std::uint32_t kLevel = 1;
 
-void takeBytes(png_structp png, png_bytep bytes, std::size_t count) {
-  auto* out = static_cast<Bytes*>(png_get_io_ptr(png));
-  const auto* begin = reinterpret_cast<const std::byte*>(bytes);
-  bool taken = count <= kMostImageBytes - out->size();
-  try {
-    if (taken) out->insert(out->end(), begin, begin + count);
-  } catch (const std::bad_alloc&) {
-    taken = false;
+enum Filter : std::uint8_t { subtractLeft = 1, subtractAbove = 2 };  // as PNG counts them
+
+// Samples a pixel and how PNG calls it.
+struct PixelKind {
+  std::size_t samples;
+  int colorType;
+};
+
+// The fewest samples that lose nothing.
+PixelKind kindOf(const std::uint8_t* pixels, std::size_t count) {
+  std::uint8_t alpha = 0xFF;
+  for (std::size_t i = 0; i < count; ++i) alpha &= pixels[i * 4 + 3];
+  if (alpha != 0xFF) return {4, 6};
+  for (const std::uint8_t* pixel = pixels; pixel != pixels + count * 4; pixel += 4) {
+    if (pixel[0] != pixel[1] || pixel[1] != pixel[2]) return {3, 2};
   }
-  if (!taken) png_error(png, "no room");
+  return {1, 0};
 }
 
-void flushNothing(png_structp) {}
-
-// Plain values only, for the same reason as when reading.
-bool write(png_structp png, png_infop info, Bytes* out, png_uint_32 width, png_uint_32 height,
-           const std::uint8_t* pixels, bool opaque) {
-  if (info == nullptr || setjmp(png_jmpbuf(png)) != 0) return false;
-  png_set_write_fn(png, out, takeBytes, flushNothing);
-  png_set_IHDR(png, info, width, height, 8, opaque ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_RGB_ALPHA,
-               PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-  png_set_compression_level(png, kCompressionLevel);
-  png_set_filter(png, PNG_FILTER_TYPE_BASE, kRowFilter);
-  png_write_info(png, info);
-  if (opaque) png_set_filler(png, 0, PNG_FILLER_AFTER);
-  for (png_uint_32 y = 0; y < height; ++y) png_write_row(png, pixels + std::size_t{y} * width * 4);
-  png_write_end(png, nullptr);
-  return true;
+void takeSamples(const std::uint8_t* pixels, std::size_t count, std::size_t samples, std::uint8_t* out) {
+  if (samples == 4) {
+    std::copy_n(pixels, count * 4, out);
+  } else if (samples == 3) {
+    for (std::size_t i = 0; i < count; ++i) {
+      for (std::size_t k = 0; k < 3; ++k) out[i * 3 + k] = pixels[i * 4 + k];
+    }
+  } else {
+    for (std::size_t i = 0; i < count; ++i) out[i] = pixels[i * 4];
+  }
 }
 
-bool isOpaque(const std::uint8_t* pixels, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) {
-    if (pixels[i * 4 + 3] != 0xFF) return false;
+// Writes row minus other, and tells how far from 0 it is. The compiler makes vector instructions of it.
+unsigned subtract(const std::uint8_t* row, const std::uint8_t* other, std::size_t size, std::uint8_t* out) {
+  unsigned far = 0;
+  for (std::size_t i = 0; i < size; ++i) {
+    out[i] = static_cast<std::uint8_t>(row[i] - other[i]);
+    far += static_cast<unsigned>(std::abs(int{static_cast<std::int8_t>(out[i])}));
   }
-  return true;
+  return far;
+}
+
+// The picture's rows, each filtered by what leaves the smaller differences. "Average" and "Paeth" are not
+// tried: on what was a JPEG, as most artwork, they promise smaller files by that measure and give larger
+// ones.
+std::vector<std::uint8_t> filteredRows(std::uint32_t width, std::uint32_t height, const std::uint8_t* pixels,
+                                       std::size_t samples) {
+  const std::size_t size = width * samples;
+  // Each row has a pixel of nothing to its left, and the first a row of nothing above.
+  std::vector<std::uint8_t> row(samples + size), above(samples + size), left(1 + size, subtractLeft);
+  std::vector<std::uint8_t> out((1 + size) * height);
+  for (std::size_t y = 0; y < height; ++y) {
+    std::swap(row, above);
+    takeSamples(pixels + y * width * 4, width, samples, row.data() + samples);
+    std::uint8_t* to = out.data() + y * (1 + size);
+    *to = subtractAbove;
+    const unsigned farAbove = subtract(row.data() + samples, above.data() + samples, size, to + 1);
+    const unsigned farLeft = subtract(row.data() + samples, row.data(), size, left.data() + 1);
+    if (farLeft < farAbove) std::copy(left.begin(), left.end(), to);
+  }
+  return out;
+}
+
+void appendNumber(Bytes& out, std::size_t number) {
+  for (int shift = 24; shift >= 0; shift -= 8) out.push_back(static_cast<std::byte>(number >> shift));
+}
+
+void appendChunk(Bytes& out, std::string_view type, ByteView data) {
+  appendNumber(out, data.size());
+  const std::size_t begin = out.size();
+  out.insert(out.end(), asBytes(type).begin(), asBytes(type).end());
+  out.insert(out.end(), data.begin(), data.end());
+  const auto* checked = reinterpret_cast<const unsigned char*>(out.data() + begin);
+  appendNumber(out, crc32_gzip_refl(0, checked, out.size() - begin));
 }
 
 }  // namespace
 
 std::optional<Bytes> writePng(std::uint32_t width, std::uint32_t height, const std::uint8_t* pixels) {
-  png_structp png =
-      png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, leaveForPngError, ignorePngWarning);
-  if (png == nullptr) return {};
-  png_infop info = png_create_info_struct(png);
-  Bytes out;
-  const bool opaque = isOpaque(pixels, std::size_t{width} * height);
-  const bool written = write(png, info, &out, width, height, pixels, opaque);
-  png_destroy_write_struct(&png, &info);
-  if (!written) return {};
+  const PixelKind kind = kindOf(pixels, std::size_t{width} * height);
+  std::vector<std::uint8_t> rows = filteredRows(width, height, pixels, kind.samples);
+  const auto workspace = std::make_unique_for_overwrite<std::uint8_t[]>(ISAL_DEF_LVL1_DEFAULT);
+  const auto packed = std::make_unique_for_overwrite<std::byte[]>(kMostImageBytes);
+  isal_zstream stream;
+  isal_deflate_init(&stream);
+  stream.level = kLevel;
+  stream.level_buf = workspace.get();
+  stream.level_buf_size = ISAL_DEF_LVL1_DEFAULT;
+  stream.gzip_flag = IGZIP_ZLIB;
+  stream.end_of_stream = 1;
+  stream.next_in = rows.data();
+  stream.avail_in = static_cast<std::uint32_t>(rows.size());
+  stream.next_out = reinterpret_cast<std::uint8_t*>(packed.get());
+  stream.avail_out = kMostImageBytes;
+  if (isal_deflate(&stream) != COMP_OK || stream.internal_state.state != ZSTATE_END) return {};
+
+  const ByteView signature = asBytes("\x89PNG\r\n\x1A\n");
+  Bytes out(signature.begin(), signature.end()), header;
+  out.reserve(stream.total_out + 64);
+  appendNumber(header, width);
+  appendNumber(header, height);
+  // 8 bits a sample; deflate, the five filters, not interlaced.
+  for (const int byte : {8, kind.colorType, 0, 0, 0}) header.push_back(static_cast<std::byte>(byte));
+  appendChunk(out, "IHDR", header);
+  appendChunk(out, "IDAT", ByteView(packed.get(), stream.total_out));
+  appendChunk(out, "IEND", {});
+  if (out.size() > kMostImageBytes) return {};
   return out;
 }
 

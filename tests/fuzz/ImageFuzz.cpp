@@ -8,8 +8,11 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   tunevale::host::ImageCodecs codecs;
   const tunevale::ImagePtr image = codecs.imageWithData(std::as_bytes(std::span(data, size)));
+  const tunevale::ImagePtr small = tunevale::host::decodeImage(std::as_bytes(std::span(data, size)), 5);
+  if (!image != !small) std::abort();
   if (!image) return 0;
-  if (image->width > tunevale::host::kMostImageSide || image->height > tunevale::host::kMostImageSide ||
+  if (small->width > 5 || small->height > 5) std::abort();
+  if (image->width > tunevale::host::kShownSide || image->height > tunevale::host::kShownSide ||
       image->pixels.size() != std::size_t{image->width} * image->height * 4) {
     std::abort();
   }

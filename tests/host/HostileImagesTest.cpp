@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <jpeglib.h>
 
+#include "host/ExifAssembly.h"
 #include "host/ImageCodecs.h"
 #include "host/ImageLimits.h"
 #include "host/PngAssembly.h"
@@ -119,6 +120,32 @@ TEST(HostileImages, OfMoreThan64ScansAreNone) {
   std::string many = text.substr(0, end);
   for (int i = 0; i < 1000; ++i) many += text.substr(scan, end - scan);  // its last scan, again and again
   EXPECT_EQ(decode(asBytes(many + text.substr(end))), nullptr);
+}
+
+// Cut anywhere, or wrong in its magic number, the directory's place (past all, at the end), its length, the
+// tag's kind and value, the marker leaves the picture as it is; of a wrong length itself, it is none.
+TEST(HostileImages, ThatSayWronglyHowTheyAreTurnedStayAsTheyAre) {
+  const Bytes jpeg = jpegPicture(32, 16), honest = exif(6, true);
+  const auto widthWith = [&](const Bytes& contents) { return decode(withExif(jpeg, contents))->width; };
+  for (std::size_t size = 0; size <= honest.size(); ++size) {
+    EXPECT_EQ(widthWith(Bytes(honest.begin(), honest.end() - static_cast<long>(size))), size > 2 ? 32U : 16U);
+  }
+  for (const auto& [at, bytes] : {std::pair(9, bytesOf({43})),
+                                  {10, Bytes(4, std::byte{0xFF})},
+                                  {13, bytesOf({42})},
+                                  {15, bytesOf({1})},
+                                  {31, bytesOf({4})},
+                                  {36, bytesOf({1, 6})}}) {
+    Bytes wrong = honest;
+    std::copy(bytes.begin(), bytes.end(), wrong.begin() + at);
+    EXPECT_EQ(widthWith(wrong), 32U) << at;
+  }
+  Bytes file = withExif(jpeg, honest);
+  for (const auto& [high, low] : {std::pair(0, 0), {0, 1}, {0xFF, 0xFF}}) {
+    file[4] = static_cast<std::byte>(high);
+    file[5] = static_cast<std::byte>(low);
+    EXPECT_EQ(decode(file), nullptr) << low;
+  }
 }
 
 // A PNG may carry texts and profiles that unpack to a thousand times their size. We unpack none.
