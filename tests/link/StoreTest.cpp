@@ -341,7 +341,7 @@ TEST_F(RestartTest, UnpairingReachesTheOtherEndAndEndsWhatWaits) {
   EXPECT_FALSE(watch.session->state().connected || phone.session->state().connected);
   EXPECT_EQ(phone.ear->finished, Lines{"file " + std::to_string(std::get<std::uint64_t>(file)) + " 7005"});
   EXPECT_TRUE(filesOf(watch).empty() && filesOf(phone).empty());
-  EXPECT_EQ(watch.ear->heard.back(), "unpaired");
+  EXPECT_EQ(watch.ear->heard, (Lines{"activated", "unpaired", "activated"}));
   EXPECT_EQ(phone.ear->heard.back(), "unpaired");
 }
 
