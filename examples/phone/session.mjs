@@ -101,7 +101,7 @@ export class Session {
       const id = ++this.#message;
       const late = setTimeout(() => this.#end(id, ({ reject: no }) => no(new Error('7012: no answer'))), 10_000);
       this.#waiting.set(id, { resolve, reject, late });
-      this.#send('MSG', id, { ...body, ttl: 10_000, sent: Date.now() - this.#introduced });
+      this.#send('MSG', id, { ...body, ttl: 10_000, sent: Math.max(0, Date.now() - this.#introduced) });
     });
   }
 

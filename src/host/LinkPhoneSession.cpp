@@ -114,7 +114,7 @@ struct LinkPhoneSession::Parts {
               .timing = options.timing,
               .paired =
                   [this] {
-                    if (started) session->activate();
+                    if (started && store.pin()) session->activate();
                   },
               .changed = [this] { tellChange(); },
               .log = options.log ? options.log : [](const std::string&) {}}),

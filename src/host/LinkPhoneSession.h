@@ -20,7 +20,8 @@ struct RecordedEvent;
 
 /// The phone session over the paired link. The watch listens, the paired phone connects. With a paired phone
 /// the session is activated from activateSession() on, whether or not the phone is there, which isReachable()
-/// tells. Without one, activation completes with error 7005, and once more, activated, when one is paired.
+/// tells, until it is unpaired. Without one, activation completes with error 7005, and once more, activated,
+/// whenever one is paired.
 class LinkPhoneSession : public PhoneSession {
  public:
   struct Options {

@@ -39,7 +39,7 @@ void Connection::start() {
 }
 
 void Connection::sendFirst(FrameType type, const PlistDictionary& body) {
-  if (phase_ == Phase::closed) return;
+  if (phase_ == Phase::closed || leaving_) return;
   FrameWriter frames(first_);
   if (body.empty()) {
     frames.add(type, 0);
@@ -97,10 +97,10 @@ void Connection::closeAfter(FrameType last, const std::string& reason) {
 
 void Connection::close(const std::string& reason) {
   if (phase_ == Phase::closed) return;
-  if (!writing_) {
+  if (!leaving_) {
     Bytes goodbye = std::move(first_);
     FrameWriter(goodbye).add(FrameType::bye, 0, PlistDictionary{{"reason", reason}});
-    stream_->write(std::move(goodbye));
+    stream_->write(std::move(goodbye));  // behind what is still being written, too
   }
   end(reason);
 }

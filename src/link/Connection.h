@@ -48,7 +48,7 @@ class Connection : private StreamReceiver {
   void setPaused(bool paused);
   /// Sends this frame as the last one, and closes once it is on its way, or soon without.
   void closeAfter(FrameType last, const std::string& reason);
-  /// Says why, as far as there is a way to, and closes.
+  /// Says why and closes.
   void close(const std::string& reason);
 
  private:

@@ -28,14 +28,14 @@ bool Contexts::fillAcknowledgements(FrameWriter& frames) {
   return true;
 }
 
-bool Contexts::didReceiveContext(const Frame& frame) {
+Objection Contexts::didReceiveContext(const Frame& frame) {
   const Cursor cursor = store_.cursor();
-  if (!cursor.epoch) return false;
+  if (!cursor.epoch) return kBeforeGap;
   owesAck_ = true;
-  if (frame.id <= cursor.context) return true;
-  if (!store_.receiveContext({frame.id, Bytes(frame.body.begin(), frame.body.end())})) return false;
+  if (frame.id <= cursor.context) return nullptr;
+  if (!store_.receiveContext({frame.id, Bytes(frame.body.begin(), frame.body.end())})) return kCannotKeep;
   deliver({*cursor.epoch, frame.id, false}, frame.body);
-  return true;
+  return nullptr;
 }
 
 void Contexts::deliver(const Arrival& arrival, ByteView body) {

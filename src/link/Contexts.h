@@ -17,8 +17,7 @@ class Contexts {
   void resume(std::uint64_t version);
   bool fill(FrameWriter& frames);
   bool fillAcknowledgements(FrameWriter& frames);
-  /// False when the connection cannot go on.
-  bool didReceiveContext(const Frame& frame);
+  Objection didReceiveContext(const Frame& frame);
   void didReceiveAck(const Frame& frame);
   void connectionDidClose() { owesAck_ = false; }
 

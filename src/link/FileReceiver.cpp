@@ -24,29 +24,30 @@ bool FileReceiver::fillAcknowledgements(FrameWriter& frames) {
   return true;
 }
 
-bool FileReceiver::didReceiveBegin(const Frame& frame) {
+Objection FileReceiver::didReceiveBegin(const Frame& frame) {
   const Cursor cursor = store_.cursor();
-  if (!cursor.epoch || owed_.size() > kMostUnreadAnswers) return false;
+  if (!cursor.epoch) return kBeforeGap;
+  if (owed_.size() > kMostUnreadAnswers) return "its answers are not read";
   if (frame.id < cursor.nextFile) {
     owed_.push_back({FrameType::fileDone, frame.id, {}});
-    return true;
+    return nullptr;
   }
-  const std::optional<PlistDictionary> body = readBody(frame.body);
-  const PlistValue* metadata = body ? body->find("metadata") : nullptr;
-  const std::optional<Bytes32> hash = body ? hashIn(*body, "sha256") : std::nullopt;
-  if (metadata == nullptr || metadata->dictionary() == nullptr || !hash) {
+  const PlistDictionary body = readBody(frame.body).value_or(PlistDictionary{});
+  const PlistValue* metadata = body.find("metadata");
+  const std::optional<std::uint64_t> size = wholeNumberIn(body, "size");
+  const std::optional<Bytes32> hash = bytes32In(body, "sha256");
+  if (metadata == nullptr || metadata->dictionary() == nullptr || !size || !hash) {
     return refuse(frame.id, ErrorCode::unsupportedTypes);
   }
-  const std::uint64_t size = numberIn(*body, "size");
-  if (size > kMostFile || isLargerThan(kMostMetadata, *metadata->dictionary(), frame.body.size())) {
+  if (*size > kMostFile || isLargerThan(kMostMetadata, *metadata->dictionary(), frame.body.size())) {
     return refuse(frame.id, ErrorCode::payloadTooLarge);
   }
-  if (partial_ == nullptr || partial_->number != frame.id || partial_->size != size ||
+  if (partial_ == nullptr || partial_->number != frame.id || partial_->size != *size ||
       partial_->hash != *hash) {
     if (partial_ != nullptr && partial_->number != frame.id) forget();
     partial_ = std::make_unique<Partial>();
     partial_->number = frame.id;
-    partial_->size = size;
+    partial_->size = *size;
     partial_->hash = *hash;
     open(*cursor.epoch);
   }
@@ -78,21 +79,24 @@ void FileReceiver::open(const Epoch& epoch) {
   store_.passes(CrashPoint::filePartOpened);
 }
 
-bool FileReceiver::makeRoom() {
-  if (partial_ == nullptr || !partial_->isHeld || !delivery_.hasRoomForFile(partial_->size)) return true;
+Objection FileReceiver::makeRoom() {
+  if (partial_ == nullptr || !partial_->isHeld || !delivery_.hasRoomForFile(partial_->size)) return nullptr;
   partial_->isHeld = false;
   owed_.push_back(
       {FrameType::fileHave, partial_->number, PlistDictionary{{"offset", asNumber(partial_->file->size())}}});
   return completeIfWhole();
 }
 
-bool FileReceiver::didReceiveData(const Frame& frame) {
-  if (frame.id == refused_) return true;  // this was under way then
-  const std::optional<PlistDictionary> body = readBody(frame.body);
-  const std::optional<ByteView> data = body ? bytesIn(*body, "data") : std::nullopt;
-  if (!data || partial_ == nullptr || partial_->number != frame.id || partial_->isHeld) return false;
+Objection FileReceiver::didReceiveData(const Frame& frame) {
+  if (frame.id == refused_) return nullptr;  // this was under way then
+  if (partial_ == nullptr || partial_->number != frame.id || partial_->isHeld) return "it was not asked for";
+  const PlistDictionary body = readBody(frame.body).value_or(PlistDictionary{});
+  const std::optional<ByteView> data = bytesIn(body, "data");
+  if (!data) return "it has no data";
+  if (data->size() > kFileChunk) return "it has more than 65,536 bytes";
   const std::uint64_t size = partial_->file->size();
-  if (numberIn(*body, "offset") != size || data->size() > partial_->size - size) return false;
+  if (wholeNumberIn(body, "offset") != size) return "its bytes are not those that are next";
+  if (data->size() > partial_->size - size) return "it goes past the file's size";
   if (!partial_->file->append(*data)) return refuse(frame.id, ErrorCode::insufficientSpace);
   partial_->received.add(*data);
   store_.passes(CrashPoint::fileChunkKept);
@@ -115,15 +119,15 @@ void FileReceiver::connectionDidClose() {
   if (partial_ != nullptr) partial_->isHeld = false;
 }
 
-bool FileReceiver::refuse(std::uint64_t number, ErrorCode code) {
+Objection FileReceiver::refuse(std::uint64_t number, ErrorCode code) {
   forget();
   refused_ = number;
   owed_.push_back({FrameType::fileError, number, PlistDictionary{{"code", static_cast<int>(code)}}});
-  return true;
+  return nullptr;
 }
 
-bool FileReceiver::completeIfWhole() {
-  if (partial_->file->size() < partial_->size) return true;
+Objection FileReceiver::completeIfWhole() {
+  if (partial_->file->size() < partial_->size) return nullptr;
   store_.passes(CrashPoint::fileWhole);
   if (partial_->received.finish() != partial_->hash) {
     if (!partial_->fromBefore) return refuse(partial_->number, ErrorCode::deliveryFailed);
@@ -133,12 +137,12 @@ bool FileReceiver::completeIfWhole() {
     partial_->file = spool_->create(partial_->name);
     if (partial_->file == nullptr) return refuse(partial_->number, ErrorCode::insufficientSpace);
     owed_.push_back({FrameType::fileHave, partial_->number, PlistDictionary{{"offset", 0}}});
-    return true;
+    return nullptr;
   }
   return keepWhole();
 }
 
-bool FileReceiver::keepWhole() {
+Objection FileReceiver::keepWhole() {
   const bool synced = partial_->file->sync();
   if (synced) store_.passes(CrashPoint::fileSynced);
   const FileRow row{newSpoolName(), partial_->size, partial_->hash, partial_->metadata};
@@ -152,10 +156,10 @@ bool FileReceiver::keepWhole() {
   const Row rows[] = {{number, writeFileRow(row)}};
   const std::optional<std::uint64_t> id = store_.receive(Queue::files, rows);
   // The other end sends it again. The file stays until the sweep: a commit that failed may yet turn up.
-  if (!id) return false;
+  if (!id) return kCannotKeep;
   owed_.push_back({FrameType::fileDone, number, {}});
   deliver(*id, {store_.cursor().epoch.value_or(Epoch{}), number, false}, row);
-  return true;
+  return nullptr;
 }
 
 void FileReceiver::deliver(std::uint64_t id, Arrival arrival, const FileRow& row) {

@@ -19,12 +19,11 @@ class FileReceiver {
   /// Delivers what an earlier process received.
   void deliverReceived();
   bool fillAcknowledgements(FrameWriter& frames);
-  /// These are false when the connection cannot go on.
-  bool didReceiveBegin(const Frame& frame);
-  bool didReceiveData(const Frame& frame);
+  Objection didReceiveBegin(const Frame& frame);
+  Objection didReceiveData(const Frame& frame);
   void didReceiveCancel(const Frame& frame);
   /// The application has handled something: a file may come in that waited for room.
-  bool makeRoom();
+  Objection makeRoom();
   /// The other end numbers anew.
   void forget();
   void connectionDidClose();
@@ -48,10 +47,10 @@ class FileReceiver {
   };
   void open(const Epoch& epoch);
   /// The other end forgets it when it reads that; the cursor stays, so that until then it offers it again.
-  /// The connection goes on: true.
-  bool refuse(std::uint64_t number, ErrorCode code);
-  bool completeIfWhole();
-  bool keepWhole();
+  /// The connection goes on: null.
+  Objection refuse(std::uint64_t number, ErrorCode code);
+  Objection completeIfWhole();
+  Objection keepWhole();
   void deliver(std::uint64_t id, Arrival arrival, const FileRow& row);
 
   LinkStore& store_;

@@ -22,16 +22,9 @@ FileRow readFileRow(ByteView body) {
   const PlistDictionary values = readBody(body).value_or(PlistDictionary{});
   const PlistValue* name = values.find("name");
   const PlistValue* metadata = values.find("metadata");
-  const std::optional<Bytes32> hash = hashIn(values, "sha256");
+  const std::optional<Bytes32> hash = bytes32In(values, "sha256");
   if (name == nullptr || metadata == nullptr || metadata->dictionary() == nullptr || !hash) return {};
   return {std::string(name->string().value_or("")), numberIn(values, "size"), *hash, *metadata->dictionary()};
-}
-
-std::optional<Bytes32> hashIn(const PlistDictionary& body, std::string_view key) {
-  const ByteView bytes = bytesIn(body, key).value_or(ByteView{});
-  std::optional<Bytes32> hash;
-  if (bytes.size() == sizeof(Bytes32)) std::copy(bytes.begin(), bytes.end(), hash.emplace().begin());
-  return hash;
 }
 
 std::variant<FileRow, ErrorCode> copyIntoSpool(const std::string& path, Spool& spool, LinkStore& store) {

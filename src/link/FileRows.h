@@ -22,8 +22,6 @@ struct FileRow {
 Bytes writeFileRow(const FileRow& row);
 /// What makes no sense gives a row with no name.
 FileRow readFileRow(ByteView body);
-/// The 32 bytes of a hash under a key; nothing when there is something else.
-std::optional<Bytes32> hashIn(const PlistDictionary& body, std::string_view key);
 
 /// Copies a file into the spool, where it survives the power, and takes its hash. Gives errors 7009, 7013 and
 /// 7015, and leaves nothing behind then.

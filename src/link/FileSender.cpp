@@ -7,16 +7,16 @@ namespace tunevale::link {
 std::variant<std::uint64_t, ErrorCode> FileSender::queue(const std::string& path,
                                                          const PlistDictionary& metadata) {
   const MutexLock lock(queueMutex_);
-  if (queuedBytes_ > kMostQueuedFileBytes) return ErrorCode::insufficientSpace;
+  if (queuedBytes_ >= kMostQueuedFileBytes) return ErrorCode::insufficientSpace;
   std::variant<FileRow, ErrorCode> copied = copyIntoSpool(path, *spool_, store_);
   if (const ErrorCode* error = std::get_if<ErrorCode>(&copied)) return *error;
   FileRow& row = std::get<FileRow>(copied);
   row.metadata = metadata;
   // Counted first: the row may be sent and gone before append() returns here.
   queuedBytes_ += row.size;
-  if (const std::optional<std::uint64_t> number = store_.append(Queue::files, writeFileRow(row))) {
-    return *number;
-  }
+  const std::optional<std::uint64_t> number =
+      queuedBytes_ <= kMostQueuedFileBytes ? store_.append(Queue::files, writeFileRow(row)) : std::nullopt;
+  if (number) return *number;
   queuedBytes_ -= row.size;
   spool_->remove(row.name);
   return ErrorCode::insufficientSpace;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "foundation/Bytes.h"
 
@@ -47,6 +48,11 @@ inline constexpr std::uint8_t kCriticalFrame = 0x01;
 /// u32 body length, u8 type, u8 flags, u16 zero, u64 id; big-endian.
 inline constexpr std::size_t kFrameHeaderSize = 16;
 
+/// Why the connection cannot go on after a frame, for a log; null when it can.
+using Objection = const char*;
+inline constexpr Objection kCannotKeep = "it cannot be kept";
+inline constexpr Objection kBeforeGap = "no GAP has come before it";
+
 /// One frame; the body belongs to whoever lent it.
 struct Frame {
   FrameType type{};
@@ -54,6 +60,9 @@ struct Frame {
   std::uint64_t id = 0;
   ByteView body;
 };
+
+/// What a frame is, in words: "FILE_DATA 7".
+std::string nameOf(const Frame& frame);
 
 /// Appends a frame's bytes.
 void appendFrame(Bytes& out, const Frame& frame);

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <optional>
 
 #include "foundation/PlistDictionary.h"
 #include "foundation/PropertyList.h"
+#include "link/Crypto.h"
 #include "link/Frame.h"
 #include "link/LinkLimits.h"
 
@@ -44,10 +46,25 @@ inline std::uint64_t numberIn(const PlistDictionary& body, std::string_view key)
   return number > 0 ? static_cast<std::uint64_t>(number) : 0;
 }
 
+/// The same; nothing for everything else.
+inline std::optional<std::uint64_t> wholeNumberIn(const PlistDictionary& body, std::string_view key) {
+  const PlistValue* value = body.find(key);
+  const std::optional<std::int64_t> number = value != nullptr ? value->integer() : std::nullopt;
+  return number && *number >= 0 ? std::optional(static_cast<std::uint64_t>(*number)) : std::nullopt;
+}
+
 /// Nothing when there are no bytes under the key.
 inline std::optional<ByteView> bytesIn(const PlistDictionary& body, std::string_view key) {
   const PlistValue* value = body.find(key);
   return value != nullptr ? value->bytes() : std::nullopt;
+}
+
+/// A hash, a nonce or a proof; nothing when there is something else.
+inline std::optional<Bytes32> bytes32In(const PlistDictionary& body, std::string_view key) {
+  const ByteView bytes = bytesIn(body, key).value_or(ByteView{});
+  std::optional<Bytes32> result;
+  if (bytes.size() == sizeof(Bytes32)) std::copy(bytes.begin(), bytes.end(), result.emplace().begin());
+  return result;
 }
 
 /// Numbers of rows, versions and sizes stay far below what a property list's integers hold.

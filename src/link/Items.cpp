@@ -67,28 +67,28 @@ void Items::cancel(std::uint64_t number) {
   store_.remove(Queue::items, number, false);
 }
 
-bool Items::didReceiveItem(const Frame& frame) {
+Objection Items::didReceiveItem(const Frame& frame) {
   const Cursor cursor = store_.cursor();
-  if (!cursor.epoch) return false;
+  if (!cursor.epoch) return kBeforeGap;
   // Whoever sends an item has read the RESUME of this connection.
-  if (!store_.forgetRefusals(std::exchange(toldRefusals_, 0))) return false;
+  if (!store_.forgetRefusals(std::exchange(toldRefusals_, 0))) return kCannotKeep;
   if (frame.id < (unkept_.empty() ? cursor.nextItem : unkept_.back().number + 1)) {
     owesAck_ = true;
-    return true;
+    return nullptr;
   }
   const std::optional<PlistDictionary> userInfo = readBody(frame.body);
   if (!userInfo || frame.body.size() > kMostUserInfo) {
     const ErrorCode code = !userInfo ? ErrorCode::unsupportedTypes : ErrorCode::payloadTooLarge;
     const Cursor::Refusal refusal{frame.id, static_cast<int>(code)};
-    if (!keep() || !store_.refuseItem(refusal)) return false;
+    if (!keep() || !store_.refuseItem(refusal)) return kCannotKeep;
     refused_.push_back(refusal);
     owesAck_ = true;
-    return true;
+    return nullptr;
   }
   unkept_.push_back({frame.id, Bytes(frame.body.begin(), frame.body.end())});
   unkeptInfos_.push_back(*userInfo);
   if constexpr (kPlantedFault == PlantedFault::ackBeforeCommit) owesAck_ = true;
-  return unkept_.size() < kMostBatch || keep();
+  return unkept_.size() < kMostBatch || keep() ? nullptr : kCannotKeep;
 }
 
 bool Items::keep() {
@@ -131,9 +131,10 @@ void Items::didReceiveAck(const Frame& frame) {
   finishBelow(std::min(frame.id, nextToWrite_ - 1) + 1);
 }
 
-bool Items::didReceiveNak(const Frame& frame) {
+Objection Items::didReceiveNak(const Frame& frame) {
   const std::optional<PlistDictionary> body = readBody(frame.body);
-  return frame.id >= nextToWrite_ || finishRefused(frame.id, body ? numberIn(*body, "code") : 0);
+  const bool good = frame.id >= nextToWrite_ || finishRefused(frame.id, body ? numberIn(*body, "code") : 0);
+  return good ? nullptr : kCannotKeep;
 }
 
 bool Items::finishRefused(std::uint64_t number, std::uint64_t code) {

@@ -23,9 +23,8 @@ class Items {
   bool fill(FrameWriter& frames);
   bool fillAcknowledgements(FrameWriter& frames);
   void cancel(std::uint64_t number);
-  /// These are false when the connection cannot go on.
-  bool didReceiveItem(const Frame& frame);
-  bool didReceiveNak(const Frame& frame);
+  Objection didReceiveItem(const Frame& frame);
+  Objection didReceiveNak(const Frame& frame);
   /// Keeps what has come, in one step, and delivers it; only then is it acknowledged.
   bool keep();
   bool hasUnkept() const { return !unkept_.empty(); }

@@ -7,13 +7,16 @@ namespace tunevale::link {
 
 /// What one end takes from the other, and offers to it. All sizes in bytes: of data as they are, of
 /// dictionaries as writePropertyList() writes them, without what stands around them in a frame.
-inline constexpr std::size_t kMostMessage = 256 * 1024;       // a chart of 15 songs takes 40 KiB
 inline constexpr std::size_t kMostMessageData = 1024 * 1024;  // an archived chart of 300 songs
-inline constexpr std::size_t kMostUserInfo = 256 * 1024;      // queued in memory and on disk: as messages
-inline constexpr std::size_t kMostContext = 1024 * 1024;      // holds an archived chart too
-inline constexpr std::size_t kMostMetadata = 16 * 1024;       // a handful of names
-inline constexpr std::size_t kMostFile = 16 * 1024 * 1024;    // artwork is below 1 MiB; a photo fits
-inline constexpr std::size_t kFileChunk = 64 * 1024;          // a message waits behind at most one of these
+/// What came goes back in a request to play it: as a dictionary a chart is smaller than its archive, also
+/// with a key more in each song, and at most twice a user info.
+inline constexpr std::size_t kMostMessage = kMostMessageData;
+inline constexpr std::size_t kMostUserInfo =
+    256 * 1024;  // queued in memory and on disk; a chart of 15 songs takes 40 KiB
+inline constexpr std::size_t kMostContext = 1024 * 1024;    // holds an archived chart too
+inline constexpr std::size_t kMostMetadata = 16 * 1024;     // a handful of names
+inline constexpr std::size_t kMostFile = 16 * 1024 * 1024;  // artwork is below 1 MiB; a photo fits
+inline constexpr std::size_t kFileChunk = 64 * 1024;        // a message waits behind at most one of these
 /// What may stand around a payload in its frame, and with it the largest frame.
 inline constexpr std::size_t kBodyKeys = 4096;
 inline constexpr std::size_t kMostFrameBody = kMostMessageData + kBodyKeys;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <deque>
 #include <memory>
 
@@ -18,29 +19,37 @@ class Mailbox : public std::enable_shared_from_this<Mailbox> {
 
   /// Runs a block on the strand with the session. Any thread.
   void post(std::function<void(SessionCore&)> block) {
-    const MutexLock lock(mutex_);  // as long as it is held, the session, and with it the strand, stays
-    if (strand_ == nullptr) return;
-    waiting_.push_back(std::move(block));
-    strand_->post([self = shared_from_this()] { self->runNext(); });
+    Strand* strand = nullptr;
+    {
+      const MutexLock lock(mutex_);
+      if (strand_ == nullptr) return;
+      strand = strand_;
+      waiting_.push_back(std::move(block));
+      posting_.fetch_add(1);  // from here on close() waits, and the strand stays
+    }
+    strand->post([self = shared_from_this()] { self->runNext(); });
+    if (posting_.fetch_sub(1) == 1) posting_.notify_all();
   }
 
   /// The session begins and ends here. On the strand, or while it does not run.
   void open(SessionCore& core) { core_ = &core; }
   void close() {
-    while (runNext()) {
+    while (runNext(true)) {
     }
+    for (int posting = posting_.load(); posting != 0; posting = posting_.load()) posting_.wait(posting);
     core_ = nullptr;
-    const MutexLock lock(mutex_);
-    strand_ = nullptr;
-    waiting_.clear();
   }
 
  private:
-  bool runNext() {
+  /// False when nothing waits; when that is `last`, nothing is taken any more.
+  bool runNext(bool last = false) {
     std::function<void(SessionCore&)> block;
     {
       const MutexLock lock(mutex_);
-      if (waiting_.empty()) return false;
+      if (waiting_.empty()) {
+        if (last) strand_ = nullptr;
+        return false;
+      }
       block = std::move(waiting_.front());
       waiting_.pop_front();
     }
@@ -49,6 +58,7 @@ class Mailbox : public std::enable_shared_from_this<Mailbox> {
   }
 
   SessionCore* core_ = nullptr;
+  std::atomic<int> posting_ = 0;  // calls of post() that are with the strand
   Mutex mutex_;
   Strand* strand_ GUARDED_BY(mutex_);
   std::deque<std::function<void(SessionCore&)>> waiting_ GUARDED_BY(mutex_);

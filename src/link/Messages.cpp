@@ -41,7 +41,9 @@ class ReplyToken {
   std::atomic<bool> answered_ = false;
 };
 
+/// A payload by itself, or the frame's body that it is in: a few objects more may widen all references.
 bool isTooLarge(const PlistValue& payload, std::size_t body) {
+  if (body > kMostFrameBody) return true;
   if (const PlistDictionary* dictionary = payload.dictionary())
     return isLargerThan(kMostMessage, *dictionary, body);
   return payload.bytes().value_or(ByteView{}).size() > kMostMessageData;
@@ -86,19 +88,25 @@ bool Messages::fill(FrameWriter& frames) {
     return true;
   }
   const Time now = strand_.now();
-  auto next = waiting_.lower_bound(nextToWrite_);
-  while (next != waiting_.end() && next->second.deadline <= now) {
-    finish(next, ErrorCode::replyTimedOut);
-    next = waiting_.lower_bound(nextToWrite_);
+  for (auto next = waiting_.lower_bound(nextToWrite_); next != waiting_.end();
+       next = waiting_.lower_bound(nextToWrite_)) {
+    nextToWrite_ = next->first + 1;
+    if (next->second.deadline <= now) {
+      finish(next, ErrorCode::replyTimedOut);
+      continue;
+    }
+    const PlistValue payload = std::exchange(next->second.payload, {});
+    const std::optional<Bytes> body = writeWholePropertyList(
+        PlistDictionary{{next->second.isData ? "data" : "message", payload},
+                        {"ttl", ceil<milliseconds>(next->second.deadline - now).count()},
+                        {"sent", floor<milliseconds>(now - introduced_).count()}});
+    if (body && !isTooLarge(payload, body->size())) {
+      frames.add(FrameType::message, next->first, *body);
+      return true;
+    }
+    finish(next, body ? ErrorCode::payloadTooLarge : ErrorCode::unsupportedTypes);
   }
-  if (next == waiting_.end()) return false;
-  OutgoingMessage& message = next->second;
-  frames.add(FrameType::message, next->first,
-             PlistDictionary{{message.isData ? "data" : "message", std::exchange(message.payload, {})},
-                             {"ttl", ceil<milliseconds>(message.deadline - now).count()},
-                             {"sent", floor<milliseconds>(now - introduced_).count()}});
-  nextToWrite_ = next->first + 1;
-  return true;
+  return false;
 }
 
 void Messages::answer(std::uint64_t connection, std::uint64_t id,
@@ -143,7 +151,10 @@ void Messages::didReceiveMessage(const Frame& frame) {
   const PlistValue* data = body ? body->find("data") : nullptr;
   const PlistDictionary* dictionary = message != nullptr ? message->dictionary() : nullptr;
   const std::optional<ByteView> bytes = data != nullptr ? data->bytes() : std::nullopt;
-  if (dictionary == nullptr && !bytes) {
+  const auto isWhole = [&](const char* key) {
+    return body->find(key) == nullptr || wholeNumberIn(*body, key);
+  };
+  if ((dictionary == nullptr && !bytes) || !isWhole("ttl") || !isWhole("sent")) {
     refuse(frame.id, ErrorCode::unsupportedTypes);
     return;
   }

@@ -1,6 +1,5 @@
 #include "link/PairingExchange.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "link/FrameWriter.h"
@@ -10,15 +9,8 @@ namespace {
 
 constexpr std::size_t kMostReason = 200;
 
-/// The bytes under a key, when they are 32.
-std::optional<Bytes32> bytes32In(const Frame& frame, const char* key) {
-  const std::optional<PlistDictionary> body = readBody(frame.body);
-  const PlistValue* value = body ? body->find(key) : nullptr;
-  const std::optional<ByteView> bytes = value != nullptr ? value->bytes() : std::nullopt;
-  Bytes32 result{};
-  if (!bytes || bytes->size() != result.size()) return std::nullopt;
-  std::copy(bytes->begin(), bytes->end(), result.begin());
-  return result;
+std::optional<Bytes32> bytes32Of(const Frame& frame, const char* key) {
+  return bytes32In(readBody(frame.body).value_or(PlistDictionary{}), key);
 }
 
 /// A stranger's words as they may stand in a terminal.
@@ -128,7 +120,7 @@ void PairingExchange::take(const Frame& frame) {
 }
 
 void PairingExchange::takeCommit(const Frame& frame) {
-  const std::optional<Bytes32> commitment = bytes32In(frame, "commit");
+  const std::optional<Bytes32> commitment = bytes32Of(frame, "commit");
   if (!commitment) return cancel("a commitment is 32 bytes");
   if (const auto objection = owner_.objectionToAttempt(*this, false)) return cancel(*objection);
   commitment_ = *commitment;
@@ -138,7 +130,7 @@ void PairingExchange::takeCommit(const Frame& frame) {
 }
 
 void PairingExchange::takeNonce(const Frame& frame) {
-  const std::optional<Bytes32> nonce = bytes32In(frame, "nonce");
+  const std::optional<Bytes32> nonce = bytes32Of(frame, "nonce");
   if (!nonce) return cancel("a nonce is 32 bytes");
   watchNonce_ = *nonce;
   send(FrameType::pairReveal, "nonce", ByteView(phoneNonce_));
@@ -146,7 +138,7 @@ void PairingExchange::takeNonce(const Frame& frame) {
 }
 
 void PairingExchange::takeReveal(const Frame& frame) {
-  const std::optional<Bytes32> nonce = bytes32In(frame, "nonce");
+  const std::optional<Bytes32> nonce = bytes32Of(frame, "nonce");
   if (!nonce || !equalInConstantTime(pairingCommitment(channel_, *nonce), commitment_)) {
     return cancel("the commitment does not hold");
   }
@@ -161,7 +153,7 @@ void PairingExchange::startComparing() {
 
 void PairingExchange::takeProof(const Frame& frame) {
   const Role other = options_.role == Role::watch ? Role::phone : Role::watch;
-  const std::optional<Bytes32> proof = bytes32In(frame, "proof");
+  const std::optional<Bytes32> proof = bytes32Of(frame, "proof");
   if (!proof || !equalInConstantTime(*proof, confirmationProof(channel_, other, watchNonce_, phoneNonce_))) {
     return cancel("the proof does not hold");
   }
@@ -175,7 +167,7 @@ void PairingExchange::takeToken(const Frame& frame) {
   if (isWatch) {
     if (const auto objection = owner_.objectionToAttempt(*this, true)) return cancel(*objection);
   }
-  const std::optional<Bytes32> proof = bytes32In(frame, "proof");
+  const std::optional<Bytes32> proof = bytes32Of(frame, "proof");
   const auto isProved = [&](const PairingToken& token) {
     const Role other = isWatch ? Role::phone : Role::watch;
     if (!proof || !equalInConstantTime(*proof, tokenProof(channel_, other, token))) return false;
@@ -221,7 +213,8 @@ void PairingExchange::flush() {
 
 void PairingExchange::end(PairingOutcome outcome, const std::string& reason) {
   if (phase_ == Phase::over) return;
-  flush();
+  // Behind what is still being written, too.
+  if (!outgoing_.empty()) stream_.stream->write(std::exchange(outgoing_, {}));
   phase_ = Phase::over;
   timer_.reset();
   stream_.stream->close();

@@ -13,11 +13,11 @@ std::variant<Bytes, ErrorCode> encoded(const PlistDictionary& payload, std::size
   return *std::move(body);
 }
 
-/// Why a payload cannot go inside another dictionary: in a message, or beside a file.
-std::optional<ErrorCode> objectionTo(const PlistDictionary& payload, std::size_t most) {
-  const std::optional<Bytes> body = writeWholePropertyList(PlistDictionary{{"p", payload}});
+/// Why a dictionary cannot go beside a file.
+std::optional<ErrorCode> objectionTo(const PlistDictionary& metadata) {
+  const std::optional<Bytes> body = writeWholePropertyList(PlistDictionary{{"p", metadata}});
   if (!body) return ErrorCode::unsupportedTypes;
-  if (isLargerThan(most, payload, body->size())) return ErrorCode::payloadTooLarge;
+  if (isLargerThan(kMostMetadata, metadata, body->size())) return ErrorCode::payloadTooLarge;
   return std::nullopt;
 }
 
@@ -50,7 +50,7 @@ void Session::sendMessage(const PlistDictionary& message, ReplyHandler reply, Er
   out.payload = message;
   out.reply = std::move(reply);
   out.error = std::move(error);
-  send(std::move(out), objectionTo(message, kMostMessage));
+  send(std::move(out));
 }
 
 void Session::sendMessageData(ByteView data, DataReplyHandler reply, ErrorHandler error) {
@@ -59,19 +59,13 @@ void Session::sendMessageData(ByteView data, DataReplyHandler reply, ErrorHandle
   out.isData = true;
   out.dataReply = std::move(reply);
   out.error = std::move(error);
-  send(std::move(out),
-       data.size() > kMostMessageData ? std::optional(ErrorCode::payloadTooLarge) : std::nullopt);
+  send(std::move(out));
 }
 
-void Session::send(OutgoingMessage message, std::optional<ErrorCode> objection) {
+void Session::send(OutgoingMessage message) {
   message.deadline = core_->replyDeadline();
-  mailbox_->post([message = std::move(message), objection](SessionCore& core) mutable {
-    if (objection) {
-      core.fail(std::move(message), *objection);
-    } else {
-      core.send(std::move(message));
-    }
-  });
+  mailbox_->post(
+      [message = std::move(message)](SessionCore& core) mutable { core.send(std::move(message)); });
 }
 
 Session::Transfer Session::transferUserInfo(const PlistDictionary& userInfo) {
@@ -87,7 +81,7 @@ Session::Transfer Session::transferUserInfo(const PlistDictionary& userInfo) {
 Session::Transfer Session::transferFile(const std::string& path, const PlistDictionary& metadata) {
   if (!isActivated()) return makeError(ErrorCode::notActivated);
   if (path.empty()) return makeError(ErrorCode::invalidParameter);
-  if (const std::optional<ErrorCode> error = objectionTo(metadata, kMostMetadata)) return makeError(*error);
+  if (const std::optional<ErrorCode> error = objectionTo(metadata)) return makeError(*error);
   const std::variant<std::uint64_t, ErrorCode> queued = core_->files().queue(path, metadata);
   if (const ErrorCode* error = std::get_if<ErrorCode>(&queued)) return makeError(*error);
   wake();

@@ -51,7 +51,8 @@ class Session {
   ~Session();
 
   /// Begins to take connections. Its completion comes to the delegate before anything else does: once the
-  /// other end is there, or after `timing.activation`. Once.
+  /// other end is there, or after `timing.activation`. Once for each pairing, with whose end it ends: until
+  /// the next call the session is as it was before the first.
   void activate();
   bool isActivated() const;
   LinkState state() const;
@@ -79,8 +80,8 @@ class Session {
   using Closed = std::function<void(const std::string& reason, Duration openFor)>;
   void adopt(std::unique_ptr<Stream> stream, bool opener, Closed closed = {});
   /// Ends the pairing on this end, at once and for good, and on the other where it can be reached: pin,
-  /// queues and cursors go. The connection closes within a second. Error 7015 when it cannot be written: then
-  /// nothing has changed. Any thread.
+  /// queues, cursors and the activation go. The connection closes within a second. Error 7015 when it cannot
+  /// be written: then nothing has changed. Any thread.
   std::optional<Error> unpair();
   /// The store has paired with another end, in the place of the one before where `former` says so: that
   /// pairing ends here, and on that end where it can be reached. In the same turn of the strand.
@@ -89,7 +90,7 @@ class Session {
   void disconnect(const std::string& reason);
 
  private:
-  void send(OutgoingMessage message, std::optional<ErrorCode> objection);
+  void send(OutgoingMessage message);
   void wake();
 
   Mutex contextMutex_;  // between comparing a context and keeping it

@@ -9,7 +9,7 @@ namespace tunevale::link {
 namespace {
 
 constexpr std::int64_t kVersion = 1;
-constexpr const char* kCannotKeep = "what comes cannot be kept";
+constexpr const char* kCannotKeepMore = "what has come cannot be kept";
 
 const char* name(Role role) {
   return role == Role::watch ? "watch" : "phone";
@@ -41,19 +41,29 @@ SessionCore::~SessionCore() {
 }
 
 bool SessionCore::activate() {
-  return !activated_.exchange(true);
+  const Epoch epoch = store_.epoch();
+  const MutexLock lock(activationMutex_);
+  return std::exchange(activatedIn_, epoch) != epoch;
+}
+
+bool SessionCore::isActivated() const {
+  const Epoch epoch = store_.epoch();
+  const MutexLock lock(activationMutex_);
+  return activatedIn_ == epoch;
 }
 
 void SessionCore::beginActivation() {
   if (options_.timing.activation.count() == 0) {
     completeActivation();
-  } else if (!activationIsComplete_) {
+  } else if (completedIn_ != store_.epoch()) {
     activationTimer_ = strand_.after(options_.timing.activation, [this] { completeActivation(); });
   }
 }
 
 void SessionCore::completeActivation() {
-  if (std::exchange(activationIsComplete_, true)) return;
+  const Epoch epoch = store_.epoch();
+  if (completedIn_ == epoch || !isActivated()) return;
+  completedIn_ = epoch;
   activationTimer_.reset();
   delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidActivate(); });
   contexts_.deliverReceived();
@@ -65,7 +75,7 @@ void SessionCore::completeActivation() {
 }
 
 void SessionCore::send(OutgoingMessage message) {
-  if (!activated_) {
+  if (!isActivated()) {
     messages_.fail(std::move(message), ErrorCode::notActivated);
   } else if (!state_.reachable) {
     messages_.fail(std::move(message), ErrorCode::notReachable);
@@ -92,7 +102,7 @@ void SessionCore::sendState() {
 }
 
 void SessionCore::adopt(std::unique_ptr<Stream> stream, bool opener, Session::Closed closed) {
-  if (!activated_) {
+  if (!isActivated()) {
     stream->close();
     if (closed) closed("the session is not activated", {});
     return;
@@ -131,7 +141,7 @@ void SessionCore::payloadWasHandled(const Delivery::Weight& weight) {
   delivery_.handled(weight);
   if (weight.isKept) keepLater();
   if (weight.fileBytes > 0) {
-    if (!fileReceiver_.makeRoom() && current_ != nullptr) current_->close(kCannotKeep);
+    if (fileReceiver_.makeRoom() != nullptr && current_ != nullptr) current_->close(kCannotKeepMore);
     wake();
   }
   pauseOrGoOn();
@@ -143,7 +153,7 @@ void SessionCore::keepLater() {
 
 void SessionCore::keep() {
   keepTimer_.reset();
-  if (!items_.keep() && current_ != nullptr) current_->close(kCannotKeep);
+  if (!items_.keep() && current_ != nullptr) current_->close(kCannotKeepMore);
   store_.flush();
   wake();
 }
@@ -164,7 +174,10 @@ void SessionCore::didUnpair(const LinkStore::Unsent& unsent, bool tellPeer) {
   items_.forgetAll(unsent.items, ErrorCode::notPaired);
   fileReceiver_.forget();
   fileSender_.forgetAll(unsent.files, ErrorCode::notPaired);
-  state_.needsUnlock = false;
+  store_.setPeerLocked(false);  // what it said since is not the next one's
+  peerResumed_ = false;
+  peerActive_ = false;
+  state_ = {};
   report();
   delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidUnpair(); });
 }
@@ -174,7 +187,7 @@ void SessionCore::takeUnpair() {
   if (const std::optional<LinkStore::Unsent> unsent = store_.unpair()) {
     didUnpair(*unsent, false);
   } else {
-    current_->close(kCannotKeep);
+    current_->close(kCannotKeepMore);
   }
 }
 
@@ -217,11 +230,9 @@ void SessionCore::connectionDidOpen(Connection& connection, const PlistDictionar
 
 void SessionCore::connectionDidReceive(Connection& connection, const Frame& frame) {
   if (&connection != current_) return;
-  const bool belongs = take(frame);
-  if (store_.takeReadFailure() || !belongs) {
-    connection.close("a frame that does not belong here, or cannot be kept");
-    return;
-  }
+  Objection objection = take(frame);
+  if (store_.takeReadFailure()) objection = kCannotKeep;
+  if (objection != nullptr) return connection.close(nameOf(frame) + ": " + objection);
   if (items_.hasUnkept()) keepLater();
   wake();
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <list>
 
 #include "link/Connection.h"
@@ -22,7 +21,7 @@ class SessionCore : public ConnectionOwner {
   ~SessionCore() override;
 
   bool activate();                                            // any thread; false when it was
-  bool isActivated() const { return activated_; }             // any thread
+  bool isActivated() const;                                   // any thread
   LinkState state() const { return report_.current(); }       // any thread
   LinkStore& store() { return store_; }                       // any thread
   const SessionOptions& options() const { return options_; }  // any thread
@@ -30,11 +29,10 @@ class SessionCore : public ConnectionOwner {
   /// Until when a message that is sent now is worth something to its sender. Any thread.
   Time replyDeadline() const { return strand_.now() + options_.timing.reply; }
 
-  /// After activate(), once: tells the delegate when the other end is there, or when it has been waited for,
+  /// After activate(): tells the delegate when the other end is there, or when it has been waited for,
   /// and then gives it what an earlier process left.
   void beginActivation();
   void send(OutgoingMessage message);
-  void fail(OutgoingMessage message, ErrorCode code) { messages_.fail(std::move(message), code); }
   Messages& messages() { return messages_; }
   Items& items() { return items_; }
   FileSender& files() { return fileSender_; }  // queue(): any thread
@@ -57,11 +55,11 @@ class SessionCore : public ConnectionOwner {
   void connectionDidClose(Connection& connection, const std::string& reason) override;
 
   void completeActivation();
-  bool take(const Frame& frame);
-  bool takeQueueFrame(const Frame& frame);
-  bool takeState(const Frame& frame);
-  bool takeResume(const Frame& frame);
-  bool takeGap(const Frame& frame);
+  Objection take(const Frame& frame);
+  Objection takeQueueFrame(const Frame& frame);
+  Objection takeState(const Frame& frame);
+  Objection takeResume(const Frame& frame);
+  Objection takeGap(const Frame& frame);
   void sendState();
   void takeUnpair();
   /// Keeps what has come when the reading of this turn is over, and notes what has been handled.
@@ -82,8 +80,10 @@ class SessionCore : public ConnectionOwner {
   FileReceiver fileReceiver_;
   StateReport report_;
   std::string run_;
-  std::atomic<bool> activated_ = false;
-  bool activationIsComplete_ = false;
+  // Both for as long as the pairing of that moment lasts: its end is a new epoch.
+  mutable Mutex activationMutex_;
+  std::optional<Epoch> activatedIn_ GUARDED_BY(activationMutex_);
+  std::optional<Epoch> completedIn_;
   std::unique_ptr<Timer> activationTimer_;
   std::unique_ptr<Timer> keepTimer_;
 

@@ -9,9 +9,19 @@ namespace {
 // Numbers of rows and versions: more than anyone counts to, and free of overflow.
 constexpr std::uint64_t kMostNumber = std::uint64_t{1} << 62;
 
+bool isAfterResume(FrameType type) {
+  return type >= FrameType::message && type <= FrameType::fileCancel && type != FrameType::resume;
+}
+
+/// As an unknown frame: skipped, unless it is critical.
+Objection unknown(const Frame& frame) {
+  return (frame.flags & kCriticalFrame) == 0 ? nullptr : "it is not known, and critical";
+}
+
 }  // namespace
 
-bool SessionCore::take(const Frame& frame) {
+Objection SessionCore::take(const Frame& frame) {
+  if (!peerResumed_ && isAfterResume(frame.type)) return "it comes before RESUME";
   // Before anything that reaches the delegate. Whoever hears of it finds the other end, once this turn is
   // over.
   if (frame.type != FrameType::state) completeActivation();
@@ -22,71 +32,70 @@ bool SessionCore::take(const Frame& frame) {
       return takeResume(frame);
     case FrameType::message:
       messages_.didReceiveMessage(frame);
-      return true;
+      return nullptr;
     case FrameType::reply:
       messages_.didReceiveReply(frame);
-      return true;
+      return nullptr;
     case FrameType::messageError:
       messages_.didReceiveError(frame);
-      return true;
+      return nullptr;
     case FrameType::gap:
       return takeGap(frame);
     case FrameType::unpair:
       takeUnpair();
-      return true;
+      return nullptr;
     default:
       return takeQueueFrame(frame);
   }
 }
 
-bool SessionCore::takeQueueFrame(const Frame& frame) {
-  // As an unknown frame: skipped, unless it is critical.
-  if (frame.id > kMostNumber) return (frame.flags & kCriticalFrame) == 0;
+Objection SessionCore::takeQueueFrame(const Frame& frame) {
+  if (frame.id > kMostNumber) return unknown(frame);
   switch (frame.type) {
     case FrameType::item:
       return items_.didReceiveItem(frame);
     case FrameType::ack:
       items_.didReceiveAck(frame);
-      return true;
+      return nullptr;
     case FrameType::nak:
       return items_.didReceiveNak(frame);
     case FrameType::context:
       return contexts_.didReceiveContext(frame);
     case FrameType::contextAck:
       contexts_.didReceiveAck(frame);
-      return true;
+      return nullptr;
     case FrameType::fileBegin:
       return fileReceiver_.didReceiveBegin(frame);
     case FrameType::fileData:
       return fileReceiver_.didReceiveData(frame);
     case FrameType::fileCancel:
       fileReceiver_.didReceiveCancel(frame);
-      return true;
+      return nullptr;
     case FrameType::fileHave:
       fileSender_.didReceiveHave(frame);
-      return true;
+      return nullptr;
     case FrameType::fileDone:
       fileSender_.didReceiveDone(frame);
-      return true;
+      return nullptr;
     case FrameType::fileError:
       fileSender_.didReceiveError(frame);
-      return true;
+      return nullptr;
     default:
-      return (frame.flags & kCriticalFrame) == 0;
+      return unknown(frame);
   }
 }
 
-bool SessionCore::takeState(const Frame& frame) {
+Objection SessionCore::takeState(const Frame& frame) {
   const std::optional<PlistDictionary> body = readBody(frame.body);
   const PlistValue* active = body ? body->find("active") : nullptr;
   const PlistValue* locked = body ? body->find("locked") : nullptr;
   peerActive_ = active != nullptr && active->boolean().value_or(false);
   state_.needsUnlock = locked != nullptr && locked->boolean().value_or(false);
   report();
-  return store_.setPeerLocked(state_.needsUnlock);
+  return store_.setPeerLocked(state_.needsUnlock) ? nullptr : kCannotKeep;
 }
 
-bool SessionCore::takeResume(const Frame& frame) {
+Objection SessionCore::takeResume(const Frame& frame) {
   const PlistDictionary body = readBody(frame.body).value_or(PlistDictionary{});
   const std::optional<ByteView> epoch = bytesIn(body, "epoch");
   const Epoch own = store_.epoch();
@@ -104,22 +113,22 @@ bool SessionCore::takeResume(const Frame& frame) {
     };
     item = firstOf(Queue::items);
     file = firstOf(Queue::files);
-    if (store_.takeReadFailure()) return false;  // no row is no proof that the other end has it
+    if (store_.takeReadFailure()) return kCannotKeep;  // no row is no proof that the other end has it
     current_->sendFirst(
         FrameType::gap,
         PlistDictionary{{"epoch", ByteView(own)}, {"item", asNumber(item)}, {"file", asNumber(file)}});
   }
-  if (!items_.resume(item, known ? body : PlistDictionary{})) return false;
+  if (!items_.resume(item, known ? body : PlistDictionary{})) return kCannotKeep;
   fileSender_.resume(file);
   contexts_.resume(known ? numberIn(body, "context") : 0);
   if (lost) delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidResetQueues(); });
   maySend_ = store_.setSending(true);
   peerResumed_ = true;
   report();
-  return true;
+  return nullptr;
 }
 
-bool SessionCore::takeGap(const Frame& frame) {
+Objection SessionCore::takeGap(const Frame& frame) {
   const PlistDictionary body = readBody(frame.body).value_or(PlistDictionary{});
   const std::optional<ByteView> epoch = bytesIn(body, "epoch");
   Cursor cursor;
@@ -128,15 +137,15 @@ bool SessionCore::takeGap(const Frame& frame) {
   cursor.nextFile = numberIn(body, "file");
   if (!epoch || epoch->size() != cursor.epoch->size() || cursor.nextItem == 0 ||
       cursor.nextItem > kMostNumber || cursor.nextFile == 0 || cursor.nextFile > kMostNumber) {
-    return false;
+    return "it lacks an epoch or a number";
   }
   std::copy(epoch->begin(), epoch->end(), cursor.epoch->begin());
   const bool isFirst = !store_.cursor().epoch;
   // What has come of the numbering before is kept under it.
-  if (!items_.keep() || !store_.restart(cursor)) return false;
+  if (!items_.keep() || !store_.restart(cursor)) return kCannotKeep;
   fileReceiver_.forget();
   if (!isFirst) delivery_.tell([](SessionDelegate& delegate) { delegate.sessionDidResetQueues(); });
-  return true;
+  return nullptr;
 }
 
 }  // namespace tunevale::link

@@ -23,7 +23,7 @@ class Stream {
   virtual ~Stream() = default;  // closes
   /// Begins to read. Once, before the rest.
   virtual void start(StreamReceiver& receiver) = 0;
-  /// One write at a time.
+  /// One write at a time; but a last one, before close(), may follow another that is not done.
   virtual void write(Bytes bytes) = 0;
   /// Whether to go on reading. What was read already may still arrive.
   virtual void setReading(bool reading) = 0;

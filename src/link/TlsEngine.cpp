@@ -81,6 +81,17 @@ struct TlsEngine::Callbacks {
     return SSL_TLSEXT_ERR_OK;
   }
 
+  /// A client that names no application protocol is told so, before anybody looks at its key.
+  static int greet(SSL* ssl, int* alert, void*) {
+    const unsigned char* list = nullptr;
+    std::size_t size = 0;
+    constexpr unsigned kAlpn = TLSEXT_TYPE_application_layer_protocol_negotiation;
+    if (SSL_client_hello_get0_ext(ssl, kAlpn, &list, &size) == 1) return SSL_CLIENT_HELLO_SUCCESS;
+    engineOf(ssl).refusal_ = {Refusal::notSecure, {}, "no secure connection: no application protocol"};
+    *alert = SSL_AD_NO_APPLICATION_PROTOCOL;
+    return SSL_CLIENT_HELLO_ERROR;
+  }
+
   /// In the place of a chain's verification: the one certificate's key is all that counts, its dates and
   /// names are not.
   static int verify(X509_STORE_CTX* store, void*) {
@@ -140,6 +151,7 @@ TlsEngine::TlsEngine(SSL_CTX& context, TlsRules rules) : rules_(std::move(rules)
   SSL_set_app_data(ssl_.get(), this);
   SSL_CTX_set_cert_verify_callback(&context, Callbacks::verify, nullptr);
   if (rules_.side == TlsSide::server) {
+    SSL_CTX_set_client_hello_cb(&context, Callbacks::greet, nullptr);
     SSL_CTX_set_alpn_select_cb(&context, Callbacks::choose, nullptr);
     SSL_set_accept_state(ssl_.get());
   } else {

@@ -65,6 +65,7 @@ bool PairingClerk::pin(const link::KeyHash& watch, const link::Endpoint& at) {
   if (!former) return false;
   if (former->wasPaired) connector_.reset();  // it looks for the former watch
   parts_.session.pinDidChange(*former);
+  parts_.session.activate();
   setEndpoint(at);
   return true;
 }
@@ -90,6 +91,7 @@ void PairingClerk::watchDidConnect() {
 
 void PairingClerk::watchDidUnpair() {
   if (parts_.store.pin()) return;  // it was the watch before this one
+  parts_.session.activate();       // what is queued from here on is for the next one
   connector_.reset();              // the connection that there is has its goodbye still to say
   status_ = {};
   trouble_ = Trouble::none;

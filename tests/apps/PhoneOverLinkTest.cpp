@@ -176,7 +176,7 @@ TEST_F(PhoneOverLink, PairsWhenBothPeopleSayYesToTheSameCode) {
   ASSERT_GE(views.await("2 alone"), 1U);
   const std::string code = session->pairing().view().status.code;
   EXPECT_EQ(observer->notes.await(asked + code + '"'), 1U) << "both show the same";
-  session->pairing().answer("000000" == code ? "000001" : "000000", true);
+  session->pairing().answer("000000" == code ? "000001" : "000000", false);  // not what the person saw
   session->pairing().answer(code, true);
   EXPECT_GE(views.await("3 alone"), 1U) << "one yes is not enough";
   EXPECT_EQ(changes.await("reachable", 0), 0U);
@@ -190,8 +190,14 @@ TEST_F(PhoneOverLink, PairsWhenBothPeopleSayYesToTheSameCode) {
   EXPECT_EQ(happened.await(R"({"at":0,"event":"unpaired"})"), 1U);
   EXPECT_EQ(observer->notes.await(R"({"event":"pairing","watch":null,"step":"closed")"), 1U)
       << "the phone was told";
-  EXPECT_EQ(ask("Hello"), "7007");
+  EXPECT_EQ(session->activationState(), ActivationState::notActivated) << "as before a phone was paired";
+  EXPECT_EQ(ask("Hello"), "7004");
   EXPECT_EQ(phone->watch(), std::nullopt);
+  command(R"({"do":"pair","address":")" + session->pairing().open(false, true) + R"("})");
+  EXPECT_EQ(heard.await("activation 2", 2), 2U);
+  EXPECT_GE(changes.await("reachable", 2), 2U);
+  EXPECT_EQ(session->activationState(), ActivationState::activated);
+  EXPECT_EQ(ask("playMedia"), "success");
 }
 
 TEST_F(PhoneOverLink, AnotherKeyIsAnAlarmAndAnotherPairingTakesThePlace) {

@@ -36,26 +36,6 @@ TEST_F(MessagesTest, FailAtOnceWhenTheyCannotGo) {
   EXPECT_EQ(fresh.outcomes, Lines{"7004"});
 }
 
-TEST_F(MessagesTest, TooLargeAreRefusedAndTheLargestArrive) {
-  world.connectAndRun();
-  std::vector<int> errors;
-  const auto failed = [&](const Error& error) { errors.push_back(static_cast<int>(error.code)); };
-  const PlistDictionary large{{"b", Bytes(kMostMessage)}};
-  world.phone.ear.onData = [](ByteView, const auto& reply) { reply({}); };
-  world.watch.session->sendMessageData(Bytes(kMostMessageData), {}, failed);
-  world.strand.run();
-  EXPECT_EQ(errors, std::vector<int>{});
-  world.watch.session->sendMessageData(Bytes(kMostMessageData + 1), {}, failed);
-  world.watch.session->sendMessage(large, {}, failed);
-  world.strand.run();
-  EXPECT_EQ(errors, (std::vector<int>{7009, 7009}));
-  world.phone.ear.onMessage = [&](const auto&, const auto& reply) { reply(large); };
-  world.watch.send(1);
-  world.strand.run();
-  EXPECT_EQ(world.phone.ear.heard, (Lines{"activated", "data 1048576", "message 1"}));
-  EXPECT_EQ(world.watch.outcomes, Lines{"7009"}) << "a reply that is too large fails its message";
-}
-
 TEST_F(MessagesTest, BehindAWriteThatNeverEndsHaveNotLeft) {
   Wire& wire = world.connect({.delay = 1s});
   world.strand.advance(20s);
@@ -79,8 +59,8 @@ TEST_F(MessagesTest, SayHowMuchOfTheirTimeIsLeft) {
   world.strand.advance(4s);
   peer.setReading(true);
   world.strand.run();
-  EXPECT_EQ(Ear::text(peer.last(FrameType::message)->body, "sent"), "7000");
-  EXPECT_EQ(Ear::text(peer.last(FrameType::message)->body, "ttl"), "6000");
+  EXPECT_EQ(Ear::text(peer.last(FrameType::message).body, "sent"), "7000");
+  EXPECT_EQ(Ear::text(peer.last(FrameType::message).body, "ttl"), "6000");
   world.watch.ear.onMessage = [](const auto& message, const auto& reply) { reply(message); };
   for (const std::int64_t sent : {3998, 7000, 3990}) {  // ms: in time but for the clocks, now, and too late
     peer.send(FrameType::message, static_cast<std::uint64_t>(sent),
@@ -88,7 +68,16 @@ TEST_F(MessagesTest, SayHowMuchOfTheirTimeIsLeft) {
   }
   world.strand.run();
   EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "message 3998", "message 7000"}));
-  EXPECT_EQ(Ear::text(peer.last(FrameType::messageError)->body, "code"), "7012");
+  EXPECT_EQ(peer.refusal(FrameType::messageError), "3990 7012");
+  for (const char* key : {"ttl", "sent"}) {  // times that are no whole numbers
+    for (const PlistValue& wrong : {PlistValue("9000"), PlistValue(9000.5), PlistValue(-1)}) {
+      peer.frames.clear();
+      peer.send(FrameType::message, 8000, PlistDictionary{{"message", PlistDictionary{}}, {key, wrong}});
+      world.strand.run();
+      EXPECT_EQ(peer.refusal(FrameType::messageError), "8000 7010") << key;
+    }
+  }
+  EXPECT_EQ(world.watch.ear.heard.size(), 3U);
 }
 
 TEST_F(MessagesTest, OfAnEndThatGoesFail) {

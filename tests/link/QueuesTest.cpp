@@ -44,15 +44,6 @@ TEST_F(QueuesTest, AHandlerThatThrowsGetsTheItemThreeTimes) {
   EXPECT_EQ(world.watch.log, Lines{"Phone link: what came could not be handled: not now"});
 }
 
-TEST_F(QueuesTest, TooMuchIsRefusedOnTheCall) {
-  const auto large = world.phone.session->transferUserInfo({{"b", Bytes(kMostUserInfo)}});
-  EXPECT_EQ(std::get<Error>(large).code, ErrorCode::payloadTooLarge);
-  for (std::size_t i = 0; i < kMostQueuedRows; ++i) info(world.phone, 1);
-  EXPECT_EQ(std::get<Error>(world.phone.session->transferUserInfo({})).code, ErrorCode::insufficientSpace);
-  End fresh(world.strand, Role::phone);
-  EXPECT_EQ(std::get<Error>(fresh.session->transferUserInfo({})).code, ErrorCode::notActivated);
-}
-
 TEST_F(QueuesTest, AFreshReceiverStartsWhereTheSenderStands) {
   info(world.phone, 1);
   world.connectAndRun();
@@ -67,32 +58,6 @@ TEST_F(QueuesTest, AFreshReceiverStartsWhereTheSenderStands) {
   world.strand.advance(1s);
   EXPECT_EQ(watch.ear.heard, (Lines{"activated", "info 2"})) << "and that is no reset";
   EXPECT_NE(world.phone.ear.states.back().peerRun, world.phone.ear.states.front().peerRun);
-}
-
-TEST_F(QueuesTest, AnItemThatDoesNotDecodeIsRefusedAndBlocksNothing) {
-  RawPeer peer(world.strand, world.watch);
-  peer.send(FrameType::item, 1, asBytes("no list"));
-  peer.send(FrameType::item, 2, PlistDictionary{{"n", 2}});
-  peer.send(FrameType::item, 2, PlistDictionary{{"n", 2}});
-  world.strand.run();
-  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "info 2"}));
-  ASSERT_NE(peer.last(FrameType::nak), nullptr);
-  EXPECT_EQ(peer.last(FrameType::nak)->id, 1U);
-  EXPECT_EQ(peer.last(FrameType::ack)->id, 2U);
-  peer.send(FrameType::item, ~std::uint64_t{0}, PlistDictionary{{"n", 3}});
-  world.strand.run();
-  EXPECT_TRUE(peer.ended) << "a number that would overflow";
-}
-
-TEST_F(QueuesTest, EmptyBodiesAreEmptyDictionaries) {
-  RawPeer peer(world.strand, world.watch);
-  peer.send(FrameType::item, 1, ByteView{});
-  peer.send(FrameType::context, 1, ByteView{});
-  world.strand.run();
-  EXPECT_FALSE(peer.ended);
-  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "context ?", "info ?"}));
-  EXPECT_EQ(peer.last(FrameType::nak), nullptr);
-  EXPECT_NE(peer.last(FrameType::contextAck), nullptr);
 }
 
 TEST_F(QueuesTest, OnlyTheLatestContextCountsAndAnEqualOneIsNothing) {
@@ -134,48 +99,55 @@ TEST_F(QueuesTest, MessagesOvertakeAFile) {
   EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "message 1", "file 1"}));
 }
 
-TEST_F(QueuesTest, FilesThatCannotGoAreRefused) {
-  const auto codeOf = [](const Session::Transfer& transfer) { return std::get<Error>(transfer).code; };
-  EXPECT_EQ(codeOf(world.phone.session->transferFile("", {})), ErrorCode::invalidParameter);
-  EXPECT_EQ(codeOf(world.phone.session->transferFile("/nonexistent", {})), ErrorCode::fileAccessDenied);
-  EXPECT_EQ(codeOf(world.phone.session->transferFile("/dev/zero", {})), ErrorCode::fileAccessDenied);
-  const std::string path = folder.path("big");
-  std::ofstream(path) << "";
-  std::filesystem::resize_file(path, kMostFile + 1);
-  EXPECT_EQ(codeOf(world.phone.session->transferFile(path, {})), ErrorCode::payloadTooLarge);
-  EXPECT_EQ(codeOf(world.phone.session->transferFile(path, {{"b", Bytes(kMostMetadata)}})),
-            ErrorCode::payloadTooLarge);
-  EXPECT_TRUE(std::filesystem::is_empty(world.phone.spool.path()));
-}
-
-TEST_F(QueuesTest, HostileFilesAreRefusedOrCloseTheConnection) {
-  {
-    RawPeer peer(world.strand, world.watch);
-    const auto offer = [&](std::uint64_t number, const PlistDictionary& body) {
-      peer.send(FrameType::fileBegin, number, body);
-      world.strand.run();
-    };
-    const auto ofSize = [](std::int64_t size) {
-      return PlistDictionary{{"size", size}, {"metadata", PlistDictionary{}}, {"sha256", Bytes(32)}};
-    };
-    const auto refusal = [&] { return Ear::text(peer.last(FrameType::fileError)->body, "code"); };
-    offer(1, ofSize(kMostFile));
-    EXPECT_EQ(peer.last(FrameType::fileError), nullptr);
-    EXPECT_EQ(peer.last(FrameType::fileHave)->id, 1U);
-    offer(2, ofSize(kMostFile + 1));
-    EXPECT_EQ(refusal(), "7009");
-    offer(2, {{"size", 4}, {"metadata", PlistDictionary{}}});
-    EXPECT_EQ(refusal(), "7010");
-    offer(3, ofSize(4));
-    peer.send(FrameType::fileData, 3, PlistDictionary{{"offset", 0}, {"data", Bytes(5)}});
-    world.strand.run();
-    EXPECT_TRUE(peer.ended) << "more than was announced";
-  }
+TEST_F(QueuesTest, WhatComesTwiceOrMakesNoSenseIsAnsweredAndBlocksNothing) {
   RawPeer peer(world.strand, world.watch);
-  peer.send(FrameType::fileData, 9, PlistDictionary{{"offset", 0}, {"data", Bytes(5)}});
+  peer.send(FrameType::item, 1, asBytes("no list"));
+  for (int i = 0; i < 2; ++i) {
+    peer.send(FrameType::item, 2, PlistDictionary{{"n", 2}});
+    peer.send(FrameType::context, 2, PlistDictionary{{"n", 2}});
+  }
+  peer.send(FrameType::item, 3, ByteView{});
+  peer.send(FrameType::context, 3, ByteView{});
   world.strand.run();
-  EXPECT_TRUE(peer.ended) << "never announced";
-  EXPECT_EQ(world.watch.ear.heard.back(), "reset");
+  Lines heard = world.watch.ear.heard;
+  std::sort(heard.begin() + 1, heard.end());
+  EXPECT_EQ(heard, (Lines{"activated", "context 2", "context ?", "info 2", "info ?"})) << "empty: no keys";
+  EXPECT_EQ(peer.refusal(FrameType::nak), "1 7010");
+  EXPECT_EQ(peer.last(FrameType::ack).id, 3U);
+  EXPECT_EQ(peer.last(FrameType::contextAck).id, 3U);
+
+  const PlistDictionary good{{"size", 4}, {"metadata", PlistDictionary{{"n", 1}}}, {"sha256", Bytes(32)}};
+  const auto with = [&](const char* key, const PlistValue& value) {
+    PlistDictionary body = good;
+    body.set(key, value);
+    return body;
+  };
+  PlistDictionary sizeless = good;
+  sizeless.remove("size");
+  const std::pair<PlistDictionary, const char*> offers[] = {
+      {with("size", std::int64_t{kMostFile} + 1), "1 7009"},
+      {with("size", "4"), "1 7010"},
+      {with("size", -4), "1 7010"},
+      {with("size", 4.0), "1 7010"},
+      {with("metadata", "none"), "1 7010"},
+      {with("sha256", Bytes(31)), "1 7010"},
+      {sizeless, "1 7010"}};
+  for (const auto& [offer, refusal] : offers) {
+    peer.frames.clear();
+    peer.send(FrameType::fileBegin, 1, offer);
+    peer.send(FrameType::fileData, 1, PlistDictionary{{"offset", 0}, {"data", Bytes(4)}});  // under way then
+    world.strand.run();
+    EXPECT_EQ(peer.refusal(FrameType::fileError), refusal);
+  }
+  peer.send(FrameType::fileBegin, 1, with("size", std::int64_t{kMostFile}));
+  peer.send(FrameType::fileBegin, 2, good);
+  peer.send(FrameType::fileData, 2, PlistDictionary{{"offset", 0}, {"data", Bytes(4)}});
+  world.strand.run();
+  EXPECT_EQ(peer.last(FrameType::fileHave).id, 2U);
+  EXPECT_EQ(peer.refusal(FrameType::fileError), "2 7014") << "that is not its SHA-256";
+  EXPECT_FALSE(peer.ended);
+  EXPECT_EQ(world.watch.ear.heard.size(), 5U);
+  EXPECT_TRUE(std::filesystem::is_empty(world.watch.spool.path()));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "link/FrameReader.h"
+#include "link/FrameWriter.h"
 #include "link/LinkWorld.h"
 
 namespace tunevale::link {
@@ -43,16 +44,19 @@ class RawPeer : public StreamReceiver {
   }
   void sendBytes(Bytes bytes) { stream_->write(std::move(bytes)); }
   void setReading(bool reading) { stream_->setReading(reading); }
-  std::vector<FrameType> types() const {
-    std::vector<FrameType> types;
-    for (const Received& frame : frames) types.push_back(frame.type);
-    return types;
-  }
-  /// The last frame of a type.
-  const Received* last(FrameType type) const {
+  /// The last frame of a type; an empty one when there was none.
+  Received last(FrameType type) const {
     const auto found =
         std::find_if(frames.rbegin(), frames.rend(), [type](const auto& one) { return one.type == type; });
-    return found == frames.rend() ? nullptr : &*found;
+    return found == frames.rend() ? Received{type, 0, {}} : *found;
+  }
+  /// A frame that says no: "7 7010" is number 7 with that code; "0 0" when there was none.
+  std::string refusal(FrameType type) const {
+    return std::to_string(last(type).id) + " " + std::to_string(numberIn(last(type).body, "code"));
+  }
+  std::string goodbye() const {
+    const PlistValue* reason = last(FrameType::bye).body.find("reason");
+    return reason == nullptr ? "" : std::string(reason->string().value_or(""));
   }
 
   std::vector<Received> frames;

@@ -62,24 +62,5 @@ TEST_F(PairingOverTls, FailuresSayWhy) {
   EXPECT_EQ(watch.status().failures, 0) << "the watch's window is not spent on that";
 }
 
-TEST_F(PairingOverTls, WhoStandsBetweenShowsOtherCodes) {
-  // With a listener of his own for the phone, and a connection of his own to the watch.
-  const Identity man = Identity::temporary();
-  WatchPairing asWatch(world.loop, man.keyHash(), {[](const KeyHash&) { return true; }, {}});
-  TlsListener trap(world.loop, {}, man, {{}, [] { return true; }, {}});
-  trap.start([&](SecureStream stream) { asWatch.take(std::move(stream)); });
-  asWatch.open(true);
-  watch.open(true);
-  const auto phone = pair({{"127.0.0.1", trap.port()}, {}, {}});
-  PhonePairing asPhone(world.loop, man, address(), {[](const KeyHash&) { return true; }, {}});
-  ASSERT_TRUE(comesTo(*phone, Step::comparing) && comesTo(asPhone, Step::comparing));
-  ASSERT_TRUE(world.until([&] { return watch.status().step == Step::comparing; }));
-  EXPECT_TRUE(asWatch.confirm(true) && asPhone.confirm(true));
-  EXPECT_NE(phone->status().code, watch.status().code) << "equal once in a million runs";
-  EXPECT_TRUE(phone->confirm(false) && watch.confirm(false));
-  EXPECT_EQ(phone->status().step, Step::failed);
-  EXPECT_FALSE(world.watchPin || world.phonePin);
-}
-
 }  // namespace
 }  // namespace tunevale::link

@@ -1,9 +1,11 @@
 #include "link/tls/RawClient.h"
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 
 #include <arpa/inet.h>
+#include <openssl/err.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -48,6 +50,7 @@ bool RawClient::handshake(const Identity* identity, std::string_view protocol,
     const bool wantsMore = SSL_get_error(ssl_.get(), result) == SSL_ERROR_WANT_READ;
     flush();
     if (result == 1) return true;
+    if (!wantsMore) alert_ = std::max(0, ERR_GET_REASON(ERR_peek_last_error()) - SSL_AD_REASON_OFFSET);
     if (!wantsMore || !readSome()) return false;
   }
 }

@@ -26,6 +26,8 @@ class RawClient {
   /// handshake.
   std::string readToEnd();
   bool wasClosed() const { return closed_; }
+  /// The alert that ended the handshake; 0 for none.
+  int alert() const { return alert_; }
   const std::string& sent() const { return sent_; }  // all bytes, as they went over the socket
 
  private:
@@ -38,6 +40,7 @@ class RawClient {
   BIO* in_ = nullptr;
   BIO* out_ = nullptr;
   bool closed_ = false;
+  int alert_ = 0;
   std::string sent_;
   std::string plain_;
 };
