@@ -43,16 +43,20 @@ ImagePtr imageWithPixels(std::uint32_t width, std::uint32_t height, std::vector<
   return std::make_shared<const Image>(Image{width, height, std::move(pixels), digest});
 }
 
-ImagePtr ImageCodecs::imageWithData(ByteView data) {
+ImagePtr decodeImage(ByteView data, std::uint32_t mostSide) {
   if (data.size() > kMostImageBytes) return nullptr;
   std::optional<Pixels> pixels;
   if (looksLikePng(data)) {
-    pixels = readPng(data);
+    pixels = readPng(data, mostSide);
   } else if (looksLikeJpeg(data)) {
-    pixels = readJpeg(data);
+    pixels = readJpeg(data, mostSide);
   }
   if (!pixels) return nullptr;
   return imageWithPixels(pixels->width, pixels->height, std::move(pixels->bytes));
+}
+
+ImagePtr ImageCodecs::imageWithData(ByteView data) {
+  return decodeImage(data, kShownSide);
 }
 
 std::optional<Bytes> ImageCodecs::pngRepresentation(const Image& image) {

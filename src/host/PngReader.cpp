@@ -1,85 +1,107 @@
-#include <csetjmp>
-#include <cstring>
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <string_view>
 
-#include <png.h>
+#include <spng.h>
 
 #include "host/ImageFormats.h"
 #include "host/ImageLimits.h"
-#include "host/PngErrors.h"
 
 namespace tunevale::host {
 
 namespace {
 
-// libpng leaves by longjmp, so the functions that call it hold plain values only: whatever has a destructor
-// lives in readPng(), which no jump crosses.
-struct PngInput {
-  const std::byte* next;
-  std::size_t left;
-  png_structp png = nullptr;
-  png_infop info = nullptr;
-};
+constexpr std::string_view kSignature = "\x89PNG\r\n\x1A\n";
+constexpr std::size_t kChunkFrame = 12;  // length, type, checksum
 
-void giveBytes(png_structp png, png_bytep out, std::size_t count) {
-  auto* input = static_cast<PngInput*>(png_get_io_ptr(png));
-  if (count > input->left) png_error(png, "cut short");
-  std::memcpy(out, input->next, count);
-  input->next += count;
-  input->left -= count;
+std::size_t lengthOf(ByteView chunk) {
+  std::size_t length = 0;
+  for (std::size_t i = 0; i < 4; ++i) length = length << 8 | std::to_integer<std::size_t>(chunk[i]);
+  return length;
 }
 
-// The size as the header says, with the reader set up to give four bytes a pixel; false when unusable.
-bool readHeader(PngInput& input, png_uint_32& width, png_uint_32& height) {
-  input.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, leaveForPngError, ignorePngWarning);
-  if (input.png == nullptr) return false;
-  input.info = png_create_info_struct(input.png);
-  if (input.info == nullptr || setjmp(png_jmpbuf(input.png)) != 0) return false;
-  png_set_read_fn(input.png, &input, giveBytes);
-  png_set_user_limits(input.png, kMostImageSide, kMostImageSide);
-  png_set_chunk_malloc_max(input.png, kMostPngChunkBytes);
-  png_set_chunk_cache_max(input.png, kMostPngChunks);
-  png_set_keep_unknown_chunks(input.png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
-  png_read_info(input.png, input.info);
-  width = png_get_image_width(input.png, input.info);
-  height = png_get_image_height(input.png, input.info);
-  png_set_expand(input.png);
-  png_set_scale_16(input.png);
-  png_set_gray_to_rgb(input.png);
-  png_set_add_alpha(input.png, 0xFF, PNG_FILLER_AFTER);
+// The picture without what is not needed to draw it. Texts and profiles may unpack to a thousand times their
+// size, and libspng unpacks whatever it is given. Nothing when a chunk is cut short or the end is missing.
+std::optional<Bytes> withoutExtras(ByteView file) {
+  Bytes out;
+  out.reserve(file.size());
+  out.insert(out.end(), file.begin(), file.begin() + kSignature.size());
+  for (std::size_t at = kSignature.size(); file.size() - at >= kChunkFrame;) {
+    const ByteView rest = file.subspan(at);
+    const std::size_t length = lengthOf(rest);
+    if (length > rest.size() - kChunkFrame) return {};
+    const ByteView chunk = rest.first(kChunkFrame + length);
+    const std::string_view type = asText(chunk.subspan(4, 4));
+    const bool critical = (type[0] & 0x20) == 0;  // libspng refuses those that it does not know
+    if (critical || type == "tRNS") out.insert(out.end(), chunk.begin(), chunk.end());
+    if (type == "IEND") return out;
+    at += chunk.size();
+  }
+  return {};
+}
+
+struct ContextCloser {
+  void operator()(spng_ctx* context) const { spng_ctx_free(context); }
+};
+using Context = std::unique_ptr<spng_ctx, ContextCloser>;
+
+bool decodeRow(spng_ctx* context, std::uint8_t* row, std::size_t size) {
+  const int error = spng_decode_row(context, row, size);
+  return error == 0 || error == SPNG_EOI;  // the last row, and none is asked for after it
+}
+
+bool readRows(spng_ctx* context, const spng_ihdr& header, Downscaler& scaler) {
+  const std::size_t size = std::size_t{header.width} * 4;
+  for (std::uint32_t y = 0; y < header.height; ++y) {
+    if (!decodeRow(context, scaler.row(), size)) return false;
+    scaler.takeRow();
+  }
   return true;
 }
 
-bool readRows(PngInput& input, std::uint8_t* pixels, png_uint_32 width, png_uint_32 height) {
-  if (setjmp(png_jmpbuf(input.png)) != 0) return false;
-  const int passes = png_set_interlace_handling(input.png);
-  png_read_update_info(input.png, input.info);
-  if (png_get_rowbytes(input.png, input.info) != std::size_t{width} * 4) return false;
-  for (int pass = 0; pass < passes; ++pass) {
-    for (png_uint_32 y = 0; y < height; ++y) {
-      png_read_row(input.png, pixels + std::size_t{y} * width * 4, nullptr);
-    }
+// Each pass adds pixels to rows all over the picture, so that it is needed whole.
+bool readInterlaced(spng_ctx* context, const spng_ihdr& header, Downscaler& scaler) {
+  const std::size_t size = std::size_t{header.width} * 4;
+  std::vector<std::uint8_t> whole(size * header.height);
+  for (int error = 0; error != SPNG_EOI;) {
+    spng_row_info info{};
+    if (spng_get_row_info(context, &info) != 0) return false;
+    error = spng_decode_row(context, whole.data() + info.row_num * size, size);
+    if (error != 0 && error != SPNG_EOI) return false;
   }
-  png_read_end(input.png, nullptr);
+  for (std::size_t y = 0; y < header.height; ++y) {
+    std::copy_n(whole.data() + y * size, size, scaler.row());
+    scaler.takeRow();
+  }
   return true;
 }
 
 }  // namespace
 
 bool looksLikePng(ByteView data) {
-  return data.size() >= 8 && png_sig_cmp(reinterpret_cast<png_const_bytep>(data.data()), 0, 8) == 0;
+  return asText(data).substr(0, kSignature.size()) == kSignature;
 }
 
-std::optional<Pixels> readPng(ByteView data) {
-  PngInput input{data.data(), data.size()};
-  struct Closer {
-    PngInput& input;
-    ~Closer() { png_destroy_read_struct(&input.png, &input.info, nullptr); }
-  } closer{input};
-  Pixels pixels;
-  if (!readHeader(input, pixels.width, pixels.height)) return {};
-  pixels.bytes.resize(std::size_t{pixels.width} * pixels.height * 4);
-  if (!readRows(input, pixels.bytes.data(), pixels.width, pixels.height)) return {};
-  return pixels;
+std::optional<Pixels> readPng(ByteView data, std::uint32_t mostSide) {
+  const auto needed = withoutExtras(data);
+  const Context context(spng_ctx_new(0));
+  spng_ihdr header{};
+  if (!needed || !context || spng_set_image_limits(context.get(), kMostImageSide, kMostImageSide) != 0 ||
+      spng_set_png_buffer(context.get(), needed->data(), needed->size()) != 0 ||
+      spng_get_ihdr(context.get(), &header) != 0 ||
+      spng_decode_image(context.get(), nullptr, 0, SPNG_FMT_RGBA8,
+                        SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE) != 0) {
+    return {};
+  }
+  const PixelSize size{header.width, header.height};
+  Downscaler scaler(size, fitted(size, mostSide));
+  const bool interlaced = header.interlace_method != SPNG_INTERLACE_NONE;
+  const bool read =
+      interlaced ? readInterlaced(context.get(), header, scaler) : readRows(context.get(), header, scaler);
+  // The checksum of the last pixels comes after them.
+  if (!read || spng_decode_chunks(context.get()) != 0) return {};
+  return scaler.result();
 }
 
 }  // namespace tunevale::host
