@@ -1,9 +1,14 @@
+#include <filesystem>
+#include <fstream>
+
+#include "host/ByteBudgetImageCache.h"
 #include "radio/RadioInterfaceController.h"
 #include "radio/RadioManager.h"
 #include "radio/StationsForTests.h"
 #include "support/Pictures.h"
 #include "support/ScreenHarness.h"
 #include "util/ArtworkPath.h"
+#include "util/CachedImages.h"
 #include "util/PlayRequests.h"
 #include "util/ShownLimits.h"
 
@@ -29,8 +34,28 @@ struct StationPicker : ScreenTest {
     const Messages sent = world.phone.takeMessages();
     return sent.empty() ? PlistValue() : *sent.at(0).find("dataSource");
   }
+  /// Memory that the process has in use.
+  static std::size_t residentPages() {
+    std::size_t all = 0;
+    std::size_t resident = 0;
+    std::ifstream("/proc/self/statm") >> all >> resident;
+    return resident;
+  }
+  struct CountingCache : host::ByteBudgetImageCache {
+    using host::ByteBudgetImageCache::ByteBudgetImageCache;
+    ImagePtr objectForKey(std::string_view key) override {
+      ++reads;
+      return host::ByteBudgetImageCache::objectForKey(key);
+    }
+    int reads = 0;
+  };
+  RadioManager& radioThatCounts() {
+    world.platform.makeImageCache = [this] { return images; };
+    return RadioManager::sharedManager(world.platform);
+  }
+  const std::shared_ptr<CountingCache> images = std::make_shared<CountingCache>(std::size_t{1} << 20);
   const PlistArray three{station("one"), station("two WAYS", "tamil"), station("three")};
-  RadioManager& radio = RadioManager::sharedManager(world.platform);
+  RadioManager& radio = radioThatCounts();
   Picker picker{world.platform, host};
 };
 
@@ -77,7 +102,7 @@ TEST_F(StationPicker, ArtworkComesFromMemoryThenFromDisk) {
   picker.awake(stationContext(three));
   EXPECT_EQ(imageOf(0), cached);
   ASSERT_NE(imageOf(1), nullptr);
-  EXPECT_EQ(imageOf(1)->digest, picture(4, 4, 3)->digest);
+  EXPECT_EQ(world.platform.imageCodec.pngRepresentation(*imageOf(1)), pngPicture(4, 4, 3));
   EXPECT_EQ(imageOf(2), nullptr);
   EXPECT_EQ(radio.getCachedImageForRadioName("two_WAYS_image.png"), nullptr);  // read, not kept
 }
@@ -89,11 +114,52 @@ TEST_F(StationPicker, NewArtworkKeepsThePlaceUntilTheFirstDeactivation) {
   world.settle();
   EXPECT_EQ(picker->radioPicker->selectedItemIndex(), 1U);
   EXPECT_NE(imageOf(2), nullptr);
-  picker->didDeactivate();
+  int announced = 0;
+  const auto observer = std::make_shared<int>();
+  center.addObserver(observer, kNotificationFetchedRadioImage, [&](const Notification&) {
+    // Artwork that was announced before the deactivation is shown, also where others had been announced.
+    if (++announced == 1) images->setObject(picture(4, 4), radio.getImageKey("two_WAYS_image.png"));
+    if (announced == 2) picker->didDeactivate();
+  });
+  for (int i = 0; i < 2; ++i) radio.addImageToCache(picture(4, 4), "three_image.png");
+  world.settle();
+  EXPECT_NE(imageOf(1), nullptr);
   picker->willActivate();
   radio.addImageToCache(picture(4, 4), "one_image.png");
   world.settle();
   EXPECT_EQ(imageOf(0), nullptr);
+}
+
+TEST_F(StationPicker, ManyPicturesTakeLittleMemoryAndTheirArrivalLittleWork) {
+  writeArtwork("0_image.png", pngPicture(2048, 2048));
+  PlistArray many;
+  for (std::size_t i = 0; i < WatchUtil::kMostRows; ++i) {
+    const std::string title = std::to_string(i);
+    many.append(station(title.c_str()));
+    const auto path = [&](const std::string& of) {
+      return *artworkPath(world.platform.homeDirectory, of + "_image.png");
+    };
+    if (i > 0 && i < 1900) std::filesystem::create_hard_link(path("0"), path(title));
+  }
+  const std::size_t before = residentPages();
+  picker.awake(stationContext(many));
+  EXPECT_TRUE(imageOf(0) && imageOf(1899) && !imageOf(1900));
+  EXPECT_EQ(images->reads, 2000);
+  const auto first = picker->radioPicker->items()[0].contentImage();
+  for (std::size_t i = 1900; i < 2000; ++i) {
+    writeArtwork("arrived.png", pngPicture(8, 8));
+    radio.addImageToCache(WatchUtil::getImageForKey(world.platform, "arrived.png"), std::to_string(i) + "_image.png");
+  }
+  world.settle();
+  EXPECT_EQ(picker->radioPicker->items()[0].contentImage(), first);
+  EXPECT_NE(imageOf(1999), nullptr);
+  EXPECT_EQ(images->reads, 3 * 2000);  // at the first of a hundred announcements, and after the last
+  EXPECT_LT((residentPages() - before) * 4096, std::size_t{48} << 20);  // 32 GiB if they were decoded
+  int changes = 0;
+  const std::function<void()> count = [&] { ++changes; };
+  picker->radioPicker->setChangeHandler(&count);
+  picker->reloadData();
+  EXPECT_EQ(changes, 0);
 }
 
 TEST_F(StationPicker, PlayFlashesAndOnlyLogsTheAnswer) {
