@@ -9,6 +9,7 @@ import { join } from 'node:path';
 import { createInterface } from 'node:readline';
 
 import { measureCrown } from './watch-crown.mjs';
+import { measurePictures } from './watch-pictures.mjs';
 import { LiveSocket } from './watch-live.mjs';
 import { eventually, Phone, tagged, Watch } from '../tests/browser/support/programs.js';
 import { ARTWORK, artworkIn, program, settled } from '../tests/system/support/watching.js';
@@ -39,6 +40,7 @@ const field = async (watch, name) => {
   return Number(new RegExp(`^${name}:\\s+(\\d+)`, 'm').exec(status)[1]);
 };
 const mib = (kib) => `${(kib / 1024).toFixed(1)} MiB`;
+const memory = async (watch) => `${mib(await field(watch, 'VmRSS'))} (highest ${mib(await field(watch, 'VmHWM'))})`;
 
 /** Processor time and switches to and from the processor, of all threads so far. */
 async function work(watch) {
@@ -61,7 +63,7 @@ async function measureIdle(watch, state) {
   const before = await work(watch);
   await new Promise((wake) => setTimeout(wake, IDLE_SECONDS * 1000));
   const after = await work(watch);
-  row(`resident, ${state}`, `${mib(await field(watch, 'VmRSS'))} (highest ${mib(await field(watch, 'VmHWM'))})`);
+  row(`resident, ${state}`, await memory(watch));
   row(`idle for ${IDLE_SECONDS} s, ${state}`, `${after.time - before.time} ms of processor, woken ${after.wakes - before.wakes} times`);
 }
 
@@ -121,6 +123,8 @@ await inHome(async (home) => {
   await measureStarts('full home', home);
   await measureCrown(home, row, spread);
 });
+
+for (const count of [90, 200, 2000]) await inHome((home) => measurePictures(home, count, { resident: memory, row, spread }));
 
 const width = Math.max(...table.map(([what]) => what.length));
 console.log(`${cpus().length} × ${cpus()[0].model}, load ${(await readFile('/proc/loadavg', 'utf8')).split(' ')[0]}`);

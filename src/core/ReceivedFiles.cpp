@@ -34,6 +34,13 @@ std::string fileURL(std::string_view path) {
   return url;
 }
 
+/// Decodes and encodes anew, so that only what an own encoder wrote is kept.
+std::optional<Bytes> pngOfFile(Platform& platform, const std::string& path) {
+  const auto contents = platform.fileManager.contentsAtPath(path);
+  const ImagePtr image = contents ? platform.imageCodec.imageWithData(*contents) : nullptr;
+  return image ? platform.imageCodec.pngRepresentation(*image) : std::nullopt;
+}
+
 }  // namespace
 
 void ExtensionDelegate::sessionDidReceiveFile(PhoneSession&, const ReceivedFile& file) {
@@ -80,15 +87,16 @@ void ExtensionDelegate::writeImageURLToCache(const std::string& source, std::str
   if (!target) return logFailure("no file name: " + description(withName));
   if (files.fileExistsAtPath(*target)) return;
 
-  const auto contents = files.contentsAtPath(source);
-  const ImagePtr image = contents ? platform_.imageCodec.imageWithData(*contents) : nullptr;
-  const auto png = image ? platform_.imageCodec.pngRepresentation(*image) : std::nullopt;
+  const auto png = pngOfFile(platform_, source);
   // Without an image there is nothing to write, and no file error to tell of.
   if (!png) return logFailure("(null)");
+  files.makeRoom(png->size(), directory, kArtworkLimits);
   if (const auto error = files.writeAtomically(*png, *target)) {
     return logFailure(description(error->description));
   }
-  RadioManager::sharedManager(platform_).addImageToCache(image, withName);
+  // The picture as it lies in the cache: what was decoded is gone before the next one comes.
+  RadioManager::sharedManager(platform_).addImageToCache(
+      platform_.imageCodec.imageWithContentsOfFile(*target), withName);
 }
 
 void ExtensionDelegate::purgeCache() {

@@ -4,7 +4,7 @@ namespace tunevale::host {
 
 namespace {
 
-// An entry, its place in the map and the image's own header, roughly: so that tiny images count too.
+// An entry and its place in the map, roughly: so that tiny images count too.
 constexpr std::size_t kBookkeepingBytes = 256;
 
 }  // namespace

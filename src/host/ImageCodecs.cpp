@@ -59,7 +59,19 @@ ImagePtr ImageCodecs::imageWithData(ByteView data) {
   return decodeImage(data, kShownSide);
 }
 
+ImagePtr ImageCodecs::imageWithContentsOfFile(const std::string& path) {
+  return files_.imageAt(path);
+}
+
 std::optional<Bytes> ImageCodecs::pngRepresentation(const Image& image) {
+  if (!image.path.empty()) {
+    auto contents = ImageFiles::contentsOf(image);
+    const ImagePtr decoded = contents ? imageWithData(*contents) : nullptr;
+    if (!decoded) return {};
+    // A PNG that is not larger than pictures are drawn is sent as it is.
+    const bool asItIs = decoded->width == image.width && decoded->height == image.height;
+    return asItIs && looksLikePng(*contents) ? std::move(contents) : pngRepresentation(*decoded);
+  }
   if (!isConsistent(image.width, image.height, image.pixels.size())) return {};
   return writePng(image.width, image.height, image.pixels.data());
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/ImageFiles.h"
 #include "platform/ImageCodec.h"
 
 namespace tunevale::host {
@@ -9,9 +10,13 @@ class ImageCodecs : public ImageCodec {
  public:
   /// At the size at which a watch shows pictures: no side is longer than kShownSide.
   ImagePtr imageWithData(ByteView data) override;
+  ImagePtr imageWithContentsOfFile(const std::string& path) override;
   /// Favours speed over size. Nothing for an image whose numbers disagree, that is past the limits, or whose
   /// file would be: photos fit up to some 1,500 pixels a side.
   std::optional<Bytes> pngRepresentation(const Image& image) override;
+
+ private:
+  ImageFiles files_;
 };
 
 /// The picture of a PNG or JPEG with no side longer than mostSide, made smaller on the way where it is larger

@@ -6,10 +6,18 @@
 #include <map>
 #include <vector>
 
+#include "host/ImageLimits.h"
 #include "platform/ImageCodec.h"
 #include "platform/Queues.h"
 
 namespace tunevale::host {
+
+namespace {
+
+// A picture's place in the map, roughly: so that many small ones count too.
+constexpr std::size_t kBookkeepingBytes = 256;
+
+}  // namespace
 
 struct ImageStore::State {
   struct Picture {
@@ -17,6 +25,7 @@ struct ImageStore::State {
     std::uint64_t seen = 0;    // the latest screen it was on
     std::uint64_t served = 0;  // rises with each answer
     Png png;
+    std::size_t byteCount() const { return image->byteCount() + kBookkeepingBytes; }
   };
   std::map<std::string, Picture, std::less<>> pictures;
   std::map<std::string, std::vector<Answer>, std::less<>> waiting;  // for an encoding under way
@@ -53,13 +62,13 @@ struct ImageStore::State {
     for (const auto& [id, picture] : pictures) {
       if (picture.seen == screen) continue;
       late.emplace_back(picture.seen, id);
-      bytes += picture.image->byteCount();
+      bytes += picture.byteCount();
     }
     std::sort(late.begin(), late.end());
     for (const auto& [seen, id] : late) {
       if (bytes <= kLatePictureBytes) return;
       const auto found = pictures.find(id);
-      bytes -= found->second.image->byteCount();
+      bytes -= found->second.byteCount();
       pictures.erase(found);
     }
   }

@@ -16,13 +16,9 @@ class SerialQueue;
 
 namespace tunevale::host {
 
-/// Decoded pictures that no longer are on the screen, kept because a display may still ask for them; and the
-/// PNG files of what displays asked for.
-inline constexpr std::size_t kLatePictureBytes = std::size_t{8} << 20;
-inline constexpr std::size_t kPngCacheBytes = std::size_t{8} << 20;
-
-/// The pictures of the screen by ID, as the display asks for them: images of the layout by name, decoded ones
-/// as "art-" and their digest. Main queue; encoding happens on the queue handed in.
+/// The pictures of the screen by ID, as the display asks for them: images of the layout by name, others as
+/// "art-" and their digest. What it keeps is within ImageLimits.h. Main queue; reading files and encoding
+/// happen on the queue handed in.
 class ImageStore {
  public:
   using Png = std::shared_ptr<const std::string>;
@@ -42,7 +38,8 @@ class ImageStore {
 
   /// The file of a layout image; nothing when the ID names none.
   std::optional<std::string> fileOf(std::string_view id) const;
-  /// The PNG of a decoded picture that is on the screen or was lately.
+  /// The PNG of a picture that is on the screen or was lately. None when its file is damaged or was replaced:
+  /// an ID never names another picture than it did.
   void encoded(const std::string& id, Answer answer);
 
  private:

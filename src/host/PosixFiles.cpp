@@ -1,14 +1,16 @@
 #include "host/PosixFiles.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
+#include <tuple>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
 #include "host/AtomicFile.h"
-#include "host/FileDescriptor.h"
 
 namespace tunevale::host {
 
@@ -33,9 +35,36 @@ std::string withoutFinalSlashes(std::string path) {
   return path;
 }
 
-// Does not wait for the other end of a pipe. errno tells why there is none.
+struct UsedFile {
+  timespec used{};
+  std::size_t size = 0;
+  std::string path;
+  friend bool operator<(const UsedFile& a, const UsedFile& b) {
+    return std::tie(a.used.tv_sec, a.used.tv_nsec) < std::tie(b.used.tv_sec, b.used.tv_nsec);
+  }
+};
+
+/// The regular files of a directory. Drawing sets the time of access and nothing else, writing sets both.
+std::vector<UsedFile> filesIn(const std::string& directory) {
+  std::vector<UsedFile> files;
+  std::error_code error;
+  for (std::filesystem::directory_iterator it(directory, error), end; !error && it != end;
+       it.increment(error)) {
+    struct stat status {};
+    const std::string& path = it->path().native();
+    if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
+    files.push_back({status.st_atim, static_cast<std::size_t>(status.st_size), path});
+  }
+  return files;
+}
+
+}  // namespace
+
+// Does not wait for the other end of a pipe. Reading is not use (see makeRoom), but only an owner may say so.
 FileDescriptor openRegularFile(const std::string& path) {
-  FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  FileDescriptor file(::open(path.c_str(), kFlags | O_NOATIME));
+  if (!file.isOpen() && errno == EPERM) file = FileDescriptor(::open(path.c_str(), kFlags));
   struct stat status {};
   if (!file.isOpen() || ::fstat(file.get(), &status) != 0) return FileDescriptor();
   if (S_ISREG(status.st_mode)) return file;
@@ -43,10 +72,11 @@ FileDescriptor openRegularFile(const std::string& path) {
   return FileDescriptor();
 }
 
-}  // namespace
-
 std::optional<Bytes> readFile(const std::string& path, std::size_t limit) {
-  const FileDescriptor file = openRegularFile(path);
+  return readFile(openRegularFile(path), limit);
+}
+
+std::optional<Bytes> readFile(const FileDescriptor& file, std::size_t limit) {
   struct stat status {};
   if (!file.isOpen() || ::fstat(file.get(), &status) != 0) return {};
   const auto expected = static_cast<std::size_t>(status.st_size);
@@ -102,6 +132,29 @@ std::optional<FileError> PosixFiles::removeItemAtPath(const std::string& path) {
 std::optional<FileError> PosixFiles::writeAtomically(ByteView contents, const std::string& path) {
   if (auto refused = checkPath(path)) return refused;
   return writeFileAtomically(contents, path);
+}
+
+void PosixFiles::makeRoom(std::size_t size, const std::string& directory, const DirectoryLimits& limits) {
+  if (checkPath(directory)) return;
+  const MutexLock lock(mutex_);
+  const auto fits = [&](const DirectoryLimits& held, const DirectoryLimits& most) {
+    return held.files + 1 <= most.files && held.bytes + size <= most.bytes;
+  };
+  auto known = mostHeld_.find(directory);
+  if (known == mostHeld_.end() || !fits(known->second, limits)) {
+    std::vector<UsedFile> files = filesIn(directory);
+    DirectoryLimits held;
+    for (const UsedFile& file : files) held = {held.files + 1, held.bytes + file.size};
+    if (!fits(held, limits)) {
+      const DirectoryLimits wanted{limits.files - limits.files / 8, limits.bytes - limits.bytes / 8};
+      std::sort(files.begin(), files.end());
+      for (auto oldest = files.begin(); oldest != files.end() && !fits(held, wanted); ++oldest) {
+        if (::unlink(oldest->path.c_str()) == 0) held = {held.files - 1, held.bytes - oldest->size};
+      }
+    }
+    known = mostHeld_.insert_or_assign(directory, held).first;
+  }
+  known->second = {known->second.files + 1, known->second.bytes + size};
 }
 
 }  // namespace tunevale::host

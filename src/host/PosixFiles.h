@@ -1,5 +1,9 @@
 #pragma once
 
+#include <map>
+
+#include "foundation/Mutex.h"
+#include "host/FileDescriptor.h"
 #include "platform/FileManager.h"
 
 namespace tunevale::host {
@@ -16,9 +20,22 @@ class PosixFiles : public FileManager {
   std::optional<FileError> createDirectoryAtPath(const std::string& path) override;
   std::optional<FileError> removeItemAtPath(const std::string& path) override;
   std::optional<FileError> writeAtomically(ByteView contents, const std::string& path) override;
+  /// Counts what it makes room for, and looks only when that may be too much: once at first, and then after
+  /// as much has come as it made more room than needed, an eighth of the limits.
+  void makeRoom(std::size_t size, const std::string& directory, const DirectoryLimits& limits) override;
+
+ private:
+  Mutex mutex_;
+  std::map<std::string, DirectoryLimits> mostHeld_
+      GUARDED_BY(mutex_);  // by directory; at least what is there
 };
 
-/// A whole regular file of at most `limit` bytes, its last part no link; nothing otherwise. Any thread.
+/// A regular file opened for reading, its last part no link; not open otherwise, and errno tells why. Any
+/// thread, as the next two.
+FileDescriptor openRegularFile(const std::string& path);
+/// A whole file of at most `limit` bytes from its start; nothing otherwise. By path only a regular file, its
+/// last part no link.
+std::optional<Bytes> readFile(const FileDescriptor& file, std::size_t limit);
 std::optional<Bytes> readFile(const std::string& path, std::size_t limit);
 
 }  // namespace tunevale::host

@@ -2,6 +2,7 @@
 
 #include "host/ByteBudgetImageCache.h"
 #include "host/HomeFolder.h"
+#include "host/ImageLimits.h"
 #include "host/ThreadQueue.h"
 
 namespace tunevale::host {

@@ -13,9 +13,6 @@ namespace tunevale::host {
 
 class HomeFolder;
 
-/// Decoded artwork that each image cache keeps: 200 pictures of 150 pixels a side, or one of the largest.
-inline constexpr std::size_t kImageCacheBytes = std::size_t{24} << 20;
-
 /// This machine's side of a Platform. It outlives every platform made of it; home, main queue and log outlive
 /// it.
 class Services {

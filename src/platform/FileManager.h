@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -10,6 +11,12 @@ namespace tunevale {
 /// Why a file operation failed, in words for the log.
 struct FileError {
   std::string description;
+};
+
+/// How much a directory may hold.
+struct DirectoryLimits {
+  std::size_t files = 0;
+  std::size_t bytes = 0;
 };
 
 /// Files by absolute path. Operations return nothing on success and the error otherwise. Any thread.
@@ -29,6 +36,10 @@ class FileManager {
   /// Writes the file so that a crash at any moment leaves the old file, the new one or none, never a part of
   /// one.
   virtual std::optional<FileError> writeAtomically(ByteView contents, const std::string& path) = 0;
+  /// Before a file of `size` bytes is written into a directory: removes the files of it that were used
+  /// (written or drawn) longest ago, if it would hold more than it may; some more than needed, so that most
+  /// calls need not look. What cannot be removed stays.
+  virtual void makeRoom(std::size_t size, const std::string& directory, const DirectoryLimits& limits) = 0;
 };
 
 }  // namespace tunevale

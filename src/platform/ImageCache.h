@@ -7,7 +7,7 @@
 
 namespace tunevale {
 
-/// Decoded pictures by key, held only as long as memory allows: an entry may be gone at any time, and a
+/// Pictures by key, held only as long as memory allows: an entry may be gone at any time, and a
 /// missing one is never an error. Any thread.
 class ImageCache {
  public:

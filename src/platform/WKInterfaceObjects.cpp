@@ -34,6 +34,7 @@ std::shared_ptr<const WKImage> WKImage::imageWithImage(ImagePtr image) {
 }
 
 void WKInterfacePicker::setItems(std::vector<WKPickerItem> items) {
+  if (items == items_) return;
   items_ = std::move(items);
   selected_ = items_.empty() ? 0 : std::min(selected_, items_.size() - 1);
   changed();

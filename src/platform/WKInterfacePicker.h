@@ -8,7 +8,7 @@
 
 namespace tunevale {
 
-/// A decoded picture as an interface shows it.
+/// A picture as an interface shows it.
 class WKImage {
  public:
   /// Throws std::invalid_argument for null.
@@ -29,6 +29,7 @@ class WKPickerItem {
   void setCaption(std::string_view utf8) { caption_ = shownText(utf8); }
   const std::shared_ptr<const WKImage>& contentImage() const { return contentImage_; }
   void setContentImage(std::shared_ptr<const WKImage> image) { contentImage_ = std::move(image); }
+  friend bool operator==(const WKPickerItem&, const WKPickerItem&) = default;
 
  private:
   std::string title_;

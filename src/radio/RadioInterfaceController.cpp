@@ -1,6 +1,7 @@
 #include "radio/RadioInterfaceController.h"
 
 #include <exception>
+#include <utility>
 
 #include "foundation/Description.h"
 #include "foundation/Text.h"
@@ -36,7 +37,7 @@ void RadioInterfaceController::connect(Connections& connections) {
 void RadioInterfaceController::awakeWithContext(const PlistValue* context) {
   WKInterfaceController::awakeWithContext(context);
   platform().defaultCenter.addObserver(weak_from_this(), kNotificationFetchedRadioImage,
-                                       [this](const Notification&) { reloadData(); });
+                                       [this](const Notification&) { radioImageFetched(); });
   const PlistValue* stations = valueForKey(context, "dataSource");
   if (!isNonEmptyArray(stations)) return;
   dataSource = arrayOrEmpty(stations);
@@ -58,38 +59,55 @@ void RadioInterfaceController::willActivate() {
 
 void RadioInterfaceController::didDeactivate() {
   WKInterfaceController::didDeactivate();
+  if (std::exchange(reloadIsOwed_, false)) reloadData();
   const WKInterfaceController* const observer = this;
   platform().defaultCenter.removeObserver(observer, kNotificationFetchedRadioImage);
 }
 
+// A burst of artwork queues a notification for each picture. The first shows what all of them brought, and
+// one reload after the last shows what came meanwhile; the crown waits for these two instead of for them all.
+void RadioInterfaceController::radioImageFetched() {
+  reloadIsOwed_ = reloadIsQueued_;
+  if (std::exchange(reloadIsQueued_, true)) return;
+  reloadData();
+  platform().mainQueue.async([this, weak = weak_from_this()] {
+    const auto kept = weak.lock();
+    if (!kept) return;
+    reloadIsQueued_ = false;
+    if (std::exchange(reloadIsOwed_, false)) reloadData();
+  });
+}
+
 void RadioInterfaceController::reloadData() {
-  radioPickerItems.clear();
-  for (std::size_t i = 0; i < shownCount(dataSource); ++i) {
-    radioPickerItems.push_back(itemFor(dataSource.at(i)));
+  RadioManager& radio = RadioManager::sharedManager(platform());
+  const std::shared_ptr<ImageCache> images = radio.getCachedImages();
+  std::vector<WKPickerItem> items(shownCount(dataSource));
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    // No file has a longer name than this, so what is not shown of a title finds no picture either.
+    const std::string_view title = shownText(stringOrEmpty(getTitleForRadioStation(dataSource.at(i))));
+    const std::string fileName = getValidFileNameForRadio(title);
+    items[i].setTitle(title);
+    items[i].setCaption(title);
+    ImagePtr image = images->objectForKey(radio.getImageKey(fileName));
+    if (!image) image = getImageForKey(platform(), fileName);
+    if (image) setContentImage(items[i], i, std::move(image));
   }
+  radioPickerItems = std::move(items);
   radioPicker->setItems(radioPickerItems);
   radioPicker->setSelectedItemIndex(currentIndex_);
   radioPicker->setEnabled(true);
   radioPicker->focus();
 }
 
-WKPickerItem RadioInterfaceController::itemFor(const PlistValue* station) {
-  // No file has a longer name than this, so what is not shown of a title finds no picture either.
-  const std::string_view title = shownText(stringOrEmpty(getTitleForRadioStation(station)));
-  const std::string fileName = getValidFileNameForRadio(title);
-  WKPickerItem item;
-  item.setTitle(title);
-  item.setCaption(title);
-  if (const ImagePtr cached = RadioManager::sharedManager(platform()).getCachedImageForRadioName(fileName)) {
-    try {
-      item.setContentImage(WKImage::imageWithImage(cached));
-    } catch (const std::exception& failure) {
-      platform().log.write("Unable to set image to at the row : " + description(failure.what()));
-    }
-  } else if (const ImagePtr stored = getImageForKey(platform(), fileName)) {
-    item.setContentImage(WKImage::imageWithImage(stored));
+/// Takes the item of the last time up again where it shows the same picture.
+void RadioInterfaceController::setContentImage(WKPickerItem& item, std::size_t index, ImagePtr image) {
+  const auto& before = index < radioPickerItems.size() ? radioPickerItems[index].contentImage() : nullptr;
+  try {
+    item.setContentImage(before && before->image() == image ? before
+                                                            : WKImage::imageWithImage(std::move(image)));
+  } catch (const std::exception& failure) {
+    platform().log.write("Unable to set image to at the row : " + description(failure.what()));
   }
-  return item;
 }
 
 void RadioInterfaceController::pickerChanged(std::uint32_t index) {

@@ -37,15 +37,18 @@ class RadioInterfaceController : public WKInterfaceController {
   void willActivate() override;
   void didDeactivate() override;
 
-  /// Builds every item anew and keeps the place. Reads artwork files that are not in memory, here and now.
+  /// Builds every item anew and keeps the place. Looks for the file of artwork that is not in memory.
   void reloadData();
   void pickerChanged(std::uint32_t index);
   /// Starts the selected station, if the phone is ready; what it answers is only logged.
   void playRadio();
 
  private:
-  WKPickerItem itemFor(const PlistValue* station);
+  void radioImageFetched();
+  void setContentImage(WKPickerItem& item, std::size_t index, ImagePtr image);
 
+  bool reloadIsQueued_ = false;  // after a reload: whatever is announced until then waits for it
+  bool reloadIsOwed_ = false;
   std::uint32_t currentIndex_ = 0;  // of dataSource; the context may name one past its end
 };
 

@@ -13,7 +13,7 @@ namespace tunevale {
 
 struct Platform;
 
-/// The one store of the phone's radio stations and of decoded artwork. Changes are queued and return at once;
+/// The one store of the phone's radio stations and of their artwork. Changes are queued and return at once;
 /// reads wait for every change submitted before them. Any thread, except that reads must not come from a
 /// block on the store's own queue.
 class RadioManager {

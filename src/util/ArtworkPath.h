@@ -4,8 +4,14 @@
 #include <string>
 #include <string_view>
 
+#include "platform/FileManager.h"
+
 /// The artwork cache is one flat directory of PNG files below the home directory. Pure, any thread.
 namespace tunevale {
+
+/// What the cache may hold: the pictures of twice as many stations as a picker shows, at a usual 64 KiB; and
+/// what a phone gone wrong may fill a disk with.
+inline constexpr DirectoryLimits kArtworkLimits{4096, std::size_t{256} << 20};
 
 /// The cache directory, without a final slash.
 std::string artworkDirectory(std::string_view homeDirectory);

@@ -7,9 +7,7 @@ namespace tunevale::WatchUtil {
 
 ImagePtr getImageForKey(Platform& platform, std::string_view key) {
   const auto path = artworkPath(platform.homeDirectory, key);
-  if (!path || !platform.fileManager.fileExistsAtPath(*path)) return nullptr;
-  const auto contents = platform.fileManager.contentsAtPath(*path);
-  return contents ? platform.imageCodec.imageWithData(*contents) : nullptr;
+  return path ? platform.imageCodec.imageWithContentsOfFile(*path) : nullptr;
 }
 
 }  // namespace tunevale::WatchUtil

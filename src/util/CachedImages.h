@@ -10,8 +10,8 @@ struct Platform;
 
 namespace tunevale::WatchUtil {
 
-/// A file of the artwork cache, read and decoded now; `key` is its complete file name. Null when there is no
-/// such file or it holds no image. Any thread.
+/// A file of the artwork cache, decoded when it is drawn; `key` is its complete file name. Null when there is
+/// no such file or it holds no image. Any thread.
 ImagePtr getImageForKey(Platform& platform, std::string_view key);
 
 }  // namespace tunevale::WatchUtil

@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "core/CoreTest.h"
 #include "support/Pictures.h"
 #include "support/ScreenHarness.h"
@@ -133,7 +135,22 @@ TEST_F(ReceivedFiles, APurgeEmptiesTheCacheAndTellsThePhone) {
   EXPECT_EQ(phone.sentMessages(), std::vector<PlistDictionary>(2, {{"request", "watch_purged_cache"}}));
 
   deliver(pngPicture(2, 2, 2), kTop);
-  EXPECT_EQ(WatchUtil::getImageForKey(platform, "top.png")->pixels, picture(2, 2, 2)->pixels);
+  EXPECT_EQ(contents("top.png"), pngPicture(2, 2, 2));
+  EXPECT_EQ(WatchUtil::getImageForKey(platform, "none.png"), nullptr);
+}
+
+TEST_F(ReceivedFiles, TheCacheKeepsFilesWithinItsLimit) {
+  ASSERT_FALSE(platform.fileManager.createDirectoryAtPath(directory()));
+  ASSERT_FALSE(platform.fileManager.writeAtomically({}, cached("Top_Hits_image.png")));
+  std::filesystem::resize_file(cached("Top_Hits_image.png"), kArtworkLimits.bytes);
+  deliver(pngPicture(2, 2), kTop);
+  EXPECT_FALSE(platform.fileManager.fileExistsAtPath(cached("Top_Hits_image.png")));
+  deliver(pngPicture(2048, 2, 1), kTopHits);  // can come again
+  const ImagePtr kept = radio().getCachedImageForRadioName("Top_Hits_image.png");
+  ASSERT_NE(kept, nullptr);
+  EXPECT_EQ(kept->path, cached("Top_Hits_image.png"));
+  EXPECT_TRUE(kept->pixels.empty() && kept->width == 512);  // as large as it is shown
+  EXPECT_EQ(kept, WatchUtil::getImageForKey(platform, "Top_Hits_image.png"));
 }
 
 TEST_F(ReceivedFiles, ADownloadIsAskedForAndItsAnswerShown) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "host/ByteBudgetImageCache.h"
+#include "host/ImageLimits.h"
 #include "support/Pictures.h"
 
 namespace tunevale::host {
@@ -33,6 +34,11 @@ TEST(ImageCache, CountsReplacedOversizedAndTinyPictures) {
   for (int i = 0; i < 10'000; ++i) cache.setObject(picture(1, 1), "station " + std::to_string(i));
   EXPECT_FALSE(cache.objectForKey("station 9000"));  // their bookkeeping alone is past the budget
   EXPECT_TRUE(cache.objectForKey("station 9999"));
+
+  ByteBudgetImageCache stations(kImageCacheBytes);  // pictures in files: every station keeps its own
+  const auto file = std::make_shared<const Image>(Image{9, 9, {}, 1, std::string(200, 'p')});
+  for (int i = 0; i < 2'500; ++i) stations.setObject(file, "station " + std::to_string(i));
+  EXPECT_TRUE(stations.objectForKey("station 0"));
 }
 
 }  // namespace

@@ -1,9 +1,15 @@
+#include <filesystem>
+
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "host/ImageCodecs.h"
 #include "host/ImageStore.h"
+#include "host/PosixFiles.h"
 #include "support/ManualMainQueue.h"
 #include "support/Pictures.h"
+#include "support/TemporaryFolder.h"
 #include "support/TestQueues.h"
 
 namespace tunevale::host {
@@ -31,6 +37,11 @@ class ImageStoreTest : public testing::Test {
     EXPECT_TRUE(answer);
     return answer.value_or(nullptr);
   }
+  /// The picture in a new file.
+  ImagePtr written(const std::string& name, ByteView contents) {
+    EXPECT_FALSE(files_.writeAtomically(contents, folder_.path(name)));
+    return codecs_.imageWithContentsOfFile(folder_.path(name));
+  }
   void settle() {
     while (queues_.settle() || mainQueue_.drain() > 0) {
     }
@@ -38,6 +49,8 @@ class ImageStoreTest : public testing::Test {
 
   test::ManualMainQueue mainQueue_;
   test::TestQueues queues_;
+  test::TemporaryFolder folder_;
+  PosixFiles files_;
   ImageCodecs codecs_;
   InterfaceLayout layout_;
   ImageStore store_{layout_, codecs_, mainQueue_, queues_.make()};
@@ -62,29 +75,74 @@ TEST_F(ImageStoreTest, EncodesOnceForAllWhoAsk) {
 TEST_F(ImageStoreTest, AnswersForPicturesOfLateUpToABudget) {
   const auto large = [](std::uint32_t seed) { return test::picture(1024, 512, seed); };  // 2 MiB
   const std::string first = show({large(0)})[0];
-  show({large(1)});
+  const std::string second = show({large(1)})[0];
   EXPECT_NE(png(first), nullptr);
   show({large(2), large(3), large(4)});
   EXPECT_NE(png(first), nullptr);
-  show({large(5)});
-  show({large(6)});
+  bool answered = false;  // although it goes while it is encoded
+  store_.encoded(second, [&](const ImageStore::Png& file) { answered = file != nullptr; });
+  for (std::uint32_t seed = 5; seed < 9; ++seed) show({large(seed)});
   EXPECT_EQ(png(first), nullptr);
+  EXPECT_TRUE(answered);
   // Whatever is on the screen is there, however much.
   std::vector<ImagePtr> many;
   for (std::uint32_t seed = 10; seed < 20; ++seed) many.push_back(large(seed));
   for (const std::string& id : show(many)) EXPECT_NE(png(id), nullptr);
 }
 
-TEST_F(ImageStoreTest, AnswersEvenIfThePictureGoesWhileItIsEncoded) {
-  const std::string id = show({test::picture(1024, 512, 0)})[0];
-  bool answered = false;
-  store_.encoded(id, [&](const ImageStore::Png& file) { answered = file != nullptr; });
-  std::vector<ImagePtr> many;
-  for (std::uint32_t seed = 1; seed < 9; ++seed) many.push_back(test::picture(1024, 512, seed));
-  show(many);
-  show({});
-  settle();
-  EXPECT_TRUE(answered);
+TEST_F(ImageStoreTest, AFileIsServedWhileItIsTheOneThatWasShown) {
+  const Bytes own = test::pngPicture(7, 5, 1);
+  const ImagePtr shown = written("a.png", own);
+  EXPECT_TRUE(shown->pixels.empty() && shown->width == 7 && shown->height == 5);
+  EXPECT_EQ(codecs_.imageWithContentsOfFile(shown->path), shown);  // is not read again
+  EXPECT_EQ(*png(show({shown})[0]), asText(own));
+  for (const Bytes& large :
+       {test::pngPicture(600, 30), test::jpegPicture(30, 600), test::jpegPicture(9, 9)}) {
+    const ImageStore::Png drawn = png(show({written("large.png", large)})[0]);
+    EXPECT_EQ(*drawn, asText(*codecs_.pngRepresentation(*codecs_.imageWithData(large))));
+  }
+
+  const std::string ofOld = show({written("a.png", own)})[0];
+  EXPECT_NE(ofOld, show({shown})[0]);
+  const std::string ofNew = show({written("a.png", test::pngPicture(7, 5, 2))})[0];
+  EXPECT_EQ(png(ofOld), nullptr);
+  EXPECT_NE(png(ofNew), nullptr);
+  const std::string damaged = show({written("b.png", ByteView(own).first(own.size() - 20))})[0];
+  EXPECT_EQ(png(damaged), nullptr);
+  const std::string gone = show({written("c.png", own)})[0];
+  EXPECT_FALSE(files_.removeItemAtPath(folder_.path("c.png")));
+  EXPECT_EQ(png(gone), nullptr);
+  EXPECT_EQ(codecs_.imageWithContentsOfFile(folder_.path("c.png")), nullptr);
+  for (const std::size_t offset : {0U, 12U, 18U}) {  // no PNG, another chunk first, 2,055 pixels wide
+    Bytes odd = own;
+    odd[offset] = std::byte{8};
+    EXPECT_EQ(written("d.png", odd), nullptr) << offset;
+  }
+}
+
+TEST_F(ImageStoreTest, WhatWasDrawnLongestAgoMakesRoom) {
+  const std::string names = "abcdefgh";
+  const auto write = [&](char name) { return written(std::string(1, name), test::pngPicture(2, 2)); };
+  const auto makeRoom = [&](std::size_t files, std::size_t bytes) {
+    files_.makeRoom(100, folder_.path(), {files, bytes});
+    std::string left;
+    for (const char name : names) left += files_.fileExistsAtPath(folder_.path({name})) ? name : '-';
+    return left;
+  };
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const ImagePtr picture = write(names[i]);
+    const timespec times[2] = {{static_cast<time_t>(i), 0}, {static_cast<time_t>(9 - i), 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, picture->path.c_str(), times, 0), 0);
+  }
+  EXPECT_EQ(makeRoom(9, 10'000), names);
+  png(show({codecs_.imageWithContentsOfFile(folder_.path("a"))})[0]);
+  EXPECT_EQ(makeRoom(8, 10'000), "a--defgh");  // one more than needed
+  write('b');
+  write('c');
+  EXPECT_EQ(makeRoom(8, 10'000), names);  // an eighth is told to be free, so it does not look
+  EXPECT_EQ(makeRoom(8, 10'000), "abc--fgh");
+  const std::size_t size = test::pngPicture(2, 2).size();
+  EXPECT_EQ(makeRoom(100, 5 * size), "abc-----");
 }
 
 }  // namespace

@@ -1,9 +1,16 @@
+#include <filesystem>
+
+#include <sys/resource.h>
+
+#include "host/ByteBudgetImageCache.h"
 #include "radio/RadioInterfaceController.h"
 #include "radio/RadioManager.h"
 #include "radio/StationsForTests.h"
 #include "support/Pictures.h"
 #include "support/ScreenHarness.h"
 #include "util/ArtworkPath.h"
+#include "util/CachedImages.h"
+#include "util/PlayRequests.h"
 #include "util/ShownLimits.h"
 
 namespace tunevale::test {
@@ -28,8 +35,23 @@ struct StationPicker : ScreenTest {
     const Messages sent = world.phone.takeMessages();
     return sent.empty() ? PlistValue() : *sent.at(0).find("dataSource");
   }
+  /// The most memory that the process ever had, in KiB.
+  static long highestResident() {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+  }
+  struct CountingCache : host::ByteBudgetImageCache {
+    CountingCache() : ByteBudgetImageCache(1U << 20) {}
+    ImagePtr objectForKey(std::string_view key) override {
+      return ++reads, ByteBudgetImageCache::objectForKey(key);
+    }
+    int reads = 0;
+  };
+  const std::shared_ptr<CountingCache> images = std::make_shared<CountingCache>();
   const PlistArray three{station("one"), station("two WAYS", "tamil"), station("three")};
-  RadioManager& radio = RadioManager::sharedManager(world.platform);
+  RadioManager& radio = (
+      world.platform.makeImageCache = [this] { return images; }, RadioManager::sharedManager(world.platform));
   Picker picker{world.platform, host};
 };
 
@@ -75,7 +97,7 @@ TEST_F(StationPicker, ArtworkComesFromMemoryThenFromDisk) {
   picker.awake(stationContext(three));
   EXPECT_EQ(imageOf(0), cached);
   ASSERT_NE(imageOf(1), nullptr);
-  EXPECT_EQ(imageOf(1)->digest, picture(4, 4, 3)->digest);
+  EXPECT_EQ(world.platform.imageCodec.pngRepresentation(*imageOf(1)), pngPicture(4, 4, 3));
   EXPECT_EQ(imageOf(2), nullptr);
   EXPECT_EQ(radio.getCachedImageForRadioName("two_WAYS_image.png"), nullptr);  // read, not kept
 }
@@ -87,11 +109,48 @@ TEST_F(StationPicker, NewArtworkKeepsThePlaceUntilTheFirstDeactivation) {
   world.settle();
   EXPECT_EQ(picker->radioPicker->selectedItemIndex(), 1U);
   EXPECT_NE(imageOf(2), nullptr);
-  picker->didDeactivate();
+  int announced = 0;
+  const auto observer = std::make_shared<int>();
+  center.addObserver(observer, kNotificationFetchedRadioImage, [&](const Notification&) {
+    // Artwork that was announced before the deactivation is shown, also where others had been announced.
+    if (++announced == 1) images->setObject(picture(4, 4), radio.getImageKey("two_WAYS_image.png"));
+    if (announced == 2) picker->didDeactivate();
+  });
+  for (int i = 0; i < 2; ++i) radio.addImageToCache(picture(4, 4), "three_image.png");
+  world.settle();
+  EXPECT_NE(imageOf(1), nullptr);
   picker->willActivate();
   radio.addImageToCache(picture(4, 4), "one_image.png");
   world.settle();
   EXPECT_EQ(imageOf(0), nullptr);
+}
+
+TEST_F(StationPicker, ManyPicturesTakeLittleMemoryAndTheirArrivalLittleWork) {
+  writeArtwork("0_image.png", pngPicture(2048, 256));
+  writeArtwork("new.png", pngPicture(8, 8));
+  const std::string folder = artworkDirectory(world.platform.homeDirectory) + "/";
+  PlistArray many;
+  for (int i = 0; i < 2000; ++i) {
+    const std::string title = std::to_string(i);
+    many.append(station(title.c_str()));
+    if (i > 0 && i < 1900)
+      std::filesystem::create_hard_link(folder + "0_image.png", folder + title + "_image.png");
+  }
+  const long before = highestResident();
+  picker.awake(stationContext(many));
+  EXPECT_TRUE(imageOf(0) && imageOf(1899) && !imageOf(1900));
+  EXPECT_EQ(images->reads, 2000);
+  const auto first = picker->radioPicker->items()[0].contentImage();
+  const ImagePtr arrived = WatchUtil::getImageForKey(world.platform, "new.png");
+  for (int i = 1900; i < 2000; ++i) radio.addImageToCache(arrived, std::to_string(i) + "_image.png");
+  world.settle();
+  EXPECT_EQ(picker->radioPicker->items()[0].contentImage(), first);
+  EXPECT_NE(imageOf(1999), nullptr);
+  EXPECT_EQ(images->reads, 3 * 2000);  // at the first of a hundred announcements, and after the last
+  EXPECT_LT(highestResident() - before, 48 << 10);  // 4 GiB if they were decoded
+  const std::function<void()> unexpected = [] { ADD_FAILURE() << "nothing new, but the display is told"; };
+  picker->radioPicker->setChangeHandler(&unexpected);
+  picker->reloadData();
 }
 
 TEST_F(StationPicker, PlayFlashesAndOnlyLogsTheAnswer) {
