@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -13,8 +14,8 @@
 
 namespace tunevale::test {
 
-/// A phone that does what the test says. It starts supported, not activated, reachable and unlocked. Test's
-/// thread only.
+/// A phone that does what the test says. It starts supported, not activated, reachable and unlocked. Its
+/// state may be set from any thread; all else is for the thread of the main queue.
 class ScriptedPhone : public PhoneSession {
  public:
   /// What the watch answered to a message: nothing yet, or its first reply and the number of replies.
@@ -135,10 +136,10 @@ class ScriptedPhone : public PhoneSession {
   }
 
   MainQueue& mainQueue_;
-  bool supported_ = true;
-  ActivationState state_ = ActivationState::notActivated;
-  bool reachable_ = true;
-  bool locked_ = false;
+  std::atomic<bool> supported_ = true;
+  std::atomic<ActivationState> state_ = ActivationState::notActivated;
+  std::atomic<bool> reachable_ = true;
+  std::atomic<bool> locked_ = false;
   int activations_ = 0;
   PhoneSessionDelegate* delegate_ = nullptr;
   Sent<PlistDictionary, ReplyHandler> messages_;
