@@ -62,6 +62,13 @@ TEST(RunLoop, EndsTurnsEvenWhenBlocksKeepComing) {
   EXPECT_EQ(turns, 3);
 }
 
+TEST(RunLoop, WakesForWhatIsDueFirst) {
+  RunLoop loop;
+  loop.after(1h, [] {});
+  loop.after(1ms, [&] { loop.stop(); });
+  loop.run();
+}
+
 // What a dropped block holds may submit as it goes.
 TEST(RunLoop, DropsWhatHasNotRun) {
   struct Submitter {
