@@ -110,6 +110,11 @@ TEST_F(FaultTable, F13ListsWithABrokenFrame) {
   field(24, 8, {0, 8, 10'000, UINT64_MAX});                    // the table
 }
 
+TEST_F(FaultTable, F13MoreObjectsThanBytes) {
+  expectRefused("two in one byte", bytesOf("bplist00\x09\x08\x08" + std::string(6, '\0') + "\x01\x01" +
+                                           bigEndian(2, 8) + bigEndian(0, 8) + bigEndian(9, 8)));
+}
+
 // Read as an object, the table is a text of 14 characters or an array of 14 references, and past the end.
 TEST_F(FaultTable, F13AnObjectThatStartsAtTheTable) {
   for (const auto& [table, refSize] : {std::pair(0x5E, 1), {0xAE, 8}}) {
