@@ -93,6 +93,9 @@ TEST(HostileImages, PastTheLimitsAreNone) {
     EXPECT_EQ(decode(jpeg), nullptr) << width << "x" << height;
   }
 
+  for (const auto& [width, height] : {std::pair(2049U, 1U), {1U, 2049U}}) {
+    EXPECT_EQ(decode(encodeJpeg(width, height, 1, std::vector<std::uint8_t>(2049), [](auto&) {})), nullptr);
+  }
   Bytes padded = pngPicture(4, 4);
   padded.resize(kMostImageBytes);
   EXPECT_TRUE(decode(padded));
