@@ -1,4 +1,5 @@
 #include <chrono>
+#include <future>
 #include <thread>
 
 #include <boost/json.hpp>

@@ -170,8 +170,7 @@ TEST_F(FilesTest, WithAnotherHashAreRefusedAndLeaveNothing) {
   Sha256 right;
   right.add(asBytes("abc"));
   offer(1, {});
-  ASSERT_NE(peer.last(FrameType::fileError), nullptr);
-  EXPECT_EQ(numberIn(peer.last(FrameType::fileError)->body, "code"), 7014U);
+  EXPECT_EQ(peer.refusal(FrameType::fileError), "1 7014");
   EXPECT_TRUE(world.watch.ear.files.empty() && namesIn(world.watch.spool).empty());
   offer(1, right.finish());
   EXPECT_EQ(world.watch.ear.files, Lines{"abc"});
@@ -246,8 +245,7 @@ TEST_F(FilesTest, GiveBackTheRoomThatTheyTook) {
   EXPECT_EQ(fill(), 0U) << "counted by a session that found them";
   {
     RawPeer peer(world.strand, world.watch);
-    const RawPeer::Received* offered = peer.last(FrameType::fileBegin);
-    ASSERT_TRUE(offered != nullptr && offered->id == 3);
+    EXPECT_EQ(peer.last(FrameType::fileBegin).id, 3U);
     peer.send(FrameType::fileError, 3, PlistDictionary{{"code", 7015}});
     world.strand.run();
     EXPECT_EQ(fill(), 1U) << "refused";
