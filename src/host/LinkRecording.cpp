@@ -16,12 +16,12 @@ namespace json = boost::json;
 
 namespace {
 
-using Kind = RecordedEvent::Kind;
+using EventKind = RecordedEvent::Kind;
 
 /// Which members an event of a kind has.
 enum class Error { never, perhaps, always };
 struct Shape {
-  Kind kind;
+  EventKind kind;
   std::string_view name;
   bool id;
   bool body;
@@ -29,24 +29,24 @@ struct Shape {
   Error error = Error::never;
 };
 constexpr std::array kShapes{
-    Shape{Kind::activation, "activation", false, false, false, Error::perhaps},
-    Shape{Kind::state, "state", false, false, false},
-    Shape{Kind::message, "message", true, true, false},
-    Shape{Kind::messageData, "message_data", true, false, true},
-    Shape{Kind::userInfo, "user_info", false, true, false},
-    Shape{Kind::context, "context", false, true, false},
-    Shape{Kind::file, "file", false, true, true},
-    Shape{Kind::reply, "reply", true, true, false},
-    Shape{Kind::dataReply, "data_reply", true, false, true},
-    Shape{Kind::request, "request", true, true, false},
-    Shape{Kind::dataRequest, "data_request", true, false, true},
-    Shape{Kind::answer, "answer", true, true, false},
-    Shape{Kind::dataAnswer, "data_answer", true, false, true},
-    Shape{Kind::failure, "failure", true, false, false, Error::always},
-    Shape{Kind::userInfoFinished, "user_info_finished", false, true, false, Error::perhaps},
-    Shape{Kind::fileFinished, "file_finished", true, false, false, Error::perhaps},
-    Shape{Kind::queueReset, "queue_reset", false, false, false},
-    Shape{Kind::unpaired, "unpaired", false, false, false},
+    Shape{EventKind::activation, "activation", false, false, false, Error::perhaps},
+    Shape{EventKind::state, "state", false, false, false},
+    Shape{EventKind::message, "message", true, true, false},
+    Shape{EventKind::messageData, "message_data", true, false, true},
+    Shape{EventKind::userInfo, "user_info", false, true, false},
+    Shape{EventKind::context, "context", false, true, false},
+    Shape{EventKind::file, "file", false, true, true},
+    Shape{EventKind::reply, "reply", true, true, false},
+    Shape{EventKind::dataReply, "data_reply", true, false, true},
+    Shape{EventKind::request, "request", true, true, false},
+    Shape{EventKind::dataRequest, "data_request", true, false, true},
+    Shape{EventKind::answer, "answer", true, true, false},
+    Shape{EventKind::dataAnswer, "data_answer", true, false, true},
+    Shape{EventKind::failure, "failure", true, false, false, Error::always},
+    Shape{EventKind::userInfoFinished, "user_info_finished", false, true, false, Error::perhaps},
+    Shape{EventKind::fileFinished, "file_finished", true, false, false, Error::perhaps},
+    Shape{EventKind::queueReset, "queue_reset", false, false, false},
+    Shape{EventKind::unpaired, "unpaired", false, false, false},
 };
 
 const Shape* shapeOf(const json::value& name) {
@@ -116,7 +116,7 @@ RecordedEvent readEvent(Members& members, const Shape& shape) {
   if (shape.id) event.id = static_cast<std::uint64_t>(members.number("id"));
   if (shape.body) event.body = members.dictionary("body");
   if (shape.data) event.data = members.bytes("data");
-  if (shape.kind == Kind::state) {
+  if (shape.kind == EventKind::state) {
     event.reachable = members.flag("reachable");
     event.locked = members.flag("locked");
   }
@@ -148,7 +148,7 @@ std::string recordedLine(const RecordedEvent& event) {
   if (shape.id) line["id"] = event.id;
   if (shape.body) line["body"] = toTaggedJson(event.body);
   if (shape.data) line["data"] = toBase64(event.data);
-  if (event.kind == Kind::state) {
+  if (event.kind == EventKind::state) {
     line["reachable"] = event.reachable;
     line["locked"] = event.locked;
   }

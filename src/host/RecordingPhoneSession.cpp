@@ -4,7 +4,7 @@
 
 namespace tunevale::host {
 
-using Kind = RecordedEvent::Kind;
+using EventKind = RecordedEvent::Kind;
 
 void RecordingPhoneSession::noteState() {
   const bool reachable = isReachable();
@@ -12,7 +12,7 @@ void RecordingPhoneSession::noteState() {
   if (reachable == reachable_ && locked == locked_) return;
   reachable_ = reachable;
   locked_ = locked;
-  recorder_.add({.kind = Kind::state, .reachable = reachable, .locked = locked});
+  recorder_.add({.kind = EventKind::state, .reachable = reachable, .locked = locked});
 }
 
 void RecordingPhoneSession::setDelegate(PhoneSessionDelegate* delegate) {
@@ -23,11 +23,11 @@ void RecordingPhoneSession::setDelegate(PhoneSessionDelegate* delegate) {
 void RecordingPhoneSession::sendMessage(PlistDictionary message, ReplyHandler replyHandler,
                                         ErrorHandler errorHandler) {
   const std::uint64_t id = next_++;
-  recorder_.add({.kind = Kind::request, .id = id, .body = message});
+  recorder_.add({.kind = EventKind::request, .id = id, .body = message});
   session_.sendMessage(
       std::move(message),
       [this, id, handler = std::move(replyHandler)](const PlistDictionary& reply) {
-        recorder_.add({.kind = Kind::answer, .id = id, .body = reply});
+        recorder_.add({.kind = EventKind::answer, .id = id, .body = reply});
         if (handler) handler(reply);
       },
       noted(id, std::move(errorHandler)));
@@ -36,11 +36,11 @@ void RecordingPhoneSession::sendMessage(PlistDictionary message, ReplyHandler re
 void RecordingPhoneSession::sendMessageData(Bytes data, DataReplyHandler replyHandler,
                                             ErrorHandler errorHandler) {
   const std::uint64_t id = next_++;
-  recorder_.add({.kind = Kind::dataRequest, .id = id, .data = data});
+  recorder_.add({.kind = EventKind::dataRequest, .id = id, .data = data});
   session_.sendMessageData(
       std::move(data),
       [this, id, handler = std::move(replyHandler)](ByteView reply) {
-        recorder_.add({.kind = Kind::dataAnswer, .id = id, .data = Bytes(reply.begin(), reply.end())});
+        recorder_.add({.kind = EventKind::dataAnswer, .id = id, .data = Bytes(reply.begin(), reply.end())});
         if (handler) handler(reply);
       },
       noted(id, std::move(errorHandler)));
@@ -48,23 +48,23 @@ void RecordingPhoneSession::sendMessageData(Bytes data, DataReplyHandler replyHa
 
 PhoneSession::ErrorHandler RecordingPhoneSession::noted(std::uint64_t request, ErrorHandler handler) {
   return [this, request, handler = std::move(handler)](const SessionError& error) {
-    recorder_.add({.kind = Kind::failure, .id = request, .error = error});
+    recorder_.add({.kind = EventKind::failure, .id = request, .error = error});
     if (handler) handler(error);
   };
 }
 
 void RecordingPhoneSession::sessionActivationDidCompleteWithState(PhoneSession&, ActivationState state,
                                                                   const std::optional<SessionError>& error) {
-  recorder_.add({.kind = Kind::activation, .error = error.value_or(SessionError{})});
+  recorder_.add({.kind = EventKind::activation, .error = error.value_or(SessionError{})});
   delegate_->sessionActivationDidCompleteWithState(*this, state, error);
 }
 
 void RecordingPhoneSession::sessionDidReceiveMessage(PhoneSession&, const PlistDictionary& message,
                                                      const MessageReply& reply) {
   const std::uint64_t id = next_++;
-  recorder_.add({.kind = Kind::message, .id = id, .body = message});
+  recorder_.add({.kind = EventKind::message, .id = id, .body = message});
   delegate_->sessionDidReceiveMessage(*this, message, [this, id, reply](const PlistDictionary& body) {
-    recorder_.add({.kind = Kind::reply, .id = id, .body = body});
+    recorder_.add({.kind = EventKind::reply, .id = id, .body = body});
     reply(body);
   });
 }
@@ -72,26 +72,26 @@ void RecordingPhoneSession::sessionDidReceiveMessage(PhoneSession&, const PlistD
 void RecordingPhoneSession::sessionDidReceiveMessageData(PhoneSession&, ByteView data,
                                                          const DataReply& reply) {
   const std::uint64_t id = next_++;
-  recorder_.add({.kind = Kind::messageData, .id = id, .data = Bytes(data.begin(), data.end())});
+  recorder_.add({.kind = EventKind::messageData, .id = id, .data = Bytes(data.begin(), data.end())});
   delegate_->sessionDidReceiveMessageData(*this, data, [this, id, reply](ByteView body) {
-    recorder_.add({.kind = Kind::dataReply, .id = id, .data = Bytes(body.begin(), body.end())});
+    recorder_.add({.kind = EventKind::dataReply, .id = id, .data = Bytes(body.begin(), body.end())});
     reply(body);
   });
 }
 
 void RecordingPhoneSession::sessionDidReceiveUserInfo(PhoneSession&, const PlistDictionary& userInfo) {
-  recorder_.add({.kind = Kind::userInfo, .body = userInfo});
+  recorder_.add({.kind = EventKind::userInfo, .body = userInfo});
   delegate_->sessionDidReceiveUserInfo(*this, userInfo);
 }
 
 void RecordingPhoneSession::sessionDidReceiveApplicationContext(PhoneSession&,
                                                                 const PlistDictionary& context) {
-  recorder_.add({.kind = Kind::context, .body = context});
+  recorder_.add({.kind = EventKind::context, .body = context});
   delegate_->sessionDidReceiveApplicationContext(*this, context);
 }
 
 void RecordingPhoneSession::sessionDidReceiveFile(PhoneSession&, const ReceivedFile& file) {
-  recorder_.add({.kind = Kind::file,
+  recorder_.add({.kind = EventKind::file,
                  .body = file.metadata,
                  .data = PosixFiles().contentsAtPath(file.path).value_or(Bytes{})});
   delegate_->sessionDidReceiveFile(*this, file);
@@ -99,8 +99,9 @@ void RecordingPhoneSession::sessionDidReceiveFile(PhoneSession&, const ReceivedF
 
 void RecordingPhoneSession::sessionDidFinishUserInfoTransfer(PhoneSession&, const UserInfoTransfer& transfer,
                                                              const std::optional<SessionError>& error) {
-  recorder_.add(
-      {.kind = Kind::userInfoFinished, .body = transfer.userInfo, .error = error.value_or(SessionError{})});
+  recorder_.add({.kind = EventKind::userInfoFinished,
+                 .body = transfer.userInfo,
+                 .error = error.value_or(SessionError{})});
   delegate_->sessionDidFinishUserInfoTransfer(*this, transfer, error);
 }
 

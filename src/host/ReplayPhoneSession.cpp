@@ -14,27 +14,27 @@ namespace tunevale::host {
 
 namespace {
 
-using Kind = RecordedEvent::Kind;
+using EventKind = RecordedEvent::Kind;
 using std::chrono::nanoseconds;
 
-bool comesFromPhone(Kind kind) {
+bool comesFromPhone(EventKind kind) {
   switch (kind) {
-    case Kind::activation:
-    case Kind::state:
-    case Kind::message:
-    case Kind::messageData:
-    case Kind::userInfo:
-    case Kind::context:
-    case Kind::file:
-    case Kind::userInfoFinished:
+    case EventKind::activation:
+    case EventKind::state:
+    case EventKind::message:
+    case EventKind::messageData:
+    case EventKind::userInfo:
+    case EventKind::context:
+    case EventKind::file:
+    case EventKind::userInfoFinished:
       return true;
     default:
       return false;
   }
 }
 
-bool isAnswer(Kind kind) {
-  return kind == Kind::answer || kind == Kind::dataAnswer || kind == Kind::failure;
+bool isAnswer(EventKind kind) {
+  return kind == EventKind::answer || kind == EventKind::dataAnswer || kind == EventKind::failure;
 }
 
 std::optional<SessionError> errorOf(const RecordedEvent& event) {
@@ -78,7 +78,7 @@ struct ReplayPhoneSession::State : std::enable_shared_from_this<State> {
   }
 
   void play(const RecordedEvent& event) {
-    if (event.kind == Kind::state) {
+    if (event.kind == EventKind::state) {
       reachable = event.reachable;
       locked = event.locked;
       if (options.changed) options.changed();
@@ -94,27 +94,27 @@ struct ReplayPhoneSession::State : std::enable_shared_from_this<State> {
 
   /// Whether the session was activated at once, with a phone that had paired before.
   bool wasPaired() const {
-    const auto first = std::ranges::find(options.events, Kind::activation, &RecordedEvent::kind);
+    const auto first = std::ranges::find(options.events, EventKind::activation, &RecordedEvent::kind);
     return first == options.events.end() || !errorOf(*first);
   }
 
   void deliver(const RecordedEvent& event) {
     switch (event.kind) {
-      case Kind::activation:
+      case EventKind::activation:
         activated = !errorOf(event);
         return delegate->sessionActivationDidCompleteWithState(owner, owner.activationState(),
                                                                errorOf(event));
-      case Kind::message:
+      case EventKind::message:
         return delegate->sessionDidReceiveMessage(owner, event.body, [](const PlistDictionary&) {});
-      case Kind::messageData:
+      case EventKind::messageData:
         return delegate->sessionDidReceiveMessageData(owner, event.data, [](ByteView) {});
-      case Kind::userInfo:
+      case EventKind::userInfo:
         return delegate->sessionDidReceiveUserInfo(owner, event.body);
-      case Kind::context:
+      case EventKind::context:
         return delegate->sessionDidReceiveApplicationContext(owner, event.body);
-      case Kind::file:
+      case EventKind::file:
         return deliverFile(event);
-      case Kind::userInfoFinished:
+      case EventKind::userInfoFinished:
         return delegate->sessionDidFinishUserInfoTransfer(owner, {event.body}, errorOf(event));
       default:
         return;
@@ -130,7 +130,8 @@ struct ReplayPhoneSession::State : std::enable_shared_from_this<State> {
 
   /// What the phone answered to a request like this one, the first time that it was not given yet; with how
   /// long it took. Null: nothing.
-  const RecordedEvent* answerTo(Kind kind, const PlistDictionary& body, ByteView data, nanoseconds& delay) {
+  const RecordedEvent* answerTo(EventKind kind, const PlistDictionary& body, ByteView data,
+                                nanoseconds& delay) {
     const MutexLock lock(mutex);
     for (std::size_t i = 0; i < options.events.size(); ++i) {
       const RecordedEvent& request = options.events[i];
@@ -149,14 +150,15 @@ struct ReplayPhoneSession::State : std::enable_shared_from_this<State> {
   }
 
   template <class Give>
-  void send(Kind kind, const PlistDictionary& body, ByteView data, Give give, ErrorHandler errorHandler) {
+  void send(EventKind kind, const PlistDictionary& body, ByteView data, Give give,
+            ErrorHandler errorHandler) {
     ++pending;
     nanoseconds delay{0};
     const RecordedEvent* answer = answerTo(kind, body, data, delay);
     mainQueue.after(
         delay, [self = shared_from_this(), answer, give = std::move(give), failed = std::move(errorHandler)] {
           if (self->closed) return;
-          if (answer != nullptr && answer->kind != Kind::failure) {
+          if (answer != nullptr && answer->kind != EventKind::failure) {
             give(*answer);
           } else if (failed) {
             failed(answer != nullptr ? answer->error : unreachable());
@@ -222,7 +224,7 @@ bool ReplayPhoneSession::iOSDeviceNeedsUnlockAfterRebootForReachability() const 
 void ReplayPhoneSession::sendMessage(PlistDictionary message, ReplyHandler replyHandler,
                                      ErrorHandler errorHandler) {
   state_->send(
-      Kind::request, message, {},
+      EventKind::request, message, {},
       [handler = std::move(replyHandler)](const RecordedEvent& answer) {
         if (handler) handler(answer.body);
       },
@@ -232,7 +234,7 @@ void ReplayPhoneSession::sendMessage(PlistDictionary message, ReplyHandler reply
 void ReplayPhoneSession::sendMessageData(Bytes data, DataReplyHandler replyHandler,
                                          ErrorHandler errorHandler) {
   state_->send(
-      Kind::dataRequest, {}, data,
+      EventKind::dataRequest, {}, data,
       [handler = std::move(replyHandler)](const RecordedEvent& answer) {
         if (handler) handler(answer.data);
       },
