@@ -9,14 +9,6 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-/// Unpairs on one end of a live session; how long until the other way round nothing is live any more.
-std::chrono::milliseconds revoke(SecureEnd& where) {
-  const auto from = Clock::now();
-  EXPECT_FALSE(where.session->unpair());
-  EXPECT_TRUE(where.comes([&] { return !where.session->state().connected; }, 3s));
-  return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - from);
-}
-
 TEST(FaultTable, F9RevokedWhileLive) {
   std::chrono::milliseconds slowest{};
   for (const bool onWatch : {true, false}) {
@@ -27,7 +19,10 @@ TEST(FaultTable, F9RevokedWhileLive) {
       SecureEnd& here = onWatch ? pair.watch : pair.phone;
       SecureEnd& there = onWatch ? pair.phone : pair.watch;
       pair.proxy->setBlackHole(!reachesTheOther);
-      slowest = std::max(slowest, revoke(here));
+      const auto from = Clock::now();
+      EXPECT_FALSE(here.session->unpair());
+      EXPECT_TRUE(here.comes([&] { return !here.session->state().connected; }, 3s));
+      slowest = std::max(slowest, std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - from));
       EXPECT_FALSE(here.store.pin());
       EXPECT_EQ(there.comes([&] { return !there.store.pin(); }, reachesTheOther ? 2s : 200ms),
                 reachesTheOther)
@@ -35,10 +30,7 @@ TEST(FaultTable, F9RevokedWhileLive) {
       // What is said now is for nobody, also once the way is whole again and the other end comes back.
       pair.proxy->setBlackHole(false);
       const std::size_t before = here.ask([&] { return here.notes.messages; });
-      there.ask([&] {
-        there.session->sendMessage({{"n", 1}}, {}, {});
-        return true;
-      });
+      there.ask([&] { return there.session->sendMessage({{"n", 1}}, {}, {}), true; });
       EXPECT_FALSE(here.comes([&] { return here.session->state().connected; }, 300ms));
       EXPECT_EQ(here.ask([&] { return here.notes.messages; }), before);
     }

@@ -1,5 +1,9 @@
+#include <set>
+
 #include <gtest/gtest.h>
 
+#include "link/PhonePairing.h"
+#include "link/WatchPairing.h"
 #include "link/tls/TlsWorld.h"
 
 namespace tunevale::link {
@@ -31,34 +35,25 @@ TEST(Tls, CarriesEverythingInOrderBothWays) {
   EXPECT_EQ(watch.ended, "the other end has closed the connection");
 }
 
-TEST(Tls, AReaderThatPausesGetsTheRestLater) {
-  TlsWorld world;
-  const auto phone = world.dial(world.phone);
-  ASSERT_TRUE(world.until([&] { return world.accepted.size() == 1; }));
-  Sink watch(std::move(world.accepted.front().stream));
-  watch.stream->setReading(false);
-  phone->say(std::string(20'000'000, 'x'));
-  EXPECT_FALSE(world.until([&] { return phone->writes == 1; }, 300ms)) << "nobody reads, so it waits";
-  const std::size_t early = watch.read.size();
-  EXPECT_LE(early, 64U * 1024);
-  watch.stream->setReading(true);
-  ASSERT_TRUE(world.until([&] { return watch.read.size() == 20'000'000 && phone->writes == 1; }, 20s));
-}
-
-TEST(Tls, ACloseThatNobodyAnswersEndsInTime) {
-  TlsWorld world(Timing{.tlsShutdown = 100ms});
-  auto phone = world.dial(world.phone);
-  ASSERT_TRUE(world.until([&] { return world.accepted.size() == 1; }));
-  Sink watch(std::move(world.accepted.front().stream));
-  watch.stream->setReading(false);
-  phone->say(std::string(20'000'000, 'x'));
-  world.until([] { return false; }, 50ms);
-  phone->stream->close();
-  world.until([] { return false; }, 300ms);
-  watch.stream->setReading(true);
-  ASSERT_TRUE(world.until([&] { return !watch.ended.empty(); }));
-  EXPECT_EQ(watch.ended, "the connection broke") << "an end that was not announced is told apart";
-  EXPECT_LT(watch.read.size(), 20'000'000U);
+TEST(Tls, AReaderThatPausesGetsTheRestLaterUnlessTheWriterCannotWait) {
+  for (const bool closes : {false, true}) {
+    TlsWorld world(closes ? Timing{.tlsShutdown = 100ms} : Timing{});
+    const auto phone = world.dial(world.phone);
+    ASSERT_TRUE(world.until([&] { return world.accepted.size() == 1; }));
+    Sink watch(std::move(world.accepted.front().stream));
+    watch.stream->setReading(false);
+    phone->say(std::string(20'000'000, 'x'));
+    EXPECT_FALSE(world.until([&] { return phone->writes == 1; }, 300ms)) << "nobody reads, so it waits";
+    EXPECT_LE(watch.read.size(), 64U * 1024);
+    if (closes) {
+      phone->stream->close();
+      world.until([] { return false; }, 300ms);
+    }
+    watch.stream->setReading(true);
+    ASSERT_TRUE(world.until([&] { return !watch.ended.empty() || phone->writes == 1; }, 20s));
+    EXPECT_EQ(world.until([&] { return watch.read.size() == 20'000'000; }, closes ? 0s : 20s), !closes);
+    EXPECT_EQ(watch.ended, closes ? "the connection broke" : "") << "not announced, and so told apart";
+  }
 }
 
 TEST(Tls, BothEndsSayWhatIsWrongWithTheOther) {
@@ -79,6 +74,12 @@ TEST(Tls, BothEndsSayWhatIsWrongWithTheOther) {
        Refusal::otherKey},
       {"the phone knows another watch", [&](TlsWorld& w) { w.phonePin = other; }, false, Refusal::otherKey,
        Refusal::notKnown},
+      // There when the certificate is looked at, gone at the end of the handshake.
+      {"the pin goes during the handshake",
+       [](TlsWorld& w) { w.pinVanishes = true; },
+       true,
+       {},
+       Refusal::notPaired},
   };
   for (const Case& one : cases) {
     SCOPED_TRACE(one.name);
@@ -102,38 +103,47 @@ TEST(Tls, BothEndsSayWhatIsWrongWithTheOther) {
   }
 }
 
-TEST(Tls, PairingIsTakenOnlyWhileItIsOpenAndFromTheRightWatch) {
+TEST(Tls, PairsWithTheRightWatchWhileItIsOpenOrSaysWhyNot) {
   TlsWorld world;
-  const auto pair = [&](std::optional<KeyHash> expected, const Identity& who) {
-    bool done = false;
-    std::optional<SecureStream> made;
-    const auto dialing = dialForPairing(world.loop, who, expected,
-                                        {{"127.0.0.1", world.listener.port()},
-                                         {},
-                                         [&](const Refused& one) { world.phoneRefused.push_back(one); }},
-                                        [&](std::optional<SecureStream> stream) {
-                                          made = std::move(stream);
-                                          done = true;
-                                        });
-    EXPECT_TRUE(world.until([&] { return done; }));
-    return made;
+  world.watchPin.reset();
+  const auto pinTo = [](std::optional<KeyHash>& pin) {
+    return PairingCallbacks{[&pin](const KeyHash& peer) { return pin = peer, true; }, {}};
   };
-  EXPECT_FALSE(pair({}, world.phone));
-  EXPECT_EQ(world.phoneRefused.back().why, Refusal::notPairing);
-  world.pairing = true;
-  EXPECT_FALSE(pair(world.phone.keyHash(), world.phone));
-  EXPECT_EQ(world.phoneRefused.back().why, Refusal::otherKey);
-  EXPECT_EQ(world.phoneRefused.back().key, world.watch.keyHash());
-  EXPECT_FALSE(pair({}, world.watch));
-  EXPECT_EQ(world.phoneRefused.back().why, Refusal::ownKey) << "somebody sends one's own words back";
-  const auto phone = pair(world.watch.keyHash(), world.phone);
-  ASSERT_TRUE(phone);
-  ASSERT_TRUE(world.until([&] { return world.accepted.size() == 1; }));
-  EXPECT_TRUE(world.accepted.back().isPairing);
-  EXPECT_EQ(world.accepted.back().channelKey, phone->channelKey);
-  const auto second = pair({}, world.phone);
-  ASSERT_TRUE(second && world.until([&] { return world.accepted.size() == 2; }));
-  EXPECT_NE(second->channelKey, phone->channelKey) << "every connection has its own";
+  WatchPairing watch(world.loop, world.watch.keyHash(), pinTo(world.watchPin));
+  std::set<Bytes32> channels;
+  world.listener.start([&](SecureStream stream) {
+    EXPECT_TRUE(stream.isPairing);
+    channels.insert(stream.channelKey);
+    watch.take(std::move(stream));
+  });
+  const auto attempt = [&](const PairingAddress& where, const Identity& who) {
+    world.pairing = watch.isOpen();
+    world.phonePin.reset();
+    PhonePairing phone(world.loop, who, where, pinTo(world.phonePin));
+    EXPECT_TRUE(world.until([&] {
+      return phone.status().step == PairingStatus::Step::failed ||
+             phone.status().step == PairingStatus::Step::paired;
+    }));
+    return phone.status().text;
+  };
+  const PairingToken token = WatchPairing::newToken();
+  const Endpoint place{"127.0.0.1", world.listener.port()};
+  const PairingAddress right{place, world.watch.keyHash(), token};
+  EXPECT_EQ(attempt(right, world.phone), "the other end is not open for pairing");
+  EXPECT_EQ(attempt({{"127.0.0.1", 1}, {}, {}}, world.phone), "cannot connect: Connection refused");
+  watch.open(false, token);
+  EXPECT_EQ(
+      attempt({place, world.phone.keyHash(), token}, world.phone),
+      "the other end's key is not the one that is known: somebody else is there, or it has lost its key");
+  EXPECT_EQ(attempt({place, {}, {}}, world.watch), "the other end shows this end's own key")
+      << "somebody sends one's own words back";
+  EXPECT_EQ(watch.status().failures, 0) << "the watch's window is not spent on that";
+  EXPECT_EQ(attempt(right, world.phone), "paired");
+  EXPECT_EQ(world.phonePin, world.watch.keyHash());
+  EXPECT_EQ(world.watchPin, world.phone.keyHash());
+  watch.open(false, token);
+  EXPECT_EQ(attempt(right, world.phone), "the other end says: too soon after the last attempt");
+  EXPECT_EQ(channels.size(), 2U) << "every connection has its own";
 }
 
 }  // namespace

@@ -44,7 +44,8 @@ struct TlsWorld {
   }
 
   /// Dials as the paired phone does; null when it did not work.
-  std::unique_ptr<Sink> dial(const Identity& identity) {
+  std::unique_ptr<Sink> dial(
+      const Identity& identity, const std::function<void()>& meanwhile = [] {}) {
     std::unique_ptr<Stream> stream;
     bool done = false;
     const Dial dial = tlsDial(loop, identity, [this] { return phonePin; },
@@ -55,7 +56,10 @@ struct TlsWorld {
       stream = std::move(made);
       done = true;
     });
-    until([&] { return done; });
+    until([&] {
+      meanwhile();
+      return done;
+    });
     return stream ? std::make_unique<Sink>(std::move(stream)) : nullptr;
   }
 
@@ -65,15 +69,21 @@ struct TlsWorld {
   const Identity phone = Identity::temporary();
   std::optional<KeyHash> watchPin = phone.keyHash();
   std::optional<KeyHash> phonePin = watch.keyHash();
+  bool pinVanishes = false;  // once it was asked for
   bool pairing = false;
   std::vector<Refused> watchRefused;
   std::vector<Refused> phoneRefused;
   std::list<SecureStream> accepted;
-  TlsListener listener{loop,
-                       {},
-                       watch,
-                       {[this] { return watchPin; }, [this] { return pairing; },
-                        [this](const Refused& one) { watchRefused.push_back(one); }, timing}};
+  TlsListener listener{
+      loop,
+      {},
+      watch,
+      {[this] {
+         const auto pin = watchPin;
+         if (pinVanishes) watchPin.reset();
+         return pin;
+       },
+       [this] { return pairing; }, [this](const Refused& one) { watchRefused.push_back(one); }, timing}};
 };
 
 }  // namespace tunevale::link
