@@ -11,14 +11,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "link/Connector.h"
 #include "link/FaultRow.h"
-#include "link/LinkLoop.h"
-#include "link/MemoryStore.h"
-#include "link/Session.h"
-#include "link/SqliteStore.h"
-#include "link/TlsDial.h"
-#include "link/TlsListener.h"
+#include "link/faults/TlsEnd.h"
 #include "link/store/QueueApp.h"
 #include "support/TemporaryFolder.h"
 
@@ -50,13 +44,9 @@ struct End {
   explicit End(const EndPlan& what)
       : plan(what),
         effectsFile(::open((plan.folder + "/effects").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600)),
-        app(effectsIn(plan.folder), [this](const std::string& effect) { note(effect); }),
-        store({plan.folder + "/link.sqlite", ""}, newEpoch(loop)),
-        session(
-            std::in_place, loop, store,
-            SessionOptions{.role = plan.role, .spoolFolder = plan.folder + "/spool", .timing = timing()}, app,
-            [this](Block block) { delivery.post(std::move(block)); },
-            [this](Block block) { loop.post(std::move(block)); }) {}
+        app([this](const std::string& effect) { note(effect); }, effectsIn(plan.folder)),
+        end(plan.role, plan.folder, plan.identity, timing(), app,
+            [this](Block block) { delivery.post(std::move(block)); }) {}
 
   static Timing timing() {
     Timing timing;
@@ -69,49 +59,33 @@ struct End {
     if (::write(effectsFile, line.data(), line.size()) != static_cast<ssize_t>(line.size())) std::abort();
   }
   [[noreturn]] void run() {
-    session->activate();
-    loop.post([this] { begin(); });
-    delivery.start();
-    loop.run();
-    std::abort();
-  }
-  void begin() {
-    const Endpoint address{"127.0.0.1", plan.port};
-    const PinSource pin = [this] { return std::optional(plan.peer); };
-    if (plan.role == Role::watch) {
-      listener.emplace(loop, address, plan.identity, TlsListener::Rules{.pin = pin, .timing = timing()});
-      listener->start([this](SecureStream stream) { session->adopt(std::move(stream.stream), false); });
-    } else {
-      connector.emplace(loop, *session, tlsDial(loop, plan.identity, pin, {address, timing(), {}}), timing());
-      connector->start();
-    }
+    end.meet(plan.peer, plan.port);
     tick();
+    delivery.start();
+    end.loop.run();
+    std::abort();
   }
   /// Queues the next thing that is not queued yet.
   void tick() {
-    const auto next = static_cast<std::int64_t>(store.nextNumber(Queue::items));
-    const auto nextFile = static_cast<std::int64_t>(store.nextNumber(Queue::files));
-    const auto nextContext = static_cast<std::int64_t>(store.contextVersion()) + 1;
+    const auto next = static_cast<std::int64_t>(end.store.nextNumber(Queue::items));
+    const auto nextFile = static_cast<std::int64_t>(end.store.nextNumber(Queue::files));
+    const auto nextContext = static_cast<std::int64_t>(end.store.contextVersion()) + 1;
     const int kind = ++turn % 3;
-    if (kind == 0 && next <= plan.count) session->transferUserInfo({{"n", next}});
+    if (kind == 0 && next <= plan.count) end.session->transferUserInfo({{"n", next}});
     if (kind == 1 && nextFile <= plan.count) {
       const std::string path = plan.folder + "/outgoing";
-      std::ofstream(path, std::ios::binary | std::ios::trunc) << contentsOfFile(nextFile);
-      session->transferFile(path, {{"n", nextFile}});
+      std::ofstream(path, std::ios::binary) << contentsOfFile(nextFile);
+      end.session->transferFile(path, {{"n", nextFile}});
     }
-    if (kind == 2 && nextContext <= plan.count) session->updateApplicationContext({{"n", nextContext}});
-    timer = loop.after(1ms, [this] { tick(); });
+    if (kind == 2 && nextContext <= plan.count) end.session->updateApplicationContext({{"n", nextContext}});
+    timer = end.loop.after(1ms, [this] { tick(); });
   }
   const EndPlan plan;
   const int effectsFile;
   int turn = 0;
-  LinkLoop loop{"end"};
   LinkLoop delivery{"delivery"};
   QueueApp app;
-  SqliteStore store;
-  std::optional<Session> session;
-  std::optional<TlsListener> listener;
-  std::optional<Connector> connector;
+  TlsEnd end;
   std::unique_ptr<Timer> timer;
 };
 
@@ -217,9 +191,7 @@ TEST(FaultTable, F2KilledAtRandom) {
                  << (wrong.empty() ? "none lost, none twice" : wrong) << ", drained within "
                  << std::chrono::duration<double>(quickest).count() << " s";
   EXPECT_EQ(wrong, "");
-  if (!kSanitized) {
-    EXPECT_LE(quickest, 2s);
-  }
+  EXPECT_LE(quickest, faultCount(1, 0) == 1 && !kSanitized ? 2s : 10s);
 }
 
 }  // namespace
