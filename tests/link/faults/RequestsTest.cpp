@@ -31,7 +31,7 @@ TEST(FaultTable, F7EveryRequestEndsOnceAndRightly) {
   std::vector<std::vector<int>> outcomes(ways.size());
   std::size_t sent = 0, ended = 0;  // these three in the watch's turn
 
-  Timing timing = SecurePair::hasty();
+  Timing timing = TlsEnd::hasty();
   timing.reply = 1500ms;
   SecurePair pair(timing);
   std::vector<SessionDelegate::MessageReply> kept;

@@ -2,14 +2,6 @@
 
 namespace tunevale::link {
 
-Timing SecurePair::hasty() {
-  Timing timing;
-  timing.firstReconnect = 4ms;
-  timing.lastReconnect = 20ms;
-  timing.stateSpacing = 10ms;
-  return timing;
-}
-
 SecurePair::SecurePair(const Timing& timing) : watch(Role::watch, timing), phone(Role::phone, timing) {
   watch.meet(phone.identity.keyHash(), 0);
   proxy.emplace(watch.listener->port());

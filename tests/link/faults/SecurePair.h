@@ -10,8 +10,6 @@
 
 namespace tunevale::link {
 
-using namespace std::chrono_literals;
-
 /// Keeps what an end hears.
 struct Notebook : QueueApp {
   void sessionDidReceiveMessage(const PlistDictionary& message, const MessageReply& reply) override {
@@ -70,9 +68,7 @@ struct SecureEnd : EndsThings, TlsEnd {
 
 /// A watch and a phone that know each other, over TLS and through a proxy on which things go wrong.
 struct SecurePair {
-  /// Reconnects soon, so that many faults fit into little time.
-  static Timing hasty();
-  explicit SecurePair(const Timing& timing = hasty());
+  explicit SecurePair(const Timing& timing = TlsEnd::hasty());
   bool becomesReachable(std::chrono::milliseconds within);
 
   SecureEnd watch;

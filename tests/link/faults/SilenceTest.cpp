@@ -41,7 +41,7 @@ TEST(FaultTable, F5ABlackHoleIsNoticedAndLeft) {
 
 TEST(FaultTable, F6TheLastReportOfAToggledLinkIsTheTruth) {
   const int toggles = faultCount(100, 16);
-  Timing timing = SecurePair::hasty();
+  Timing timing = TlsEnd::hasty();
   timing.stateSpacing = Timing{}.stateSpacing;
   const Time since = std::chrono::steady_clock::now();
   SecurePair pair(timing);

@@ -13,6 +13,8 @@
 
 namespace tunevale::link {
 
+using namespace std::chrono_literals;
+
 /// One end on a loop of its own, with its store and its spool in a folder.
 struct TlsEnd {
   /// `deliver` is the loop's own turn where it is empty.
@@ -27,6 +29,14 @@ struct TlsEnd {
                     SessionOptions{.role = role, .spoolFolder = folder + "/spool", .timing = timing}, app,
                     deliver ? deliver : turn, turn);
     session->activate();
+  }
+  /// Reconnects soon, so that many faults fit into little time.
+  static Timing hasty() {
+    Timing timing;
+    timing.firstReconnect = 4ms;
+    timing.lastReconnect = 20ms;
+    timing.stateSpacing = 10ms;
+    return timing;
   }
   ~TlsEnd() { loop.stop(); }
 

@@ -87,11 +87,6 @@ int hasFile(sqlite3_vfs* vfs, const char* name, int, int* result) {
   *result = diskOf(vfs).find(name) != nullptr ? 1 : 0;
   return SQLITE_OK;
 }
-int fullName(sqlite3_vfs*, const char* name, int size, char* out) {
-  sqlite3_snprintf(size, out, "%s", name);
-  return SQLITE_OK;
-}
-
 bool isSpooled(const std::string& name) {
   return !name.starts_with('/');
 }
@@ -128,7 +123,7 @@ FaultDisk::FaultDisk(std::uint64_t seed)
     : dice_(seed), registration_(std::make_unique<sqlite3_vfs>(*sqlite3_vfs_find(nullptr))) {
   static int disks = 0;
   vfs_ = "fault-disk-" + std::to_string(++disks);
-  sqlite3_vfs& vfs = *registration_;  // else as the usual one: time, sleep and dice
+  sqlite3_vfs& vfs = *registration_;  // else as the usual one: names, time, sleep and dice
   vfs.iVersion = 1;
   vfs.szOsFile = sizeof(OpenFile);
   vfs.zName = vfs_.c_str();
@@ -137,7 +132,6 @@ FaultDisk::FaultDisk(std::uint64_t seed)
   vfs.xOpen = openFile;
   vfs.xDelete = deleteFile;
   vfs.xAccess = hasFile;
-  vfs.xFullPathname = fullName;
   sqlite3_vfs_register(&vfs, 0);
 }
 

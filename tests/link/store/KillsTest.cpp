@@ -45,15 +45,9 @@ struct End {
       : plan(what),
         effectsFile(::open((plan.folder + "/effects").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600)),
         app([this](const std::string& effect) { note(effect); }, effectsIn(plan.folder)),
-        end(plan.role, plan.folder, plan.identity, timing(), app,
+        end(plan.role, plan.folder, plan.identity, TlsEnd::hasty(), app,
             [this](Block block) { delivery.post(std::move(block)); }) {}
 
-  static Timing timing() {
-    Timing timing;
-    timing.firstReconnect = 20ms;
-    timing.lastReconnect = 50ms;
-    return timing;
-  }
   void note(const std::string& effect) {
     const std::string line = effect + "\n";
     if (::write(effectsFile, line.data(), line.size()) != static_cast<ssize_t>(line.size())) std::abort();
@@ -89,34 +83,6 @@ struct End {
   std::unique_ptr<Timer> timer;
 };
 
-/// A running end.
-class EndProcess {
- public:
-  explicit EndProcess(const EndPlan& plan) {
-    std::filesystem::create_directories(plan.folder);
-    process_ = ::fork();
-    if (process_ == 0) {
-      try {
-        End(plan).run();
-      } catch (const std::exception& error) {
-        std::fprintf(stderr, "an end failed: %s\n", error.what());
-        ::_exit(3);
-      }
-    }
-  }
-  ~EndProcess() {
-    ::kill(process_, SIGKILL);
-    int status = 0;
-    ::waitpid(process_, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "an end died by itself";
-  }
-  EndProcess(const EndProcess&) = delete;
-  EndProcess& operator=(const EndProcess&) = delete;
-
- private:
-  pid_t process_ = -1;
-};
-
 /// Two ends of which either can be killed and started again.
 struct Pair {
   Pair() {
@@ -124,6 +90,9 @@ struct Pair {
     const std::uint16_t port = unusedPort();
     plans.push_back({Role::watch, folder.path("watch"), watch, phone.keyHash(), port});
     plans.push_back({Role::phone, folder.path("phone"), phone, watch.keyHash(), port});
+  }
+  ~Pair() {
+    for (const std::size_t i : {0U, 1U}) kill(i);
   }
   /// Of those that nobody is given by chance while the watch is dead.
   static std::uint16_t unusedPort() {
@@ -138,9 +107,25 @@ struct Pair {
     }
   }
   void restart(std::size_t i, int more = 0) {
-    ends[i].reset();
+    kill(i);
     plans[i].count += more;
-    ends[i] = std::make_unique<EndProcess>(plans[i]);
+    std::filesystem::create_directories(plans[i].folder);
+    processes[i] = ::fork();
+    if (processes[i] != 0) return;
+    try {
+      End(plans[i]).run();
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "an end failed: %s\n", error.what());
+      ::_exit(3);
+    }
+  }
+  void kill(std::size_t i) {
+    const pid_t process = std::exchange(processes[i], 0);
+    if (process <= 0) return;
+    ::kill(process, SIGKILL);
+    int status = 0;
+    ::waitpid(process, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "an end died by itself";
   }
   /// What is wrong with what the ends have got and kept; empty once all has come and nothing waits.
   std::string complaints() {
@@ -163,7 +148,7 @@ struct Pair {
 
   test::TemporaryFolder folder;
   std::vector<EndPlan> plans;
-  std::unique_ptr<EndProcess> ends[2];
+  pid_t processes[2] = {};
 };
 
 TEST(FaultTable, F2KilledAtRandom) {
@@ -185,7 +170,7 @@ TEST(FaultTable, F2KilledAtRandom) {
     wrong = pair.awaited();
     quickest = std::min(quickest, Clock::now() - restarted);
   }
-  for (auto& end : pair.ends) end.reset();
+  for (const std::size_t i : {0U, 1U}) pair.kill(i);
   if (wrong.empty()) wrong = pair.complaints();
   FaultRow("F2") << kills << " kills, " << pair.plans[0].count << " of each kind both ways, "
                  << (wrong.empty() ? "none lost, none twice" : wrong) << ", drained within "
