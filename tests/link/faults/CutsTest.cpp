@@ -35,9 +35,9 @@ FaultProxy::Faults faultsFor(int round, std::mt19937_64& dice) {
 
 struct Cuts {
   struct Way {
-    void queue(std::int64_t& next, int infos, bool file) {
-      for (int i = 0; i < infos; ++i) from.queueInfo(wanted.infos.emplace_back(++next));
-      if (file) from.queueFile(wanted.files.emplace_back(++next));
+    void queue(std::int64_t& last, int infos, bool file) {
+      for (int i = 0; i < infos; ++i) from.queueInfo(wanted.infos.emplace_back(++last));
+      if (file) from.queueFile(wanted.files.emplace_back(++last));
     }
     std::string missing() {
       const std::string wrong = to.ask([this] { return complaint(to.notes.effects, wanted); });
