@@ -1,24 +1,13 @@
 // Whatever comes as inputs, one a line, is done or refused with a reason.
-#include <cstdint>
-#include <cstdlib>
-
+#include "fuzz/StubWorld.h"
 #include "host/InputHandler.h"
-#include "host/Navigation.h"
-#include "host/StubScreens.h"
-#include "support/World.h"
 
 using namespace tunevale;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static test::World world;
-  static test::LayoutFolder folder;
-  static host::ControllerRegistry registry = [] {
-    host::ControllerRegistry made(world.platform);
-    test::addStubs(made);
-    return made;
-  }();
-  static const host::InterfaceLayout layout = folder.read(test::stubLayout(), registry);
-  host::Navigation navigation(layout, registry, world.platform.sharedExtension, [] {});
+  static test::StubWorld world;
+  static const host::InterfaceLayout layout = world.folder.read(test::stubLayout(), world.registry);
+  host::Navigation navigation(layout, world.registry, world.platform.sharedExtension, [] {});
   navigation.start();
   host::InputHandler inputs(navigation);
   std::string_view lines(reinterpret_cast<const char*>(data), size);

@@ -13,8 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace tunevale::link;
   if (size == 0) return 0;
   ByteView input = std::as_bytes(std::span(data, size));
-  const bool raw = (data[0] & 1) != 0;
-  const bool introduces = (data[0] & 2) == 0;
+  const bool raw = (data[0] & 1) != 0, introduces = (data[0] & 2) == 0;
   input = input.subspan(1);
 
   LinkWorld world;

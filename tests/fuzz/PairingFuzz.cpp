@@ -33,12 +33,11 @@ void say(Stream& stream, ByteView input, bool raw) {
     const ByteView body =
         input.subspan(3, std::min(std::to_integer<std::size_t>(input[2]), input.size() - 3));
     if (body.size() == 32) {
-      const char* key = type == FrameType::pairCommit  ? "commit"
-                        : type == FrameType::pairFail  ? "reason"
-                        : type == FrameType::pairProof ? "proof"
-                        : type == FrameType::pairToken ? "proof"
-                                                       : "nonce";
-      FrameWriter(bytes).add(type, 0, PlistDictionary{{key, body}});
+      const bool proves = type == FrameType::pairProof || type == FrameType::pairToken;
+      const char* key = type == FrameType::pairCommit ? "commit"
+                        : type == FrameType::pairFail ? "reason"
+                                                      : "nonce";
+      FrameWriter(bytes).add(type, 0, PlistDictionary{{proves ? "proof" : key, body}});
     } else {
       appendFrame(bytes, {type, std::to_integer<std::uint8_t>(input[1]), 0, body});
     }
@@ -54,15 +53,13 @@ void say(Stream& stream, ByteView input, bool raw) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   const ByteView input = std::as_bytes(std::span(data, size)).subspan(1);
-  const bool toWatch = (data[0] & 1) != 0;
-  const bool raw = (data[0] & 2) != 0;
+  const bool toWatch = (data[0] & 1) != 0, raw = (data[0] & 2) != 0;
   static_cast<void>(parsePairingAddress(asText(input)));
 
   ManualStrand strand;
   Wire wire(strand);
   Deaf deaf;
-  const KeyHash watchKey{std::byte{1}};
-  const KeyHash phoneKey{std::byte{2}};
+  const KeyHash watchKey{std::byte{1}}, phoneKey{std::byte{2}};
   auto stranger = wire.takeFirst();
   stranger->start(deaf);
   SecureStream attacked{wire.takeSecond(), toWatch ? phoneKey : watchKey, true, {}};

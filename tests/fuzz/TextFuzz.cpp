@@ -8,13 +8,9 @@
 
 using namespace tunevale;
 
-namespace {
-
-void require(bool condition) {
+static void require(bool condition) {
   if (!condition) std::abort();
 }
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view raw(reinterpret_cast<const char*>(data), size);

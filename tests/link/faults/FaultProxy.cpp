@@ -3,7 +3,6 @@
 #include <array>
 #include <atomic>
 #include <list>
-#include <optional>
 #include <thread>
 
 #include <boost/asio.hpp>
@@ -15,40 +14,30 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 using boost::system::error_code;
 
-constexpr std::size_t kRateSlice = 1024;
-
 /// One connection through the proxy: two sockets, and a pump each way.
 class Passage : public std::enable_shared_from_this<Passage> {
  public:
-  struct Counts {
-    std::atomic<std::size_t> connections = 0;
-    std::atomic<std::size_t> cuts = 0;
-  };
-
-  Passage(asio::io_context& context, tcp::socket near, const FaultProxy::Faults& faults, Counts& counts)
-      : faults_(faults), counts_(counts), pumps_{Pump(std::move(near)), Pump(tcp::socket(context))} {
-    ++counts_.connections;
-  }
+  Passage(tcp::socket near, const FaultProxy::Faults& faults, std::atomic<std::size_t>& cuts)
+      : faults_(faults), cuts_(cuts), pumps_{Pump(tcp::socket(near.get_executor())), Pump(std::move(near))} {}
 
   void connect(std::uint16_t target, bool held) {
     held_ = held;
-    error_code error;
-    pumps_[0].from.set_option(tcp::no_delay(true), error);
-    pumps_[1].from.async_connect({asio::ip::address_v4::loopback(), target},
+    pumps_[0].from.async_connect({asio::ip::address_v4::loopback(), target},
                                  [self = shared_from_this()](const error_code& failed) {
                                    if (failed) return self->end(false);
-                                   error_code ignored;
-                                   self->pumps_[1].from.set_option(tcp::no_delay(true), ignored);
-                                   self->read(0);
-                                   self->read(1);
+                                   for (Pump& pump : self->pumps_) {
+                                     error_code ignored;
+                                     pump.from.set_option(tcp::no_delay(true), ignored);
+                                     self->read(pump);
+                                   }
                                  });
   }
 
   void hold(bool held) {
     held_ = held;
     if (!held && endedWhileHeld_) return end(false);
-    for (std::size_t i = 0; i < 2 && !held; ++i) {
-      if (std::exchange(pumps_.at(i).waiting, false)) send(i);
+    for (Pump& pump : pumps_) {
+      if (!held && std::exchange(pump.waiting, false)) send(pump);
     }
   }
 
@@ -69,68 +58,53 @@ class Passage : public std::enable_shared_from_this<Passage> {
     tcp::socket from;
     asio::steady_timer timer;
     std::array<char, 16 * 1024> buffer{};
-    std::size_t begin = 0;
-    std::size_t size = 0;
+    asio::const_buffer rest{};
     bool waiting = false;
   };
 
-  void read(std::size_t i) {
-    Pump& pump = pumps_.at(i);
-    pump.from.async_read_some(asio::buffer(pump.buffer),
-                              [self = shared_from_this(), i](const error_code& error, std::size_t size) {
-                                Pump& one = self->pumps_.at(i);
-                                one.begin = 0;
-                                one.size = size;
-                                if (error && self->held_) {
-                                  self->endedWhileHeld_ = true;
-                                  return;
-                                }
-                                if (error) return self->end(false);
-                                self->send(i);
-                              });
+  void read(Pump& pump) {
+    const auto hasRead = [this, self = shared_from_this(), &pump](const error_code& error, std::size_t size) {
+      pump.rest = asio::buffer(pump.buffer.data(), size);
+      if (!error) return send(pump);
+      endedWhileHeld_ = held_;
+      if (!held_) end(false);
+    };
+    pump.from.async_read_some(asio::buffer(pump.buffer), hasRead);
   }
 
-  void send(std::size_t i) {
-    Pump& pump = pumps_.at(i);
+  void send(Pump& pump) {
     if (over_) return;
     if (held_) {
       pump.waiting = true;
       return;
     }
-    if (pump.begin == pump.size) return read(i);
-    std::size_t count = pump.size - pump.begin;
-    std::chrono::microseconds pause = faults_.delay;
-    if (faults_.slice > 0) count = std::min(count, faults_.slice);
-    if (faults_.bytesPerSecond > 0) {
-      count = std::min(count, kRateSlice);
-      pause += std::chrono::microseconds(count * 1'000'000 / faults_.bytesPerSecond);
-    }
-    if (pause == pause.zero()) return write(i, count);
-    pump.timer.expires_after(pause);
-    pump.timer.async_wait([self = shared_from_this(), i, count](const error_code& error) {
-      if (!error) self->write(i, count);
+    if (pump.rest.size() == 0) return read(pump);
+    if (faults_.delay == faults_.delay.zero()) return write(pump);
+    pump.timer.expires_after(faults_.delay);
+    pump.timer.async_wait([self = shared_from_this(), &pump](const error_code& error) {
+      if (!error) self->write(pump);
     });
   }
 
-  void write(std::size_t i, std::size_t count) {
+  void write(Pump& pump) {
     if (over_) return;
+    std::size_t count = pump.rest.size();
+    if (faults_.slice > 0) count = std::min(count, faults_.slice);
     if (faults_.cutAfter) count = std::min(count, *faults_.cutAfter - carried_);
     carried_ += count;
-    Pump& pump = pumps_.at(i);
-    asio::async_write(pumps_.at(1 - i).from, asio::buffer(pump.buffer.data() + pump.begin, count),
-                      [self = shared_from_this(), i, count](const error_code& error, std::size_t) {
-                        if (error) return self->end(false);
-                        self->pumps_.at(i).begin += count;
-                        if (self->faults_.cutAfter && self->carried_ >= *self->faults_.cutAfter) {
-                          if (!self->over_) ++self->counts_.cuts;
-                          return self->end(self->faults_.reset);
-                        }
-                        self->send(i);
-                      });
+    const auto hasWritten = [this, self = shared_from_this(), &pump](const error_code& error,
+                                                                     std::size_t size) {
+      if (error) return end(false);
+      pump.rest += size;
+      if (carried_ < faults_.cutAfter.value_or(carried_ + 1)) return send(pump);
+      if (!over_) ++cuts_;
+      end(faults_.reset);
+    };
+    asio::async_write(pumps_[&pump == &pumps_[0] ? 1 : 0].from, asio::buffer(pump.rest, count), hasWritten);
   }
 
   const FaultProxy::Faults faults_;
-  Counts& counts_;
+  std::atomic<std::size_t>& cuts_;
   std::array<Pump, 2> pumps_;
   std::size_t carried_ = 0;
   bool held_ = false;
@@ -157,67 +131,54 @@ struct FaultProxy::State {
       if (error) return;
       passages.remove_if([](const auto& one) { return one->isOver(); });
       if (!down) {
-        passages.push_back(std::make_shared<Passage>(context, std::move(socket),
-                                                     std::exchange(spoiled, {}).value_or(Faults{}), counts));
+        const Faults faults = std::exchange(spoiled, {});
+        passages.push_back(std::make_shared<Passage>(std::move(socket), faults, cuts));
         passages.back()->connect(target, held);
       }
       accept();
     });
   }
-
-  template <class Change>
-  void change(Change what) {
-    asio::post(context, std::move(what));
+  void end(bool reset) {
+    for (const auto& passage : passages) passage->end(reset);
   }
 
   const std::uint16_t target;
-  Passage::Counts counts;
+  std::atomic<std::size_t> cuts = 0;
   asio::io_context context;
   tcp::acceptor acceptor;
   std::list<std::shared_ptr<Passage>> passages;
-  std::optional<Faults> spoiled;
+  Faults spoiled;
   bool down = false;
   bool held = false;
   std::thread thread;
 };
 
-FaultProxy::FaultProxy(std::uint16_t target) : state_(std::make_shared<State>(target)) {}
+FaultProxy::FaultProxy(std::uint16_t target) : state_(std::make_unique<State>(target)) {}
 FaultProxy::~FaultProxy() = default;
 
 std::uint16_t FaultProxy::port() const {
   return state_->acceptor.local_endpoint().port();
 }
-
-void FaultProxy::spoilNext(const Faults& faults) {
-  state_->change([state = state_.get(), faults] { state->spoiled = faults; });
-}
-
-void FaultProxy::setDown(bool down) {
-  state_->change([state = state_.get(), down] {
-    state->down = down;
-    if (!down) return;
-    for (const auto& passage : state->passages) passage->end(false);
-  });
-}
-
-void FaultProxy::setBlackHole(bool swallowing) {
-  state_->change([state = state_.get(), swallowing] {
-    state->held = swallowing;
-    for (const auto& passage : state->passages) passage->hold(swallowing);
-  });
-}
-
-void FaultProxy::cut(bool reset) {
-  state_->change([state = state_.get(), reset] {
-    for (const auto& passage : state->passages) passage->end(reset);
-  });
-}
-
-std::size_t FaultProxy::connections() const {
-  return state_->counts.connections;
-}
 std::size_t FaultProxy::cuts() const {
-  return state_->counts.cuts;
+  return state_->cuts;
+}
+void FaultProxy::spoilNext(const Faults& faults) {
+  asio::post(state_->context, [this, faults] { state_->spoiled = faults; });
+}
+void FaultProxy::cut(bool reset) {
+  asio::post(state_->context, [this, reset] { state_->end(reset); });
+}
+void FaultProxy::setDown(bool down) {
+  asio::post(state_->context, [this, down] {
+    state_->down = down;
+    if (down) state_->end(false);
+  });
+}
+void FaultProxy::setBlackHole(bool swallowing) {
+  asio::post(state_->context, [this, swallowing] {
+    state_->held = swallowing;
+    for (const auto& passage : state_->passages) passage->hold(swallowing);
+  });
 }
 
 }  // namespace tunevale::link

@@ -15,7 +15,6 @@ class FaultProxy {
   struct Faults {
     std::size_t slice = 0;                  // bytes that go on at once; 0: as they come
     std::chrono::microseconds delay{};      // before each slice
-    std::size_t bytesPerSecond = 0;         // each way; 0: no limit
     std::optional<std::size_t> cutAfter{};  // bytes, both ways together
     bool reset = false;                     // how it is cut: by a reset, or by an orderly end
   };
@@ -33,12 +32,11 @@ class FaultProxy {
   /// Cuts what is there; new connections are welcome.
   void cut(bool reset);
 
-  std::size_t connections() const;  // so far
-  std::size_t cuts() const;         // so far, by cutAfter
+  std::size_t cuts() const;  // so far, by cutAfter
 
  private:
   struct State;
-  std::shared_ptr<State> state_;
+  std::unique_ptr<State> state_;
 };
 
 }  // namespace tunevale::link

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "link/Crypto.h"
+#include "link/FileRows.h"
 #include "link/FrameWriter.h"
 #include "link/LinkWorld.h"
 #include "link/RawPeer.h"
@@ -42,20 +43,16 @@ TEST(Store, KeepsTheLastThatFitsAndLosesNothingByOneMore) {
     EXPECT_EQ(store.nextNumber(queue), kMostQueuedRows + 1);
     EXPECT_TRUE(store.remove(queue, kMostQueuedRows, false)) << "the refused step has left nothing open";
     EXPECT_EQ(store.append(queue, Bytes(1)), kMostQueuedRows + 1);
-    const std::vector<Row> rows = store.acknowledge(queue, 34);
-    EXPECT_EQ(rows.size() + store.acknowledge(queue, 34).size(), 33U);
-    EXPECT_EQ(rows.size(), 32U);
+    EXPECT_EQ(store.acknowledge(queue, 34).size(), 32U);
+    EXPECT_EQ(store.acknowledge(queue, 34).size(), 1U);
     while (!store.acknowledge(queue, kMostQueuedRows + 2).empty()) {
     }
     EXPECT_FALSE(store.firstFrom(queue, 1));
 
-    EXPECT_TRUE(store.append(queue, Bytes(kMostQueuedBytes - 1)));
-    EXPECT_FALSE(store.append(queue, Bytes(2)));
-    EXPECT_TRUE(store.append(queue, Bytes(1)));
-    EXPECT_FALSE(store.append(queue, Bytes(1)));
+    const auto fits = [&](std::size_t size) { return store.append(queue, Bytes(size)).has_value(); };
+    EXPECT_TRUE(fits(kMostQueuedBytes - 1) && !fits(2) && fits(1) && !fits(1));
     EXPECT_TRUE(store.remove(queue, kMostQueuedRows + 3, true));
-    EXPECT_FALSE(store.append(queue, Bytes(2)));
-    EXPECT_TRUE(store.append(queue, Bytes(1)));
+    EXPECT_TRUE(!fits(2) && fits(1));
   }
   MemoryStore store(kOwn);
   store.restart({kPeer, 1, 1, 0});
@@ -71,7 +68,7 @@ TEST(Store, KeepsTheLastThatFitsAndLosesNothingByOneMore) {
 TEST(Store, HasAllAfterARestartThatItHadBefore) {
   test::TemporaryFolder folder;
   const SqliteStore::Options options{folder.path("db"), ""};
-  Cursor cursor{kPeer, 4, 5, 6};
+  const Row rows[] = {{4, Bytes(1)}, {5, Bytes(2)}, {6, Bytes(1)}};
   {
     SqliteStore store(options, kOwn);
     store.setPin(KeyHash{std::byte{7}});
@@ -80,22 +77,19 @@ TEST(Store, HasAllAfterARestartThatItHadBefore) {
     store.setContext({8, Bytes(6)});
     store.setSending(true);
     store.setSending(false);
-    store.append(Queue::items, Bytes(3));
-    store.append(Queue::files, Bytes(3));
+    for (const Queue queue : {Queue::items, Queue::files}) store.append(queue, Bytes(3));
     store.setContext({9, Bytes(7)});
     store.acknowledge(Queue::items, 3);
     store.acknowledge(Queue::files, 2);
-    store.restart(cursor);
-    const Row rows[] = {{4, Bytes(1)}, {5, Bytes(2)}};
-    EXPECT_EQ(store.receive(Queue::items, rows), 1U);
-    EXPECT_EQ(store.receive(Queue::files, std::span(rows).last(1)), 3U);
+    store.restart({kPeer, 4, 5, 6});
+    EXPECT_EQ(store.receive(Queue::items, std::span(rows).first(2)), 1U);
+    EXPECT_EQ(store.receive(Queue::files, std::span(rows).subspan(1, 1)), 3U);
     store.receiveContext({7, Bytes(9)});
     store.refuseItem({6, 7009});
     store.setPeerLocked(true);
   }
   SqliteStore store(options, Epoch{});
-  cursor = {kPeer, 7, 6, 7, {{6, 7009}}};
-  EXPECT_EQ(store.cursor(), cursor);
+  EXPECT_EQ(store.cursor(), (Cursor{kPeer, 7, 6, 7, {{6, 7009}}}));
   EXPECT_EQ(store.epoch(), kOwn);
   EXPECT_EQ(store.pin(), KeyHash{std::byte{7}});
   EXPECT_TRUE(store.peerIsLocked());
@@ -105,28 +99,22 @@ TEST(Store, HasAllAfterARestartThatItHadBefore) {
     return !store.canWaitFor(queue, first - 1) && store.canWaitFor(queue, first) &&
            store.canWaitFor(queue, last) && !store.canWaitFor(queue, last + 1);
   };
-  EXPECT_TRUE(waits(Queue::items, 3, 4));
-  EXPECT_TRUE(waits(Queue::files, 2, 3));
+  EXPECT_TRUE(waits(Queue::items, 3, 4) && waits(Queue::files, 2, 3));
   EXPECT_TRUE(store.canHaveContext(8) && !store.canHaveContext(9));
-  EXPECT_EQ(store.context().number, 9U);
-  EXPECT_EQ(store.context().body, Bytes(7));
+  EXPECT_TRUE(store.context().number == 9 && store.context().body == Bytes(7));
   EXPECT_EQ(store.firstFrom(Queue::items, 1)->number, 3U);
   EXPECT_EQ(store.firstFrom(Queue::files, 3)->body, Bytes(3));
-  const std::vector<Received> items = store.received(Queue::items), files = store.received(Queue::files);
-  ASSERT_TRUE(items.size() == 2 && files.size() == 1);
-  EXPECT_EQ(items[1].arrival.number, 5U);
-  EXPECT_EQ(items[1].arrival.epoch, kPeer);
+  const std::vector<Received> items = store.received(Queue::items);
+  ASSERT_TRUE(items.size() == 2 && store.received(Queue::files).size() == 1);
+  EXPECT_TRUE(items[1].arrival.number == 5 && items[1].arrival.epoch == kPeer && items[1].arrival.again);
   EXPECT_EQ(items[1].body, Bytes(2));
-  EXPECT_TRUE(items[1].arrival.again);
   store.contextWasHandled({kOwn, 7});  // of another numbering
   store.flush();
   EXPECT_EQ(store.receivedContext().value_or(Row{}).body, Bytes(9));
-  const Row next[] = {{6, Bytes(1)}};
-  EXPECT_EQ(store.receive(Queue::files, next), 4U) << "ids go on";
+  EXPECT_EQ(store.receive(Queue::files, std::span(rows).last(1)), 4U) << "ids go on";
   for (const std::uint64_t id : {1U, 3U, 4U}) store.removeReceived(id);
   store.flush();
-  EXPECT_EQ(store.received(Queue::items).size(), 1U);
-  EXPECT_TRUE(store.received(Queue::files).empty());
+  EXPECT_TRUE(store.received(Queue::items).size() == 1 && store.received(Queue::files).empty());
   ASSERT_TRUE(store.unpair());
   EXPECT_FALSE(store.peerIsLocked() || store.canHaveContext(1));
   EXPECT_TRUE(waits(Queue::items, 1, 5) && waits(Queue::files, 1, 4));
@@ -176,12 +164,7 @@ TEST_F(FilesTest, WithAnotherHashAreRefusedAndLeaveNothing) {
   EXPECT_EQ(world.watch.ear.files, Lines{"abc"});
 }
 
-TEST_F(FilesTest, UpToTheLargestGoAndLinksDoNot) {
-  fs::resize_file(folder.path("file"), kMostFile);
-  Session& phone = *world.phone.session;
-  EXPECT_TRUE(std::holds_alternative<std::uint64_t>(phone.transferFile(folder.path("file"), {})));
-  fs::resize_file(folder.path("file"), kMostFile + 1);
-  EXPECT_EQ(std::get<Error>(phone.transferFile(folder.path("file"), {})).code, ErrorCode::payloadTooLarge);
+TEST_F(FilesTest, AndLinksToThemAreNotTheSame) {
   const std::unique_ptr<Spool> spool = folderSpool(folder.path("spool"));
   EXPECT_TRUE(spool->create("a")->append(asBytes("abc")));
   Bytes more(4);
@@ -193,62 +176,47 @@ TEST_F(FilesTest, UpToTheLargestGoAndLinksDoNot) {
   EXPECT_THROW(SqliteStore({folder.path("link"), ""}, kOwn), std::runtime_error);
 }
 
-/// Each file takes as much as one may, and holds nothing.
-struct VastSpool : Spool {
-  struct File : SpoolFile {
-    explicit File(bool whole) : isWhole(whole) {}
-    std::uint64_t size() const override { return isWhole ? kMostFile : 0; }
-    bool read(std::uint64_t, std::span<std::byte>) override { return false; }
-    bool append(ByteView) override { return true; }
-    bool sync() override { return isWhole = true; }
-    bool isWhole;
-  };
-  std::unique_ptr<SpoolFile> create(const std::string&) override { return std::make_unique<File>(false); }
-  std::unique_ptr<SpoolFile> open(const std::string&) override { return std::make_unique<File>(true); }
-  bool rename(const std::string&, const std::string&) override { return true; }
-  void remove(const std::string&) override {}
-  bool sync() override { return true; }
-  std::vector<std::string> names() const override { return {}; }
-  std::string path(const std::string&) const override { return ""; }
-};
-
 TEST_F(FilesTest, GiveBackTheRoomThatTheyTook) {
-  constexpr std::size_t kMost = kMostQueuedFileBytes / kMostFile + 1;  // the last one goes past
-  const auto post = [this](Block block) { world.strand.post(std::move(block)); };
+  constexpr std::size_t kMost = kMostQueuedFileBytes / kMostFile;
+  const std::string large = folder.path("large");
+  std::ofstream(large) << "";
   MemoryStore& store = world.watch.store;
-  const auto begin = [&] {
-    world.watch.session.emplace(world.strand, store, SessionOptions{.spool = std::make_shared<VastSpool>()},
-                                world.watch.ear, post, post);
-    world.watch.session->activate();
-    world.strand.run();
-  };
-  const auto queue = [&] {
-    const Session::Transfer transfer = world.watch.session->transferFile(folder.path("file"), {});
+  for (std::size_t i = 0; i < kMost; ++i) {  // as a former process has left them
+    const std::string name = "file" + std::to_string(i);
+    fs::copy(large, world.watch.spool.path(name));
+    fs::resize_file(world.watch.spool.path(name), kMostFile);
+    store.append(Queue::files, writeFileRow({name, kMostFile, {}, {}}));
+  }
+  const auto post = [this](Block block) { world.strand.post(std::move(block)); };
+  Session& session = world.watch.session.emplace(world.strand, store,
+                                                 SessionOptions{.spoolFolder = world.watch.spool.path()},
+                                                 world.watch.ear, post, post);
+  session.activate();
+  const auto queue = [&](const std::string& path) {
+    const Session::Transfer transfer = session.transferFile(path, {});
     const Error* error = std::get_if<Error>(&transfer);
-    EXPECT_EQ(error == nullptr ? 7015 : static_cast<int>(error->code), 7015);
-    return error == nullptr;
+    return error == nullptr ? 0 : static_cast<int>(error->code);
   };
-  const auto fill = [&] {
-    std::size_t count = 0;
-    while (count < 100 && queue()) ++count;
-    return count;
-  };
-  begin();
-  store.append(Queue::files, Bytes(kMostQueuedBytes));
-  for (std::size_t i = 0; i < kMost; ++i) EXPECT_FALSE(queue()) << "the store is full";
-  store.remove(Queue::files, 1, false);
-  EXPECT_EQ(fill(), kMost);
-  world.watch.session->cancelFile(2);
+  EXPECT_EQ(queue(folder.path("file")), 7015) << "counted by a session that found them";
+  session.cancelFile(2);
   world.strand.run();
-  EXPECT_EQ(fill(), 1U) << "cancelled";
-  begin();
-  EXPECT_EQ(fill(), 0U) << "counted by a session that found them";
+  fs::resize_file(large, kMostFile + 1);
+  EXPECT_EQ(queue(large), 7009);
+  fs::resize_file(large, kMostFile);
+  while (store.append(Queue::files, Bytes(1))) {
+  }
+  EXPECT_EQ(queue(large), 7015) << "no room for its row";
+  for (const std::uint64_t back : {1U, 2U})
+    store.remove(Queue::files, store.nextNumber(Queue::files) - back, false);
+  EXPECT_EQ(queue(large), 0) << "cancelled, and not queued";
+  EXPECT_EQ(queue(folder.path("file")), 7015) << "full to the last byte";
   {
     RawPeer peer(world.strand, world.watch);
-    EXPECT_EQ(peer.last(FrameType::fileBegin).id, 3U);
-    peer.send(FrameType::fileError, 3, PlistDictionary{{"code", 7015}});
+    EXPECT_EQ(peer.last(FrameType::fileBegin).id, 1U);
+    peer.send(FrameType::fileError, 1, PlistDictionary{{"code", 7015}});
     world.strand.run();
-    EXPECT_EQ(fill(), 1U) << "refused";
+    EXPECT_EQ(queue(folder.path("file")), 0) << "refused";
+    EXPECT_EQ(queue(large), 7015) << "not more than there was";
   }
   RawPeer peer(world.strand, world.watch, false);
   peer.send(FrameType::hello, 0, RawPeer::introduction("phone"));
@@ -258,7 +226,7 @@ TEST_F(FilesTest, GiveBackTheRoomThatTheyTook) {
                             {"file", static_cast<std::int64_t>(store.nextNumber(Queue::files))},
                             {"context", 0}});
   world.strand.run();
-  EXPECT_EQ(fill(), kMost) << "acknowledged, all at once";
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(queue(large), 0) << "acknowledged, all at once";
 }
 
 }  // namespace
