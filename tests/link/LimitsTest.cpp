@@ -55,12 +55,18 @@ TEST_F(LimitsTest, OfWhatAReceiverTakes) {
   strand.run();
   EXPECT_EQ(heard(), before + 2);
   EXPECT_EQ(peer.last(FrameType::reply).id, 1U);
-  for (const auto& body : {PlistDictionary{{"message", ofSize(kMostMessage + 1)}},
-                           PlistDictionary{{"data", Bytes(kMostMessageData + 1)}}}) {
+  const std::pair<Bytes, const char*> wrong[] = {
+      {writePropertyList(PlistDictionary{{"message", ofSize(kMostMessage + 1)}}), "3 7009"},
+      {writePropertyList(PlistDictionary{{"data", Bytes(kMostMessageData + 1)}}), "3 7009"},
+      {writePropertyList(PlistDictionary{{"message", "a text"}}), "3 7010"},
+      {Bytes(7), "3 7010"}};
+  for (const auto& [body, refusal] : wrong) {
     peer.frames.clear();
+    peer.send(FrameType::reply, 77, PlistDictionary{{"reply", PlistDictionary{}}});  // to nothing
+    peer.send(FrameType::messageError, 78, PlistDictionary{});
     peer.send(FrameType::message, 3, body);
     strand.run();
-    EXPECT_EQ(peer.refusal(FrameType::messageError), "3 7009");
+    EXPECT_EQ(peer.refusal(FrameType::messageError), refusal);
   }
   EXPECT_EQ(heard(), before + 2);
 
@@ -92,49 +98,42 @@ TEST_F(LimitsTest, OfWhatAReceiverTakes) {
   EXPECT_EQ(peer.goodbye(), "ITEM 258: it cannot be kept");
 }
 
-TEST_F(LimitsTest, OfNesting) {
+TEST_F(LimitsTest, OfWhatASenderSendsAndQueues) {
   connectAndRun();
   int code = 0;
+  const auto failed = [&](const Error& error) { code = static_cast<int>(error.code); };
   const auto ask = [&](const PlistDictionary& message) {
     code = 0;
-    phone.session->sendMessage(message, {}, [&](const Error& error) { code = static_cast<int>(error.code); });
+    phone.session->sendMessage(message, {}, failed);
     strand.run();
     return code;
   };
-  const std::function<int(int)> ways[] = {
-      [&](int most) { return told(phone.session->transferUserInfo(ofDepth(most))); },
-      [&](int most) { return told(phone.session->updateApplicationContext(ofDepth(most))); },
-      [&](int most) { return told(phone.session->transferFile(path, ofDepth(most - 1))); },
-      [&](int most) { return ask(ofDepth(most - 1)); },
-      [&](int most) {
-        watch.ear.onMessage = [=](const auto&, const auto& reply) { reply(ofDepth(most - 1)); };
-        return ask({});
-      }};
-  for (const auto& way : ways) {
+  struct Way {
+    std::size_t most;
+    int containers;  // around it
+    std::function<int(const PlistDictionary&)> send;
+  };
+  const Way ways[] = {
+      {kMostUserInfo, 0, [&](const auto& body) { return told(phone.session->transferUserInfo(body)); }},
+      {kMostContext, 0,
+       [&](const auto& body) { return told(phone.session->updateApplicationContext(body)); }},
+      {kMostMetadata, 1, [&](const auto& body) { return told(phone.session->transferFile(path, body)); }},
+      {kMostMessage, 1, ask},
+      {kMostMessage, 1, [&](const PlistDictionary& body) {
+         watch.ear.onMessage = [=](const auto&, const auto& reply) { reply(body); };
+         return ask({});
+       }}};
+  for (const auto& [most, containers, send] : ways) {
+    EXPECT_EQ(send(ofSize(most)), 0) << most;
+    EXPECT_EQ(send(ofSize(most + 1)), 7009) << most;
     for (const int depth : {64, 65, 100'000})
-      EXPECT_EQ(way(depth), depth == 64 ? 0 : 7010) << &way - ways << " " << depth;
+      EXPECT_EQ(send(ofDepth(depth - containers)), depth == 64 ? 0 : 7010) << most << " " << depth;
   }
-}
-
-TEST_F(LimitsTest, OfWhatASenderSendsAndQueues) {
-  connectAndRun();
-  watch.ear.onMessage = [&](const auto&, const auto& reply) { reply(ofSize(kMostMessage + 1)); };
-  phone.send(1);
-  strand.run();
-  EXPECT_EQ(phone.outcomes, Lines{"7009"}) << "a reply that is too large fails its message";
-  watch.ear.onMessage = [](const auto&, const auto& reply) { reply({}); };
   for (const std::size_t more : {0U, 1U}) {
-    std::vector<int> errors;
-    const auto failed = [&](const Error& error) { errors.push_back(static_cast<int>(error.code)); };
-    phone.session->sendMessage(ofSize(kMostMessage + more), {}, failed);
+    code = 0;
     watch.session->sendMessageData(Bytes(kMostMessageData + more), {}, failed);
     strand.run();
-    for (const auto& queued : {phone.session->updateApplicationContext(ofSize(kMostContext + more)),
-                               phone.session->transferUserInfo(ofSize(kMostUserInfo + more)),
-                               phone.session->transferFile(path, ofSize(kMostMetadata + more))}) {
-      if (const int code = told(queued)) errors.push_back(code);
-    }
-    EXPECT_EQ(errors, std::vector<int>(more == 0 ? 0 : 5, 7009));
+    EXPECT_EQ(code, more == 0 ? 0 : 7009);
   }
   EXPECT_TRUE(phone.session->state().connected);
   for (const Queue queue : {Queue::items, Queue::files}) {
@@ -142,20 +141,21 @@ TEST_F(LimitsTest, OfWhatASenderSendsAndQueues) {
     }
   }
   EXPECT_EQ(told(watch.session->transferUserInfo({})), 7015);
-  EXPECT_EQ(told(watch.session->transferFile(path, {})), 7015);
-  EXPECT_EQ(told(watch.session->transferFile("", {})), 7008);
-  EXPECT_EQ(told(watch.session->transferFile("/nonexistent", {})), 7013);
-  EXPECT_EQ(told(watch.session->transferFile("/dev/zero", {})), 7013);
+  for (const auto& [file, refusal] :
+       {std::pair(path.c_str(), 7015), {"", 7008}, {"/nonexistent", 7013}, {"/dev/zero", 7013}})
+    EXPECT_EQ(told(watch.session->transferFile(file, {})), refusal) << file;
   EXPECT_TRUE(std::filesystem::is_empty(watch.spool.path()));
 }
 
 /// So many different songs, or one over and over.
-PlistDictionary chart(bool same, int songs) {
+PlistArray songsOf(bool same, int songs, const PlistDictionary& more = {}) {
   PlistArray list;
-  for (int n = 0; n < songs; ++n)
-    list.append(same ? PlistDictionary{{"title", "the same"}, {"id", "1"}}
-                     : PlistDictionary{{"title", std::to_string(n)}});
-  return {{"weekly_top_15", PlistDictionary{{"list", list}}}};
+  for (int n = 0; n < songs; ++n) {
+    PlistDictionary song = more;
+    song.set("title", same ? "the same" : std::to_string(n));
+    list.append(std::move(song));
+  }
+  return list;
 }
 
 TEST_F(LimitsTest, LetBackWhatTheyLetIn) {
@@ -165,7 +165,7 @@ TEST_F(LimitsTest, LetBackWhatTheyLetIn) {
     for (const bool same : {true, false}) {
       const std::size_t most = archived ? kMostMessageData : kMostUserInfo;
       const auto size = [&](int songs) {
-        const PlistDictionary one = chart(same, songs);
+        const PlistDictionary one{{"weekly_top_15", PlistDictionary{{"list", songsOf(same, songs)}}}};
         return (archived ? archivedDataWithRootObject(one) : writePropertyList(one)).size();
       };
       // As many as just come in.
@@ -173,13 +173,7 @@ TEST_F(LimitsTest, LetBackWhatTheyLetIn) {
       int songs = std::min(200'000, static_cast<int>(most / each));
       while (size(songs) > most) songs -= songs / 50;
       SCOPED_TRACE(std::to_string(songs) + " songs");
-      const PlistDictionary one = chart(same, songs);
-      PlistArray back;
-      for (const PlistValue& song : *one.find("weekly_top_15")->dictionary()->find("list")->array()) {
-        PlistDictionary marked = *song.dictionary();
-        marked.set("source_view", "apple_watch");
-        back.append(marked);
-      }
+      const PlistArray back = songsOf(same, songs, {{"source_view", "apple_watch"}});
       Lines outcomes;
       watch.session->sendMessage(
           {{"request", "playWeeklyTop15"}, {"data", back}, {"currentPosition", "14"}},

@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 
 struct MessagesTest : testing::Test, LinkWorld {};
 
-TEST_F(MessagesTest, AndMessageDataKeepOneOrder) {
+TEST_F(MessagesTest, AndMessageDataKeepOneOrderAndFailWithTheirEnd) {
   connectAndRun();
   Bytes answer;
   phone.ear.onData = [](ByteView data, const auto& reply) { reply(data.first(2)); };
@@ -21,6 +21,16 @@ TEST_F(MessagesTest, AndMessageDataKeepOneOrder) {
   strand.run();
   EXPECT_EQ(phone.ear.heard, (Lines{"activated", "message 1", "data 5", "message 2"}));
   EXPECT_EQ(answer, Bytes(2, std::byte{9}));
+  phone.holding = true;
+  watch.send(3);
+  strand.run();
+  watch.send(4);  // the strand has not come to it yet
+  watch.session.reset();
+  strand.run();
+  EXPECT_EQ(watch.outcomes, (Lines{"reply 1", "reply 2", "7016", "7016"}));
+  phone.release();
+  phone.session.reset();
+  strand.run();
 }
 
 TEST_F(MessagesTest, BehindAWriteThatNeverEndsHaveNotLeft) {
@@ -65,21 +75,6 @@ TEST_F(MessagesTest, SayHowMuchOfTheirTimeIsLeft) {
     }
   }
   EXPECT_EQ(watch.ear.heard.size(), 3U);
-}
-
-TEST_F(MessagesTest, OfAnEndThatGoesFail) {
-  connectAndRun();
-  phone.ear.onMessage = [](const auto&, const auto&) {};
-  phone.holding = true;
-  watch.send(1);
-  strand.run();
-  watch.send(2);  // the strand has not come to it yet
-  watch.session.reset();
-  strand.run();
-  EXPECT_EQ(watch.outcomes, (Lines{"7016", "7016"}));
-  phone.release();
-  phone.session.reset();
-  strand.run();
 }
 
 }  // namespace

@@ -124,22 +124,24 @@ struct RestartTest : testing::Test, WorldOf<LastingEnd> {
   Wire* wire = nullptr;
 };
 
-TEST_F(RestartTest, WhatWasNotHandledComesFirstAfterARestartAndInOrder) {
+TEST_F(RestartTest, WhatWasNotHandledComesFirstAfterARestartAndFilesPastTheLimitWaitOutside) {
   watch.holding = true;  // the process dies before a handler has run
-  phone.session->transferFile(phone.file(10), {{"n", 1}});
-  phone.session->transferUserInfo({{"n", 1}});
-  phone.session->transferUserInfo({{"n", 2}});
+  const std::size_t size = kMostUndeliveredFileBytes * 2 / 5;
+  for (int n = 1; n <= 3; ++n) phone.session->transferFile(phone.file(size), {{"n", n}});
+  for (int n = 1; n <= 2; ++n) phone.session->transferUserInfo({{"n", n}});
   phone.session->updateApplicationContext({{"n", 1}});
   connect();
-  EXPECT_EQ(phone.ear.finished.size(), 3U) << "the watch has it safely";
+  strand.advance(10s);
+  EXPECT_EQ(phone.ear.finished, (Lines{"info 1 ok", "info 2 ok", "file 1 ok", "file 2 ok"}));
+  EXPECT_TRUE(phone.session->state().connected);
   phone.session->transferUserInfo({{"n", 3}});
   watch.end();
   strand.advance(1s);
   watch.holding = false;
   watch.open();
   connect();
-  const Lines expected = {"activated", "context 1", "info 1", "info 2", "file 1", "info 3"};
-  EXPECT_EQ(watch.ear.heard, expected);
+  EXPECT_EQ(watch.ear.heard,
+            (Lines{"activated", "context 1", "info 1", "info 2", "file 1", "file 2", "info 3", "file 3"}));
   watch.restart();
   connect();
   EXPECT_EQ(watch.ear.heard, Lines{"activated"}) << "all of it was handled";
@@ -234,44 +236,6 @@ TEST_F(RestartTest, ARestoredOrLostStoreIsSaidToBoth) {
       for (int n = 12; n <= 15; ++n) EXPECT_TRUE(has(watch.ear.heard, "info " + std::to_string(n))) << n;
     }
   }
-}
-
-TEST_F(RestartTest, UnpairingReachesTheOtherEndAndEndsWhatWaits) {
-  watch.kept->setPin({});
-  phone.kept->setPin({});
-  connect({.slice = 1000, .delay = 1ms});
-  const Session::Transfer file = phone.session->transferFile(phone.file(1'000'000), {});
-  strand.advance(20ms);
-  EXPECT_FALSE(watch.session->unpair());
-  const auto early = watch.session->transferFile(watch.file(10), {});
-  strand.advance(1s);
-  EXPECT_EQ(std::get<Error>(early).code, ErrorCode::notActivated);
-  watch.session->activate();
-  const auto late = watch.session->transferFile(watch.file(10), {});
-  ASSERT_TRUE(std::holds_alternative<std::uint64_t>(late)) << "the count of queued bytes is right";
-  watch.session->cancelFile(std::get<std::uint64_t>(late));
-  strand.run();
-  EXPECT_FALSE(watch.kept->pin() || phone.kept->pin());
-  EXPECT_FALSE(watch.session->state().connected || phone.session->state().connected);
-  EXPECT_EQ(phone.ear.finished, Lines{"file " + std::to_string(std::get<std::uint64_t>(file)) + " 7005"});
-  EXPECT_TRUE(watch.spooled().empty() && phone.spooled().empty());
-  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "unpaired", "activated"}));
-  EXPECT_EQ(phone.ear.heard.back(), "unpaired");
-}
-
-TEST_F(RestartTest, FilesWaitOutsideWhileTooManyWaitForTheirHandlers) {
-  watch.holding = true;
-  const std::size_t size = kMostUndeliveredFileBytes * 2 / 5;
-  for (int n = 1; n <= 3; ++n) phone.session->transferFile(phone.file(size), {{"n", n}});
-  connect();
-  strand.advance(10s);
-  EXPECT_EQ(phone.ear.finished.size(), 2U);
-  EXPECT_TRUE(phone.session->state().connected);
-  watch.holding = false;
-  watch.restart();
-  connect();
-  strand.advance(10s);
-  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "file 1", "file 2", "file 3"}));
 }
 
 }  // namespace
