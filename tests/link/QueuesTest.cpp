@@ -34,22 +34,6 @@ TEST_F(QueuesTest, AHandlerThatThrowsGetsTheItemThreeTimesAndACancelledItemLeave
   EXPECT_EQ(phone.ear.finished, (Lines{"info 1 ok", "info 3 ok"}));
 }
 
-TEST_F(QueuesTest, AFreshReceiverStartsWhereTheSenderStands) {
-  info(phone, 1);
-  connectAndRun();
-  info(phone, 2);
-  wires.back()->cut();
-  strand.run();
-  MemoryStore another(newEpoch(strand));
-  watch.begin(another);
-  watch.session->activate();
-  connect();
-  strand.advance(1s);
-  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "info 2"})) << "and that is no reset";
-  EXPECT_NE(phone.ear.states.back().peerRun, phone.ear.states.front().peerRun);
-  watch.session.reset();
-}
-
 TEST_F(QueuesTest, OnlyTheLatestContextCountsAndAnEqualOneIsNothing) {
   const auto version = [&](int n) {
     return std::get<std::uint64_t>(phone.session->updateApplicationContext({{"n", n}}));
@@ -125,6 +109,73 @@ TEST_F(QueuesTest, WhatComesTwiceOrMakesNoSenseIsAnsweredAndBlocksNothing) {
   EXPECT_EQ(peer.refusal(FrameType::fileError), "0 0");
   EXPECT_FALSE(peer.ended);
   EXPECT_EQ(watch.ear.heard.size(), 5U);
+}
+
+TEST_F(QueuesTest, MessagesAndDataOfThemKeepOneOrderAndFailWithTheirEnd) {
+  connectAndRun();
+  Bytes answer;
+  phone.ear.onData = [](ByteView data, const auto& reply) { reply(data.first(2)); };
+  watch.send(1);
+  watch.session->sendMessageData(Bytes(5, std::byte{9}),
+                                 [&](ByteView reply) { answer.assign(reply.begin(), reply.end()); }, {});
+  watch.send(2);
+  strand.run();
+  EXPECT_EQ(phone.ear.heard, (Lines{"activated", "message 1", "data 5", "message 2"}));
+  EXPECT_EQ(answer, Bytes(2, std::byte{9}));
+  phone.holding = true;
+  watch.send(3);
+  strand.run();
+  watch.send(4);  // the strand has not come to it yet
+  watch.session.reset();
+  strand.run();
+  EXPECT_EQ(watch.outcomes, (Lines{"reply 1", "reply 2", "7016", "7016"}));
+  phone.release();
+  phone.session.reset();
+  strand.run();
+}
+
+TEST_F(QueuesTest, MessagesBehindAWriteThatNeverEndsHaveNotLeft) {
+  Wire& wire = connect({.delay = 1s});
+  strand.advance(20s);
+  ASSERT_TRUE(watch.session->state().reachable);
+  watch.send(1);
+  watch.send(2);
+  strand.run();
+  wire.cut();
+  strand.run();
+  EXPECT_EQ(watch.outcomes, (Lines{"7014", "7007"}));
+}
+
+TEST_F(QueuesTest, MessagesSayHowMuchOfTheirTimeIsLeft) {
+  RawPeer peer(strand, watch);
+  strand.advance(3s);
+  peer.setReading(false);
+  for (int n = 1; n <= 2; ++n) {
+    watch.send(n);
+    strand.run();
+  }
+  strand.advance(4s);
+  peer.setReading(true);
+  strand.run();
+  EXPECT_EQ(Ear::text(peer.last(FrameType::message).body, "sent"), "7000");
+  EXPECT_EQ(Ear::text(peer.last(FrameType::message).body, "ttl"), "6000");
+  watch.ear.onMessage = [](const auto& message, const auto& reply) { reply(message); };
+  for (const std::int64_t sent : {3998, 7000, 3990}) {  // ms: in time but for the clocks, now, and too late
+    peer.send(FrameType::message, static_cast<std::uint64_t>(sent),
+              PlistDictionary{{"message", PlistDictionary{{"n", sent}}}, {"ttl", 3000}, {"sent", sent}});
+  }
+  strand.run();
+  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "message 3998", "message 7000"}));
+  EXPECT_EQ(peer.refusal(FrameType::messageError), "3990 7012");
+  for (const char* key : {"ttl", "sent"}) {  // times that are no whole numbers
+    for (const PlistValue& wrong : {PlistValue("9000"), PlistValue(9000.5), PlistValue(-1)}) {
+      peer.frames.clear();
+      peer.send(FrameType::message, 8000, PlistDictionary{{"message", PlistDictionary{}}, {key, wrong}});
+      strand.run();
+      EXPECT_EQ(peer.refusal(FrameType::messageError), "8000 7010") << key;
+    }
+  }
+  EXPECT_EQ(watch.ear.heard.size(), 3U);
 }
 
 }  // namespace
