@@ -1,6 +1,5 @@
 #pragma once
 
-#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -71,29 +70,28 @@ class Ear : public SessionDelegate {
 
 /// One end with all that it needs. What arrives can be held back, as a slow handler would.
 struct End {
-  End(ManualStrand& where, Role role, Timing timing = {})
-      : strand(where),
-        store(newEpoch(where)),
-        session(
-            std::in_place, where, store,
-            SessionOptions{
-                role, spool.path(), timing, {}, [this](const std::string& line) { log.push_back(line); }},
-            ear, [this](Block block) { deliver(std::move(block)); },
-            [this](Block block) { strand.post(std::move(block)); }) {}
-
+  End(ManualStrand& where, Role which, Timing times = {})
+      : strand(where), role(which), timing(times), store(newEpoch(where)) {
+    begin(store);
+  }
+  /// A new process, not yet activated, with what `from` has kept.
+  void begin(LinkStore& from) {
+    ear = {};
+    held.clear();
+    session.emplace(
+        strand, from,
+        SessionOptions{
+            role, spool.path(), timing, {}, [this](const std::string& line) { log.push_back(line); }},
+        ear, [this](Block block) { deliver(std::move(block)); },
+        [this](Block block) { strand.post(std::move(block)); });
+  }
   void deliver(Block block) {
-    if (holding) {
-      held.push_back(std::move(block));
-    } else {
-      strand.post(std::move(block));
-    }
+    if (holding) return held.push_back(std::move(block));
+    strand.post(std::move(block));
   }
   void release() {
     holding = false;
-    while (!held.empty()) {
-      strand.post(std::move(held.front()));
-      held.pop_front();
-    }
+    for (Block& block : std::exchange(held, {})) strand.post(std::move(block));
   }
   /// Sends {"n": n}; the outcome ("reply 7", or an error's number) goes to `outcomes`.
   void send(int n) {
@@ -104,19 +102,22 @@ struct End {
   }
 
   ManualStrand& strand;
+  const Role role;
+  const Timing timing;
   test::TemporaryFolder spool;
   MemoryStore store;
   Ear ear;
   bool holding = false;
-  std::deque<Block> held;
+  std::vector<Block> held;
   std::vector<std::string> outcomes;
   std::vector<std::string> log;
   std::optional<Session> session;
 };
 
 /// A watch and a phone, activated, on one strand.
-struct LinkWorld {
-  explicit LinkWorld(std::uint64_t seed = 1, Timing timing = {})
+template <class AnEnd>
+struct WorldOf {
+  explicit WorldOf(std::uint64_t seed = 1, Timing timing = {})
       : strand(seed), watch(strand, Role::watch, timing), phone(strand, Role::phone, timing) {
     watch.session->activate();
     phone.session->activate();
@@ -138,9 +139,11 @@ struct LinkWorld {
 
   ManualStrand strand;
   std::vector<std::unique_ptr<Wire>> wires;
-  End watch;
-  End phone;
+  AnEnd watch;
+  AnEnd phone;
 };
+
+using LinkWorld = WorldOf<End>;
 
 using Lines = std::vector<std::string>;
 

@@ -8,7 +8,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-struct QueuesTest : testing::Test {
+struct QueuesTest : testing::Test, LinkWorld {
   std::uint64_t info(End& end, int n) {
     return std::get<std::uint64_t>(end.session->transferUserInfo({{"n", n}}));
   }
@@ -17,90 +17,58 @@ struct QueuesTest : testing::Test {
     std::ofstream(path, std::ios::binary) << contents;
     return std::get<std::uint64_t>(end.session->transferFile(path, {{"n", n}}));
   }
-  LinkWorld world;
   test::TemporaryFolder folder;
 };
 
-TEST_F(QueuesTest, ACancelledItemLeavesNoGap) {
-  info(world.phone, 1);
-  const std::uint64_t second = info(world.phone, 2);
-  info(world.phone, 3);
-  world.phone.session->cancelUserInfo(second);
-  world.strand.run();
-  world.connectAndRun();
-  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "info 1", "info 3"}));
-  EXPECT_EQ(world.phone.ear.finished, (Lines{"info 1 ok", "info 3 ok"}));
-}
-
-TEST_F(QueuesTest, AHandlerThatThrowsGetsTheItemThreeTimes) {
+TEST_F(QueuesTest, AHandlerThatThrowsGetsTheItemThreeTimesAndACancelledItemLeavesNoGap) {
   int calls = 0;
-  world.watch.ear.onUserInfo = [&] {
+  watch.ear.onUserInfo = [&] {
     if (++calls <= 4) throw std::runtime_error("not now");
   };
-  info(world.phone, 1);
-  info(world.phone, 2);
-  world.connectAndRun();
-  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "info 1", "info 1", "info 1", "info 2", "info 2"}));
-  EXPECT_EQ(world.watch.log, Lines{"Phone link: what came could not be handled: not now"});
-}
-
-TEST_F(QueuesTest, AFreshReceiverStartsWhereTheSenderStands) {
-  info(world.phone, 1);
-  world.connectAndRun();
-  End watch(world.strand, Role::watch);  // the watch's process is a new one
-  watch.session->activate();
-  info(world.phone, 2);
-  world.wires.back()->cut();
-  world.strand.run();
-  Wire wire(world.strand);
-  watch.session->adopt(wire.takeSecond(), false);
-  world.phone.session->adopt(wire.takeFirst(), true);
-  world.strand.advance(1s);
-  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "info 2"})) << "and that is no reset";
-  EXPECT_NE(world.phone.ear.states.back().peerRun, world.phone.ear.states.front().peerRun);
+  for (int n = 1; n <= 3; ++n) info(phone, n);
+  phone.session->cancelUserInfo(2);
+  strand.run();
+  connectAndRun();
+  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "info 1", "info 1", "info 1", "info 3", "info 3"}));
+  EXPECT_EQ(watch.log, Lines{"Phone link: what came could not be handled: not now"});
+  EXPECT_EQ(phone.ear.finished, (Lines{"info 1 ok", "info 3 ok"}));
 }
 
 TEST_F(QueuesTest, OnlyTheLatestContextCountsAndAnEqualOneIsNothing) {
   const auto version = [&](int n) {
-    return std::get<std::uint64_t>(world.phone.session->updateApplicationContext({{"n", n}}));
+    return std::get<std::uint64_t>(phone.session->updateApplicationContext({{"n", n}}));
   };
   version(1);
   version(2);
-  world.connectAndRun();
-  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "context 2"}));
-  EXPECT_EQ(world.phone.ear.delivered, 2U);
+  connectAndRun();
+  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "context 2"}));
+  EXPECT_EQ(phone.ear.delivered, 2U);
   EXPECT_EQ(version(2), 2U);
   EXPECT_EQ(version(3), 3U);
-  world.strand.run();
-  world.wires.back()->cut();
-  world.connectAndRun();
-  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "context 2", "context 3"}));
+  strand.run();
+  wires.back()->cut();
+  connectAndRun();
+  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "context 2", "context 3"}));
 }
 
-TEST_F(QueuesTest, ACancelledFileIsForgottenOnBothEnds) {
-  file(world.phone, 1, std::string(kFileChunk * 20, 'x'));
-  file(world.phone, 2, "two");
-  world.connect({.slice = 10'000, .delay = 1ms});
-  world.strand.advance(30ms);
-  EXPECT_FALSE(std::filesystem::is_empty(world.watch.spool.path()));
-  world.phone.session->cancelFile(1);
-  world.strand.advance(1s);
-  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "file 2"}));
-  EXPECT_TRUE(std::filesystem::is_empty(world.watch.spool.path()));
-  EXPECT_TRUE(std::filesystem::is_empty(world.phone.spool.path()));
-}
-
-TEST_F(QueuesTest, MessagesOvertakeAFile) {
-  file(world.phone, 1, std::string(kFileChunk * 20, 'x'));
-  world.connect({.slice = 10'000, .delay = 1ms});
-  world.strand.advance(30ms);
-  world.phone.send(1);
-  world.strand.advance(1s);
-  EXPECT_EQ(world.watch.ear.heard, (Lines{"activated", "message 1", "file 1"}));
+TEST_F(QueuesTest, MessagesOvertakeAFileAndACancelledOneIsForgottenOnBothEnds) {
+  file(phone, 1, std::string(kFileChunk * 20, 'x'));
+  file(phone, 2, "two");
+  connect({.slice = 10'000, .delay = 1ms});
+  strand.advance(30ms);
+  phone.send(1);
+  strand.advance(30ms);
+  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "message 1"}));
+  EXPECT_FALSE(std::filesystem::is_empty(watch.spool.path()));
+  phone.session->cancelFile(1);
+  strand.advance(1s);
+  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "message 1", "file 2"}));
+  EXPECT_TRUE(std::filesystem::is_empty(watch.spool.path()));
+  EXPECT_TRUE(std::filesystem::is_empty(phone.spool.path()));
 }
 
 TEST_F(QueuesTest, WhatComesTwiceOrMakesNoSenseIsAnsweredAndBlocksNothing) {
-  RawPeer peer(world.strand, world.watch);
+  RawPeer peer(strand, watch);
   peer.send(FrameType::item, 1, asBytes("no list"));
   for (int i = 0; i < 2; ++i) {
     peer.send(FrameType::item, 2, PlistDictionary{{"n", 2}});
@@ -108,8 +76,8 @@ TEST_F(QueuesTest, WhatComesTwiceOrMakesNoSenseIsAnsweredAndBlocksNothing) {
   }
   peer.send(FrameType::item, 3, ByteView{});
   peer.send(FrameType::context, 3, ByteView{});
-  world.strand.run();
-  Lines heard = world.watch.ear.heard;
+  strand.run();
+  Lines heard = watch.ear.heard;
   std::sort(heard.begin() + 1, heard.end());
   EXPECT_EQ(heard, (Lines{"activated", "context 2", "context ?", "info 2", "info ?"})) << "empty: no keys";
   EXPECT_EQ(peer.refusal(FrameType::nak), "1 7010");
@@ -117,37 +85,97 @@ TEST_F(QueuesTest, WhatComesTwiceOrMakesNoSenseIsAnsweredAndBlocksNothing) {
   EXPECT_EQ(peer.last(FrameType::contextAck).id, 3U);
 
   const PlistDictionary good{{"size", 4}, {"metadata", PlistDictionary{{"n", 1}}}, {"sha256", Bytes(32)}};
-  const auto with = [&](const char* key, const PlistValue& value) {
+  using Entry = std::pair<const char*, PlistValue>;
+  const auto offer = [&](const Entry& entry) {
     PlistDictionary body = good;
-    body.set(key, value);
-    return body;
-  };
-  PlistDictionary sizeless = good;
-  sizeless.remove("size");
-  const std::pair<PlistDictionary, const char*> offers[] = {
-      {with("size", std::int64_t{kMostFile} + 1), "1 7009"},
-      {with("size", "4"), "1 7010"},
-      {with("size", -4), "1 7010"},
-      {with("size", 4.0), "1 7010"},
-      {with("metadata", "none"), "1 7010"},
-      {with("sha256", Bytes(31)), "1 7010"},
-      {sizeless, "1 7010"}};
-  for (const auto& [offer, refusal] : offers) {
+    body.set(entry.first, entry.second);
     peer.frames.clear();
-    peer.send(FrameType::fileBegin, 1, offer);
+    peer.send(FrameType::fileBegin, 1, body);
+  };
+  for (const Entry& wrong : {Entry{"size", "4"},
+                             {"size", -4},
+                             {"size", 4.0},
+                             {"metadata", "none"},
+                             {"sha256", Bytes(31)},
+                             {"size", std::int64_t{kMostFile} + 1}}) {
+    offer(wrong);
     peer.send(FrameType::fileData, 1, PlistDictionary{{"offset", 0}, {"data", Bytes(4)}});  // under way then
-    world.strand.run();
-    EXPECT_EQ(peer.refusal(FrameType::fileError), refusal);
+    strand.run();
+    EXPECT_EQ(peer.refusal(FrameType::fileError), wrong.second.integer() > 4 ? "1 7009" : "1 7010");
   }
-  peer.send(FrameType::fileBegin, 1, with("size", std::int64_t{kMostFile}));
-  peer.send(FrameType::fileBegin, 2, good);
-  peer.send(FrameType::fileData, 2, PlistDictionary{{"offset", 0}, {"data", Bytes(4)}});
-  world.strand.run();
-  EXPECT_EQ(peer.last(FrameType::fileHave).id, 2U);
-  EXPECT_EQ(peer.refusal(FrameType::fileError), "2 7014") << "that is not its SHA-256";
+  offer({"size", std::int64_t{kMostFile}});
+  strand.run();
+  EXPECT_EQ(peer.last(FrameType::fileHave).id, 1U);
+  EXPECT_EQ(peer.refusal(FrameType::fileError), "0 0");
   EXPECT_FALSE(peer.ended);
-  EXPECT_EQ(world.watch.ear.heard.size(), 5U);
-  EXPECT_TRUE(std::filesystem::is_empty(world.watch.spool.path()));
+  EXPECT_EQ(watch.ear.heard.size(), 5U);
+}
+
+TEST_F(QueuesTest, MessagesAndDataOfThemKeepOneOrderAndFailWithTheirEnd) {
+  connectAndRun();
+  Bytes answer;
+  phone.ear.onData = [](ByteView data, const auto& reply) { reply(data.first(2)); };
+  watch.send(1);
+  watch.session->sendMessageData(Bytes(5, std::byte{9}),
+                                 [&](ByteView reply) { answer.assign(reply.begin(), reply.end()); }, {});
+  watch.send(2);
+  strand.run();
+  EXPECT_EQ(phone.ear.heard, (Lines{"activated", "message 1", "data 5", "message 2"}));
+  EXPECT_EQ(answer, Bytes(2, std::byte{9}));
+  phone.holding = true;
+  watch.send(3);
+  strand.run();
+  watch.send(4);  // the strand has not come to it yet
+  watch.session.reset();
+  strand.run();
+  EXPECT_EQ(watch.outcomes, (Lines{"reply 1", "reply 2", "7016", "7016"}));
+  phone.release();
+  phone.session.reset();
+  strand.run();
+}
+
+TEST_F(QueuesTest, MessagesBehindAWriteThatNeverEndsHaveNotLeft) {
+  Wire& wire = connect({.delay = 1s});
+  strand.advance(20s);
+  ASSERT_TRUE(watch.session->state().reachable);
+  watch.send(1);
+  watch.send(2);
+  strand.run();
+  wire.cut();
+  strand.run();
+  EXPECT_EQ(watch.outcomes, (Lines{"7014", "7007"}));
+}
+
+TEST_F(QueuesTest, MessagesSayHowMuchOfTheirTimeIsLeft) {
+  RawPeer peer(strand, watch);
+  strand.advance(3s);
+  peer.setReading(false);
+  for (int n = 1; n <= 2; ++n) {
+    watch.send(n);
+    strand.run();
+  }
+  strand.advance(4s);
+  peer.setReading(true);
+  strand.run();
+  EXPECT_EQ(Ear::text(peer.last(FrameType::message).body, "sent"), "7000");
+  EXPECT_EQ(Ear::text(peer.last(FrameType::message).body, "ttl"), "6000");
+  watch.ear.onMessage = [](const auto& message, const auto& reply) { reply(message); };
+  for (const std::int64_t sent : {3998, 7000, 3990}) {  // ms: in time but for the clocks, now, and too late
+    peer.send(FrameType::message, static_cast<std::uint64_t>(sent),
+              PlistDictionary{{"message", PlistDictionary{{"n", sent}}}, {"ttl", 3000}, {"sent", sent}});
+  }
+  strand.run();
+  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "message 3998", "message 7000"}));
+  EXPECT_EQ(peer.refusal(FrameType::messageError), "3990 7012");
+  for (const char* key : {"ttl", "sent"}) {  // times that are no whole numbers
+    for (const PlistValue& wrong : {PlistValue("9000"), PlistValue(9000.5), PlistValue(-1)}) {
+      peer.frames.clear();
+      peer.send(FrameType::message, 8000, PlistDictionary{{"message", PlistDictionary{}}, {key, wrong}});
+      strand.run();
+      EXPECT_EQ(peer.refusal(FrameType::messageError), "8000 7010") << key;
+    }
+  }
+  EXPECT_EQ(watch.ear.heard.size(), 3U);
 }
 
 }  // namespace

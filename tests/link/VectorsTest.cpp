@@ -41,11 +41,7 @@ Bytes fromHex(const std::string& hex) {
 }
 
 Bytes32 bytes32(const json::value& from, const char* key) {
-  Bytes32 bytes{};
-  const Bytes read = fromHex(text(from, key));
-  EXPECT_EQ(read.size(), bytes.size());
-  std::copy_n(read.begin(), bytes.size(), bytes.begin());
-  return bytes;
+  return keyHashFromHex(text(from, key)).value();
 }
 
 PlistValue valueIn(const json::value& tagged) {
@@ -80,16 +76,14 @@ TEST(Vectors, FramesAreReadAsTheyAreMeant) {
   const json::value all = vectors("frames");
   for (const json::value& vector : all.at("frames").as_array()) expectFrame(vector);
   EXPECT_GE(all.at("frames").as_array().size(), 25U);
-  const auto brokenAfter = [](const json::value& vector) {
-    FrameReader reader(kMostFrameBody);
-    reader.append(fromHex(text(vector, "hex")));
-    EXPECT_FALSE(reader.next()) << text(vector, "name");
-    return reader.broken() != nullptr;
-  };
-  for (const json::value& one : all.at("broken").as_array())
-    EXPECT_TRUE(brokenAfter(one)) << text(one, "name");
-  for (const json::value& one : all.at("incomplete").as_array())
-    EXPECT_FALSE(brokenAfter(one)) << text(one, "name");
+  for (const char* kind : {"broken", "incomplete"}) {
+    for (const json::value& vector : all.at(kind).as_array()) {
+      FrameReader reader(kMostFrameBody);
+      reader.append(fromHex(text(vector, "hex")));
+      EXPECT_FALSE(reader.next()) << text(vector, "name");
+      EXPECT_EQ(reader.broken() == nullptr, kind[0] == 'i') << text(vector, "name");
+    }
+  }
 }
 
 TEST(Vectors, ArchivesHoldWhatTheySay) {
@@ -129,12 +123,11 @@ TEST(Vectors, PairingComesToTheSameNumbers) {
 TEST(Vectors, ThePageShowsThem) {
   const std::string page = contents("/docs/phone-link.md");
   const json::value v = vectors("pairing");
-  for (const char* key : {"fP", "fW", "K", "nP", "nW", "token", "commit", "codeDigest"}) {
-    EXPECT_NE(page.find(text(v, key)), std::string::npos) << key;
-  }
-  for (const char* kind : {"proof", "tokenProof"}) {
-    for (const char* role : {"watch", "phone"}) {
-      EXPECT_NE(page.find(text(v.at(kind), role)), std::string::npos) << kind << " of the " << role;
+  for (const json::value& from : {v, v.at("proof"), v.at("tokenProof")}) {
+    for (const char* key : {"fP", "fW", "K", "nP", "nW", "token", "commit", "codeDigest", "watch", "phone"}) {
+      if (from.as_object().contains(key)) {
+        EXPECT_NE(page.find(text(from, key)), std::string::npos) << key;
+      }
     }
   }
   EXPECT_NE(page.find(codeInWords(text(v, "code"))), std::string::npos);

@@ -10,8 +10,6 @@ struct Wire::State : std::enable_shared_from_this<State> {
   struct End {
     StreamReceiver* receiver = nullptr;
     Bytes arriving;
-    std::size_t arrived = 0;  // of those, already handed over
-    std::size_t left() const { return arriving.size() - arrived; }
     bool reading = true;
     bool closed = false;
     bool writing = false;
@@ -29,40 +27,33 @@ struct Wire::State : std::enable_shared_from_this<State> {
   }
 
   void schedule(std::size_t side) {
-    End& end = ends.at(side);
-    if (end.timer == nullptr) {
-      end.timer = strand.after(faults.delay, [this, side] {
-        const auto self = shared_from_this();
-        ends.at(side).timer.reset();
-        carry(side);
-      });
-    }
+    if (ends.at(side).timer != nullptr) return;
+    ends.at(side).timer = strand.after(faults.delay, [this, side] {
+      const auto self = shared_from_this();
+      ends.at(side).timer.reset();
+      carry(side);
+    });
   }
 
   void carry(std::size_t side) {
     End& end = ends.at(side);
     End& other = ends.at(1 - side);
-    if (broken || (!end.reading && !end.closed && end.left() > 0)) return;
-    std::size_t count = faults.slice == 0 ? end.left() : std::min(faults.slice, end.left());
+    if (broken || (!end.reading && !end.closed && !end.arriving.empty())) return;
+    std::size_t count = std::min(faults.slice == 0 ? end.arriving.size() : faults.slice, end.arriving.size());
     if (faults.cutAfter) count = std::min(count, *faults.cutAfter - carried);
     carried += count;
-    const auto from = end.arriving.begin() + static_cast<std::ptrdiff_t>(end.arrived);
-    const Bytes slice(from, from + static_cast<std::ptrdiff_t>(count));
-    end.arrived += count;
-    if (end.left() == 0) {
-      end.arriving.clear();
-      end.arrived = 0;
-    }
+    const auto rest = end.arriving.begin() + static_cast<std::ptrdiff_t>(count);
+    const Bytes slice(end.arriving.begin(), rest);
+    end.arriving.erase(end.arriving.begin(), rest);
     if (end.receiver != nullptr && !slice.empty()) end.receiver->streamDidRead(slice);
     if (faults.cutAfter && carried >= *faults.cutAfter) {
       cut();
-    } else if (end.left() > 0) {
+    } else if (!end.arriving.empty()) {
       schedule(side);
-    } else if (other.writing) {
-      other.writing = false;
-      if (other.receiver != nullptr) other.receiver->streamDidWrite();
+    } else if (std::exchange(other.writing, false) && other.receiver != nullptr) {
+      other.receiver->streamDidWrite();
     }
-    if (other.closed && !swallowing && end.left() == 0) finish(end);
+    if (other.closed && !swallowing && end.arriving.empty()) finish(end);
   }
 
   static void finish(End& end) {
