@@ -14,8 +14,7 @@
 namespace tunevale::host {
 namespace {
 
-class DefaultsFileTest : public testing::Test {
- protected:
+struct DefaultsFileTest : testing::Test {
   DefaultsFile open() { return DefaultsFile(path, log); }
   test::TemporaryFolder folder;
   std::string path = folder.path("defaults.plist");
@@ -26,19 +25,19 @@ class DefaultsFileTest : public testing::Test {
 TEST_F(DefaultsFileTest, WritesManyChangesTogetherAndHoldsUpNobody) {
   test::TestDisk disk;
   DefaultsFile defaults = open();
-  disk.hold(true);
+  disk.held.lock();
   for (int i = 0; i < 1000; ++i) {
     EXPECT_TRUE(defaults.setObject(PlistValue(i), "volume"));
     defaults.synchronize();
   }
   EXPECT_EQ(defaults.objectForKey("volume"), PlistValue(999));
-  disk.hold(false);
+  disk.held.unlock();
   EXPECT_TRUE(defaults.synchronizeAndWait());
   EXPECT_EQ(open().objectForKey("volume"), PlistValue(999));
   EXPECT_TRUE(defaults.synchronizeAndWait());
   EXPECT_TRUE(std::set<std::string>({"file rename folder ", "file rename folder file rename folder "})
-                  .contains(disk.calls()))
-      << disk.calls();
+                  .contains(disk.calls))
+      << disk.calls;
 }
 
 TEST_F(DefaultsFileTest, PutsADamagedFileAsideAndStartsEmpty) {
@@ -67,7 +66,7 @@ TEST_F(DefaultsFileTest, KeepsInMemoryWhatTheDiskRefusesAndTriesAgain) {
   DefaultsFile defaults = open();
   defaults.setObject(PlistValue(1), "old");
   EXPECT_TRUE(defaults.synchronizeAndWait());
-  disk.refuse(ENOSPC);
+  disk.refusal = ENOSPC;
   for (const char* key : {"a", "b"}) {
     EXPECT_TRUE(defaults.setObject(PlistValue(2), key));
     EXPECT_FALSE(defaults.synchronizeAndWait());
@@ -76,10 +75,10 @@ TEST_F(DefaultsFileTest, KeepsInMemoryWhatTheDiskRefusesAndTriesAgain) {
   EXPECT_EQ(open().objectForKey("old"), PlistValue(1));
   EXPECT_EQ(log.lines(),
             std::vector{"User defaults stay in memory: cannot write " + path + ": No space left on device"});
-  disk.refuse(0);
+  disk.refusal = 0;
   EXPECT_TRUE(defaults.synchronizeAndWait());
   for (const char* key : {"old", "a", "b"}) EXPECT_TRUE(open().objectForKey(key)) << key;
-  disk.refuse(EIO);
+  disk.refusal = EIO;
   defaults.setObject(std::nullopt, "a");
   EXPECT_FALSE(defaults.synchronizeAndWait());
   EXPECT_EQ(log.lines().size(), 2U);  // it had succeeded in between

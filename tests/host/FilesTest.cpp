@@ -17,8 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class PosixFilesTest : public testing::Test {
- protected:
+struct PosixFilesTest : testing::Test {
   std::string at(const std::string& name) const { return folder.path(name); }
   std::string text(const std::string& name) {
     const auto contents = files.contentsAtPath(at(name));
@@ -86,11 +85,11 @@ TEST_F(PosixFilesTest, ReadsNoPipeNoFolderAndNothingHuge) {
 TEST_F(PosixFilesTest, SyncsWhatItWritesBeforeItTakesThePlaceOfTheOld) {
   test::TestDisk disk;
   EXPECT_FALSE(files.writeAtomically(asBytes("old"), at("x")));
-  EXPECT_EQ(disk.calls(), "file rename folder ");
-  disk.refuse(EIO);
+  EXPECT_EQ(disk.calls, "file rename folder ");
+  disk.refusal = EIO;
   EXPECT_EQ(files.writeAtomically(asBytes("new"), at("x"))->description,
             "cannot write " + at("x") + ": Input/output error");
-  EXPECT_EQ(disk.calls(), "file rename folder file ");
+  EXPECT_EQ(disk.calls, "file rename folder file ");
   EXPECT_EQ(text("x"), "old");
   EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1) << "nothing is left beside it";
 }

@@ -1,22 +1,19 @@
-#include <filesystem>
-
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "host/ByteBudgetImageCache.h"
 #include "host/ImageCodecs.h"
+#include "host/ImageLimits.h"
 #include "host/ImageStore.h"
 #include "host/PosixFiles.h"
-#include "support/ManualMainQueue.h"
 #include "support/Pictures.h"
-#include "support/TemporaryFolder.h"
-#include "support/TestQueues.h"
+#include "support/World.h"
 
 namespace tunevale::host {
 namespace {
 
-class ImageStoreTest : public testing::Test {
- protected:
+struct ImageStoreTest : testing::Test, test::World {
   ImageStoreTest() {
     layout_.images = {"dot", "spin0"};
     layout_.sequences = {"spin"};
@@ -39,21 +36,13 @@ class ImageStoreTest : public testing::Test {
   }
   /// The picture in a new file.
   ImagePtr written(const std::string& name, ByteView contents) {
-    EXPECT_FALSE(files_.writeAtomically(contents, folder_.path(name)));
-    return codecs_.imageWithContentsOfFile(folder_.path(name));
+    EXPECT_FALSE(files_.writeAtomically(contents, folder->path(name)));
+    return codecs_.imageWithContentsOfFile(folder->path(name));
   }
-  void settle() {
-    while (queues_.settle() || mainQueue_.drain() > 0) {
-    }
-  }
-
-  test::ManualMainQueue mainQueue_;
-  test::TestQueues queues_;
-  test::TemporaryFolder folder_;
   PosixFiles files_;
   ImageCodecs codecs_;
   InterfaceLayout layout_;
-  ImageStore store_{layout_, codecs_, mainQueue_, queues_.make()};
+  ImageStore store_{layout_, codecs_, mainQueue, queues.make()};
 };
 
 TEST_F(ImageStoreTest, EncodesOnceForAllWhoAsk) {
@@ -110,9 +99,9 @@ TEST_F(ImageStoreTest, AFileIsServedWhileItIsTheOneThatWasShown) {
   const std::string damaged = show({written("b.png", ByteView(own).first(own.size() - 20))})[0];
   EXPECT_EQ(png(damaged), nullptr);
   const std::string gone = show({written("c.png", own)})[0];
-  EXPECT_FALSE(files_.removeItemAtPath(folder_.path("c.png")));
+  EXPECT_FALSE(files_.removeItemAtPath(folder->path("c.png")));
   EXPECT_EQ(png(gone), nullptr);
-  EXPECT_EQ(codecs_.imageWithContentsOfFile(folder_.path("c.png")), nullptr);
+  EXPECT_EQ(codecs_.imageWithContentsOfFile(folder->path("c.png")), nullptr);
   for (const std::size_t offset : {0U, 12U, 18U}) {  // no PNG, another chunk first, 2,055 pixels wide
     Bytes odd = own;
     odd[offset] = std::byte{8};
@@ -124,9 +113,9 @@ TEST_F(ImageStoreTest, WhatWasDrawnLongestAgoMakesRoom) {
   const std::string names = "abcdefgh";
   const auto write = [&](char name) { return written(std::string(1, name), test::pngPicture(2, 2)); };
   const auto makeRoom = [&](std::size_t files, std::size_t bytes) {
-    files_.makeRoom(100, folder_.path(), {files, bytes});
+    files_.makeRoom(100, folder->path(), {files, bytes});
     std::string left;
-    for (const char name : names) left += files_.fileExistsAtPath(folder_.path({name})) ? name : '-';
+    for (const char name : names) left += files_.fileExistsAtPath(folder->path({name})) ? name : '-';
     return left;
   };
   for (std::size_t i = 0; i < names.size(); ++i) {
@@ -135,7 +124,7 @@ TEST_F(ImageStoreTest, WhatWasDrawnLongestAgoMakesRoom) {
     ASSERT_EQ(::utimensat(AT_FDCWD, picture->path.c_str(), times, 0), 0);
   }
   EXPECT_EQ(makeRoom(9, 10'000), names);
-  png(show({codecs_.imageWithContentsOfFile(folder_.path("a"))})[0]);
+  png(show({codecs_.imageWithContentsOfFile(folder->path("a"))})[0]);
   EXPECT_EQ(makeRoom(8, 10'000), "a--defgh");  // one more than needed
   write('b');
   write('c');
@@ -143,6 +132,38 @@ TEST_F(ImageStoreTest, WhatWasDrawnLongestAgoMakesRoom) {
   EXPECT_EQ(makeRoom(8, 10'000), "abc--fgh");
   const std::size_t size = test::pngPicture(2, 2).size();
   EXPECT_EQ(makeRoom(100, 5 * size), "abc-----");
+}
+
+constexpr std::size_t kBudget = 4 * 40'400;  // four pictures of 40,000 bytes and their bookkeeping
+
+TEST(ImageCache, EvictsWhatWasUsedLongestAgo) {
+  ByteBudgetImageCache cache(kBudget);
+  for (const char* key : {"a", "b", "c", "d"}) cache.setObject(test::picture(100, 100), key);
+  EXPECT_TRUE(cache.objectForKey("a"));
+  cache.setObject(test::picture(100, 100, 5), "e");
+  EXPECT_FALSE(cache.objectForKey("b"));
+  for (const char* key : {"a", "c", "d", "e"}) EXPECT_TRUE(cache.objectForKey(key)) << key;
+  EXPECT_EQ(cache.objectForKey("e")->digest, test::picture(100, 100, 5)->digest);
+}
+
+TEST(ImageCache, CountsReplacedOversizedAndTinyPictures) {
+  ByteBudgetImageCache cache(kBudget);
+  const ImagePtr held = test::picture(100, 100, 1);
+  cache.setObject(held, "a");
+  cache.setObject(test::picture(10, 10, 2), "a");
+  EXPECT_EQ(cache.objectForKey("a")->width, 10U);
+  EXPECT_EQ(held.use_count(), 1);
+  cache.setObject(test::picture(300, 300), "a");
+  EXPECT_FALSE(cache.objectForKey("a"));
+  EXPECT_EQ(cache.byteCount(), 0U);
+  for (int i = 0; i < 10'000; ++i) cache.setObject(test::picture(1, 1), "station " + std::to_string(i));
+  EXPECT_FALSE(cache.objectForKey("station 9000"));  // their bookkeeping alone is past the budget
+  EXPECT_TRUE(cache.objectForKey("station 9999"));
+
+  ByteBudgetImageCache stations(kImageCacheBytes);  // pictures in files: every station keeps its own
+  const auto file = std::make_shared<const Image>(Image{9, 9, {}, 1, std::string(200, 'p')});
+  for (int i = 0; i < 2'500; ++i) stations.setObject(file, "station " + std::to_string(i));
+  EXPECT_TRUE(stations.objectForKey("station 0"));
 }
 
 }  // namespace

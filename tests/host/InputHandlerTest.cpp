@@ -2,61 +2,41 @@
 
 #include "StubScreens.h"
 #include "host/InputHandler.h"
-#include "host/Navigation.h"
-#include "support/World.h"
 
 namespace tunevale::host {
 namespace {
 
-using test::StubScreen;
 using Kind = InputOutcome::Kind;
+using namespace std::string_literals;
 
-class InputHandlerTest : public testing::Test {
- protected:
+struct InputHandlerTest : testing::Test, test::StubWorld {
   InputHandlerTest() {
-    test::addStubs(registry_);
-    layout_ = folder_.read(test::stubLayout(), registry_);
-    navigation_.start();
-    screen().picker->setItems(std::vector<WKPickerItem>(5));
-    world_.log.clear();
+    navigation.start();
+    top().picker->setItems(std::vector<WKPickerItem>(5));
+    take();
   }
-  StubScreen& screen() { return static_cast<StubScreen&>(*navigation_.screen()); }
-  std::vector<std::string> take() {
-    auto lines = world_.log.lines();
-    world_.log.clear();
-    return lines;
+  void expectDone(const std::string& input, const std::string& line = "at first") {
+    EXPECT_EQ(inputs.handle(input).why, "") << input;
+    EXPECT_EQ(top().line->text(), line) << input;
   }
-  void expectDone(const std::string& input) { EXPECT_EQ(inputs_.handle(input).why, "") << input; }
   void expectRefused(const std::string& input, const std::string& why) {
-    const InputOutcome outcome = inputs_.handle(input);
+    const InputOutcome outcome = inputs.handle(input);
     EXPECT_EQ(outcome.kind, Kind::refused) << input;
     EXPECT_EQ(outcome.why, why) << input;
   }
-
-  test::World world_;
-  ControllerRegistry registry_{world_.platform};
-  test::LayoutFolder folder_;
-  InterfaceLayout layout_;
-  Navigation navigation_{layout_, registry_, world_.platform.sharedExtension, [] {}};
-  InputHandler inputs_{navigation_};
+  InputHandler inputs{navigation};
 };
 
 TEST_F(InputHandlerTest, TurnsTheFocusedPickerToItsEndsAndPicks) {
   expectDone(R"({"crown":2})");
-  EXPECT_EQ(screen().picker->selectedItemIndex(), 0U);
-  screen().picker->focus();
-  expectDone(R"({"crown":2})");
-  EXPECT_EQ(screen().line->text(), "2");
-  expectDone(R"({"crown":1000000})");
-  EXPECT_EQ(screen().line->text(), "4");
-  expectDone(R"({"crown":-1000000})");
-  EXPECT_EQ(screen().line->text(), "0");
-  screen().picker->setEnabled(false);
-  expectDone(R"({"crown":3})");
-  EXPECT_EQ(screen().line->text(), "0");
-  screen().picker->setEnabled(true);
-  expectDone(R"({"pick":{"picker":"picker","index":3}})");
-  EXPECT_EQ(screen().line->text(), "3");
+  top().picker->focus();
+  expectDone(R"({"crown":2})", "2");
+  expectDone(R"({"crown":1000000})", "4");
+  expectDone(R"({"crown":-1000000})", "0");
+  top().picker->setEnabled(false);
+  expectDone(R"({"crown":3})", "0");
+  top().picker->setEnabled(true);
+  expectDone(R"({"pick":{"picker":"picker","index":3}})", "3");
 }
 
 TEST_F(InputHandlerTest, RefusesWhatIsNotThereHiddenOrDisabled) {
@@ -72,57 +52,48 @@ TEST_F(InputHandlerTest, RefusesWhatIsNotThereHiddenOrDisabled) {
   expectRefused(R"({"back":true})", "there is no way back from here");
   expectRefused(R"({"alert":0})", "there is no alert");
 
-  screen().button->setEnabled(false);
+  top().button->setEnabled(false);
   expectRefused(R"({"tap":"button"})", R"("button" is disabled)");
-  screen().root()->children()[1]->setHidden(true);
+  top().root()->children()[1]->setHidden(true);
   expectRefused(R"({"tap":"button"})", R"("button" is hidden)");
-  screen().table->rowControllerAtIndex<test::StubRow>(0)->use->setHidden(true);
+  top().table->rowControllerAtIndex<test::StubRow>(0)->use->setHidden(true);
   expectRefused(R"({"tap":{"table":"table","row":0,"outlet":"use"}})", R"("use" is hidden)");
-  screen().table->setHidden(true);
+  top().table->setHidden(true);
   expectRefused(R"({"select":{"table":"table","row":0}})", R"("table" is hidden)");
-  screen().picker->setEnabled(false);
+  top().picker->setEnabled(false);
   expectRefused(R"({"pick":{"picker":"picker","index":0}})", R"("picker" is disabled)");
   EXPECT_TRUE(take().empty());
 }
 
 TEST_F(InputHandlerTest, LetsNothingPastAnAlertOrTheFace) {
-  screen().alert("!");
+  top().alert("!");
   for (const char* input : {R"({"tap":"button"})", R"({"back":true})", R"({"crown":1})", R"({"page":0})"}) {
     expectRefused(input, "an alert is up");
   }
   expectRefused(R"({"alert":1})", "the alert has no action 1");
   expectDone(R"({"foreground":false})");
-  for (const char* input : {R"({"tap":"button"})", R"({"alert":0})"})
-    expectRefused(input, "the watch shows its face");
+  expectRefused(R"({"tap":"button"})", "the watch shows its face");
+  expectRefused(R"({"alert":0})", "the watch shows its face");
 }
 
 TEST_F(InputHandlerTest, TellsWhatMakesNoSense) {
-  const std::string deep = R"({"tap":)" + std::string(10000, '[') + std::string(10000, ']') + "}";
-  const std::string senseless[] = {"",
-                                   "[]",
-                                   "\xFF",
-                                   R"({"tap":"button","back":true})",
-                                   R"({"jump":1})",
-                                   R"({"tap":{"table":"table","row":0}})",
-                                   R"({"select":{"table":"table","row":-1}})",
-                                   R"({"select":{"table":7,"row":0}})",
-                                   R"({"crown":1e99})",
-                                   R"({"crown":-9223372036854775808})",
-                                   R"({"back":false})",
-                                   R"({"foreground":1})",
-                                   deep};
-  for (const std::string& input : senseless) {
-    EXPECT_EQ(inputs_.handle(input).kind, Kind::malformed) << input.substr(0, 80);
+  const std::string deep = std::string(10000, '[') + std::string(10000, ']');
+  for (const std::string& senseless :
+       {R"(["tap"])"s, "\xFF"s, R"({"tap":"button","back":true})"s, R"({"jump":1})"s,
+        R"({"tap":{"table":"table","row":0}})"s, R"({"select":{"table":"table","row":-1}})"s,
+        R"({"select":{"table":7,"row":0}})"s, R"({"crown":1e99})"s, R"({"crown":-9223372036854775808})"s,
+        R"({"back":false})"s, R"({"foreground":1})"s, R"({"tap":)" + deep + "}"}) {
+    EXPECT_EQ(inputs.handle(senseless).kind, Kind::malformed) << senseless.substr(0, 80);
   }
   EXPECT_TRUE(take().empty());
 }
 
 TEST_F(InputHandlerTest, OutlivesWhatAnActionDoesToItsScreen) {
-  navigation_.screen()->pushControllerWithName("Third", {});
-  screen().onAct = [this] { navigation_.back(); };
+  top().pushControllerWithName("Third", {});
+  top().onAct = [this] { navigation.back(); };
   expectDone(R"({"tap":"button"})");
-  EXPECT_EQ(navigation_.identifier(), "Home");
-  screen().onAct = [this] { screen().fill(0); };
+  EXPECT_EQ(navigation.identifier(), "Home");
+  top().onAct = [this] { top().fill(0); };
   expectDone(R"({"tap":"button"})");
 }
 

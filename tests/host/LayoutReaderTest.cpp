@@ -2,25 +2,19 @@
 
 #include "StubScreens.h"
 #include "foundation/Text.h"
-#include "host/LayoutReader.h"
-#include "support/World.h"
 
 namespace tunevale::host {
 namespace {
 
-class LayoutReaderTest : public testing::Test {
- protected:
-  LayoutReaderTest() { test::addStubs(registry_); }
-
-  InterfaceLayout read(const std::string& text) { return folder_.read(text, registry_); }
+struct LayoutReaderTest : testing::Test, test::StubWorld {
   /// The reason with its line and column, without the path.
   std::string refusalOf(const std::string& text) {
     try {
-      read(text);
+      folder.read(text, registry);
     } catch (const LayoutError& error) {
       const std::string message = error.what();
-      EXPECT_TRUE(message.starts_with(folder_.layoutPath() + ":")) << message;
-      return message.substr(folder_.layoutPath().size() + 1);
+      EXPECT_TRUE(message.starts_with(folder.layoutPath() + ":")) << message;
+      return message.substr(folder.layoutPath().size() + 1);
     }
     return "none";
   }
@@ -31,21 +25,6 @@ class LayoutReaderTest : public testing::Test {
     EXPECT_NE(at, std::string::npos) << from;
     return refusalOf(text.replace(at, from.size(), to));
   }
-  struct Mistake {
-    const char* from;
-    std::string to;
-    std::string reason;
-  };
-  void expectReasons(const std::vector<Mistake>& mistakes) {
-    for (const auto& [from, to, reason] : mistakes) {
-      const std::string refusal = refusalWith(from, to);
-      EXPECT_EQ(refusal.substr(refusal.find(": ") + 2), reason);
-    }
-  }
-
-  test::World world_;
-  ControllerRegistry registry_{world_.platform};
-  test::LayoutFolder folder_;
 };
 
 TEST_F(LayoutReaderTest, PointsAtTheMistake) {
@@ -60,7 +39,13 @@ TEST_F(LayoutReaderTest, PointsAtTheMistake) {
 }
 
 TEST_F(LayoutReaderTest, RefusesWhatIsMissingTwiceOrSenseless) {
-  expectReasons({
+  const std::string twenty(20, 'x');
+  const std::string nested = replacingAll(twenty, "x", "<group>") + replacingAll(twenty, "x", "</group>");
+  const struct {
+    const char* from;
+    std::string to;
+    std::string reason;
+  } mistakes[] = {
       {R"(class="StubScreen")", R"(class="Nobody")", R"(there is no screen class "Nobody")"},
       {R"(class="StubRow")", R"(class="StubScreen")", R"(there is no row class "StubScreen")"},
       {R"(outlet="line")", R"(outlet="lien")", R"("StubScreen" has no outlet "lien")"},
@@ -78,7 +63,7 @@ TEST_F(LayoutReaderTest, RefusesWhatIsMissingTwiceOrSenseless) {
       {R"(initial="Home")", "", R"("interface" needs the attribute "initial")"},
       {R"(image="dot")", R"(image="spot")", R"(there is no image "spot" among the images)"},
       {R"(<image name="dot"/>)", R"(<image name="gone"/>)",
-       "there is no file " + folder_.imageFolder() + "/gone.png"},
+       "there is no file " + folder.imageFolder() + "/gone.png"},
       {R"(<image name="dot"/>)", R"(<image name="../dot"/>)",
        "a name is made of letters, digits, hyphens and underscores"},
       {R"(<label outlet="line")", R"(<slider minimum="1" maximum="1"/><label outlet="line")",
@@ -91,22 +76,21 @@ TEST_F(LayoutReaderTest, RefusesWhatIsMissingTwiceOrSenseless) {
       {R"(text="at first"/>)", "><group/></label>", R"("label" holds no other elements)"},
       {R"(<label outlet="name"/>)", "<table/>", "a row holds no table"},
       {R"(frames="2")", R"(frames="1e9")", "a sequence has 1 to 100 frames"},
-  });
+      {"<picker", nested + "<picker", "elements are nested too deep"},
+  };
+  for (const auto& [from, to, reason] : mistakes) {
+    const std::string refusal = refusalWith(from, to);
+    EXPECT_EQ(refusal.substr(refusal.find(": ") + 2), reason);
+  }
 }
 
 TEST_F(LayoutReaderTest, RefusesHostileFiles) {
-  std::string deep = test::stubLayout();
-  std::string groups;
-  for (int i = 0; i < 100'000; ++i) groups += "<group>";
-  deep.insert(deep.find("<picker"), groups);
-  EXPECT_NE(refusalOf(deep), "none");
-  const std::string twenty(20, 'x');
-  const std::string nested = replacingAll(twenty, "x", "<group>") + replacingAll(twenty, "x", "</group>");
-  expectReasons({{"<picker", nested + "<picker", "elements are nested too deep"}});
-  EXPECT_NE(refusalOf("<!DOCTYPE a [<!ENTITY x \"y\">]><interface initial=\"&x;\"/>"), "none");
-  EXPECT_NE(refusalOf("<interface/><interface/>"), "none");
-  EXPECT_NE(refusalOf(""), "none");
-  EXPECT_THROW(readLayout(folder_.layoutPath() + ".missing", registry_), LayoutError);
+  EXPECT_NE(refusalWith("<picker", replacingAll(std::string(100'000, 'x'), "x", "<group>")), "none");
+  for (const char* text :
+       {"<!DOCTYPE a [<!ENTITY x \"y\">]><interface initial=\"&x;\"/>", "", "<interface/><interface/>"}) {
+    EXPECT_NE(refusalOf(text), "none") << text;
+  }
+  EXPECT_THROW(readLayout(folder.layoutPath() + ".missing", registry), LayoutError);
 }
 
 }  // namespace

@@ -12,10 +12,13 @@ struct Observer {
   }
 };
 
-class NotificationCenterTest : public testing::Test {
- protected:
+struct NotificationCenterTest : testing::Test {
   void observe(const std::shared_ptr<Observer>& observer, const std::string& what) {
     center.addObserver(observer, "song", [this, what](const Notification&) { heard += what; });
+  }
+  std::string afterAPost() {
+    center.postNotificationName("song", std::nullopt);
+    return heard;
   }
   LocalNotificationCenter center;
   std::string heard;
@@ -31,8 +34,7 @@ TEST_F(NotificationCenterTest, SkipsWhomAnEarlierHandlerRemovedOrDropped) {
   });
   observe(b, "b");
   observe(a, "A");
-  center.postNotificationName("song", std::nullopt);
-  EXPECT_EQ(heard, "a");
+  EXPECT_EQ(afterAPost(), "a");
   EXPECT_EQ(center.observerCount(), 0U);
 }
 
@@ -43,8 +45,7 @@ TEST_F(NotificationCenterTest, KeepsAnObserverAliveDuringItsHandlerOnly) {
     heard += watch.expired() ? "dead" : "alive";
   });
   observe(a, " next");
-  center.postNotificationName("song", std::nullopt);
-  EXPECT_EQ(heard, "alive next");
+  EXPECT_EQ(afterAPost(), "alive next");
   EXPECT_EQ(center.observerCount(), 1U);
 }
 
@@ -54,8 +55,7 @@ TEST_F(NotificationCenterTest, LeavesOutOfAPostWhoCameDuringIt) {
     heard += "a";
   });
   observe(a, "A");
-  center.postNotificationName("song", std::nullopt);
-  EXPECT_EQ(heard, "aA");
+  EXPECT_EQ(afterAPost(), "aA");
 }
 
 // What the handlers of dead observers hold must go, and may call back while it does.
@@ -70,8 +70,7 @@ TEST_F(NotificationCenterTest, LetsGoOfDeadObserversAtTheNextUse) {
   EXPECT_FALSE(watch.expired());
   observe(a, "a");
   EXPECT_TRUE(watch.expired());
-  center.postNotificationName("song", std::nullopt);
-  EXPECT_EQ(heard, "a");
+  EXPECT_EQ(afterAPost(), "a");
 }
 
 }  // namespace

@@ -1,18 +1,14 @@
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "host/PosixFiles.h"
 #include "host/RecordingPhoneSession.h"
 #include "host/ReplayPhoneSession.h"
-#include "support/ManualMainQueue.h"
-#include "support/ScriptedPhone.h"
-#include "support/TemporaryFolder.h"
-#include "support/TestQueues.h"
+#include "support/World.h"
 
-namespace tunevale {
+namespace tunevale::host {
 namespace {
 
 using namespace std::chrono_literals;
@@ -23,7 +19,6 @@ class Extension : public PhoneSessionDelegate {
   void sessionActivationDidCompleteWithState(PhoneSession& session, ActivationState state,
                                              const std::optional<SessionError>& error) override {
     EXPECT_EQ(session.activationState(), state);
-    session_ = &session;
     heard.push_back("activation" + code(error));
   }
   void sessionDidFinishUserInfoTransfer(PhoneSession&, const UserInfoTransfer& transfer,
@@ -41,55 +36,46 @@ class Extension : public PhoneSessionDelegate {
   void sessionDidReceiveUserInfo(PhoneSession&, const PlistDictionary& userInfo) override {
     heard.push_back("user info " + word(userInfo));
   }
-  void sessionDidReceiveApplicationContext(PhoneSession&, const PlistDictionary& context) override {
+  void sessionDidReceiveApplicationContext(PhoneSession& session, const PlistDictionary& context) override {
     heard.push_back("context " + word(context));
-    ask("one");
-    ask("two");
-    session_->sendMessageData(
-        toBytes("three"), [this](ByteView reply) { heard.push_back("answer " + std::string(asText(reply))); },
-        {});
+    ask(session, "one");
+    ask(session, "two");
+    session.sendMessageData(
+        Bytes(3), [this](ByteView reply) { heard.push_back("answer " + std::string(asText(reply))); }, {});
   }
   void sessionDidReceiveFile(PhoneSession&, const ReceivedFile& file) override {
-    const auto contents = host::PosixFiles().contentsAtPath(file.path);
+    const auto contents = PosixFiles().contentsAtPath(file.path);
     heard.push_back("file " + word(file.metadata) + " " + std::string(asText(contents.value_or(Bytes{}))));
   }
-  void ask(const std::string& what) {
-    session_->sendMessage(
+  void ask(PhoneSession& session, const char* what) {
+    session.sendMessage(
         {{"n", what}}, [this](const PlistDictionary& reply) { heard.push_back("answer " + word(reply)); },
-        [this](const SessionError& error) { heard.push_back("error " + std::to_string(error.code)); });
-  }
-  static std::string code(const std::optional<SessionError>& error) {
-    return error ? " " + std::to_string(error->code) : "";
-  }
-  static Bytes toBytes(std::string_view text) {
-    const ByteView view = asBytes(text);
-    return {view.begin(), view.end()};
-  }
-  static std::string word(const PlistDictionary& dictionary) {
-    return std::string(dictionary.find("n")->string().value_or(""));
+        [this](const SessionError& error) { heard.push_back("error" + code(error)); });
   }
   std::vector<std::string> heard;
 
  private:
-  PhoneSession* session_ = nullptr;
+  static std::string code(const std::optional<SessionError>& error) {
+    return error ? " " + std::to_string(error->code) : "";
+  }
+  static std::string word(const PlistDictionary& dictionary) {
+    return std::string(dictionary.find("n")->string().value_or(""));
+  }
 };
 
 const std::vector<std::string> kTold{"activation 7005", "activation",        "message hello",
                                      "data \x01raw",    "user info later",   "context now",
-                                     "answer first",    "error 7014",        "answer second",
+                                     "answer first",    "error 7014",        "answer 2",
                                      "finished done",   "finished not 7005", "file picture PNG"};
 
-struct Recording : testing::Test {
+struct Recording : testing::Test, test::World {
   /// A conversation of seven seconds, recorded by a clock that the test moves.
-  void record() {
-    test::ScriptedPhone phone(mainQueue);
-    host::Recorder recorder(
+  Recording() {
+    Recorder recorder(
         file, [](const std::string& why) { FAIL() << why; }, [this] { return clock; });
-    host::RecordingPhoneSession session(phone, recorder);
+    RecordingPhoneSession session(phone, recorder);
     session.setDelegate(&extension);
     phone.setReachable(false);
-    const std::string picture = folder.path("picture");
-    std::ofstream(picture) << "PNG";
     phone.completeActivation(ActivationState::notActivated, SessionError{7005, "not paired"});
     phone.completeActivation();
     phone.setReachable(true);
@@ -103,47 +89,39 @@ struct Recording : testing::Test {
     clock += 3s;
     phone.reply(0, {{"n", "first"}});
     phone.fail(1, {7014, "it may have run"});
-    phone.replyToData(0, Extension::toBytes("second"));
+    phone.replyToData(0, {std::byte{'2'}});
     mainQueue.drain();
     clock += 1s;
-    recorder.add({.kind = host::RecordedEvent::Kind::queueReset});
-    recorder.add({.kind = host::RecordedEvent::Kind::fileFinished, .id = 1, .error = {7005, ""}});
-    recorder.add({.kind = host::RecordedEvent::Kind::unpaired});
+    recorder.add({.kind = RecordedEvent::Kind::queueReset});
+    recorder.add({.kind = RecordedEvent::Kind::fileFinished, .id = 1, .error = {7005, ""}});
+    recorder.add({.kind = RecordedEvent::Kind::unpaired});
     phone.finishUserInfoTransfer({{"n", "done"}}, std::nullopt);
     phone.finishUserInfoTransfer({{"n", "not"}}, SessionError{7005, ""});
     clock += 2s;
-    phone.deliverFile(picture, {{"n", "picture"}});
+    std::ofstream(folder->path("picture")) << "PNG";
+    phone.deliverFile(folder->path("picture"), {{"n", "picture"}});
   }
-  std::unique_ptr<host::ReplayPhoneSession> replay(double speed) {
-    auto session = std::make_unique<host::ReplayPhoneSession>(
+  std::unique_ptr<ReplayPhoneSession> replay(double speed) {
+    auto session = std::make_unique<ReplayPhoneSession>(
         mainQueue, queues.make(),
-        host::ReplayPhoneSession::Options{.events = host::readRecording(file),
-                                          .speed = speed,
-                                          .receivedFile = folder.path("received"),
-                                          .changed = [this] { ++changes; },
-                                          .ended = [this] { ++endings; }});
+        ReplayPhoneSession::Options{readRecording(file), speed, folder->path("received"),
+                                    [this] { ++changes; }, [this] { ++endings; }});
     extension.heard.clear();
     session->setDelegate(&extension);
     session->activateSession();
     settle();
     return session;
   }
-  void settle() {
-    while (mainQueue.drain() > 0 || queues.settle()) {
-    }
-  }
-  /// Time in steps, as the delivery queue only runs when told.
-  void pass(std::chrono::milliseconds time) {
+  /// Time in steps, as the delivery queue only runs when told; how much the extension has heard then.
+  std::size_t heardAfter(std::chrono::milliseconds time) {
     for (auto passed = 0ms; passed < time; passed += 10ms) {
       mainQueue.advance(10ms);
       settle();
     }
+    return extension.heard.size();
   }
 
-  test::TemporaryFolder folder;
-  const std::string file = folder.path("recording");
-  test::ManualMainQueue mainQueue;
-  test::TestQueues queues;
+  const std::string file = folder->path("recording");
   std::chrono::steady_clock::time_point clock{};
   Extension extension;
   int changes = 0;
@@ -151,56 +129,44 @@ struct Recording : testing::Test {
 };
 
 TEST_F(Recording, ReplaysWhatWasHeardAndAnsweredAtThePaceThatIsAskedFor) {
-  record();
   EXPECT_EQ(extension.heard, kTold);
   EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
 
   auto session = replay(2);
-  const std::vector<std::string> begun(kTold.begin(), kTold.begin() + 2);
-  EXPECT_EQ(extension.heard, begun);
-  pass(490ms);
-  EXPECT_EQ(extension.heard.size(), 2U);
-  pass(20ms);
-  EXPECT_EQ(extension.heard, std::vector<std::string>(kTold.begin(), kTold.begin() + 6));
+  EXPECT_EQ(heardAfter(490ms), 2U);
+  EXPECT_EQ(heardAfter(20ms), 6U);
   EXPECT_EQ(session->pendingRequests(), 3U);
-  pass(1480ms);
-  EXPECT_EQ(extension.heard.size(), 6U);
-  pass(1600ms);
+  EXPECT_EQ(heardAfter(1480ms), 6U);
+  heardAfter(1600ms);
   EXPECT_EQ(extension.heard, kTold);
   EXPECT_EQ(endings, 1);
   EXPECT_EQ(changes, 1) << "a state that stays the same is noted once";
   EXPECT_EQ(session->pendingRequests(), 0U);
-  extension.ask("one");  // its answer was given already
+  extension.ask(*session, "one");  // its answer was given already
   settle();
   EXPECT_EQ(extension.heard.back(), "error 7007");
-  EXPECT_FALSE(std::filesystem::exists(folder.path("received")));
+  EXPECT_FALSE(std::filesystem::exists(folder->path("received")));
 
-  // Ended in the middle, nothing is heard any more.
   session = replay(1);
   session.reset();
-  pass(10s);
-  EXPECT_EQ(extension.heard, begun);
+  EXPECT_EQ(heardAfter(10s), 2U) << "ended in the middle, nothing is heard any more";
 }
 
 TEST_F(Recording, EndsBeforeHalfALineAndSaysWhichLineIsWrong) {
-  record();
-  std::stringstream whole;
-  whole << std::ifstream(file).rdbuf();
-  const std::string text = whole.str();
-  const std::size_t count = host::readRecording(file).size();
-  std::filesystem::resize_file(file, text.size() - 5);
-  EXPECT_EQ(host::readRecording(file).size(), count - 1);
+  const std::size_t count = readRecording(file).size();
+  std::filesystem::resize_file(file, std::filesystem::file_size(file) - 5);
+  EXPECT_EQ(readRecording(file).size(), count - 1);
 
   const auto complaint = [&](const std::string& contents) -> std::string {
     std::ofstream(file, std::ios::trunc) << contents;
     try {
-      host::readRecording(file);
+      readRecording(file);
     } catch (const std::runtime_error& error) {
       return std::string(error.what()).substr(file.size());
     }
     return "none";
   };
-  const std::string header = host::recordingHeader() + "\n";
+  const std::string header = recordingHeader() + "\n";
   EXPECT_EQ(complaint("{}\n"), " is no recording");
   for (const auto& [line, why] : std::initializer_list<std::pair<const char*, const char*>>{
            {"[1]", "no JSON object"},
@@ -213,8 +179,8 @@ TEST_F(Recording, EndsBeforeHalfALineAndSaysWhichLineIsWrong) {
     EXPECT_EQ(complaint(header + line + "\n"), std::string(", line 2: ") + why);
   }
   EXPECT_EQ(complaint(header), "none");
-  EXPECT_THROW(host::Recorder(file, {}), std::runtime_error) << "nothing is written over";
+  EXPECT_THROW(Recorder(file, {}), std::runtime_error) << "nothing is written over";
 }
 
 }  // namespace
-}  // namespace tunevale
+}  // namespace tunevale::host

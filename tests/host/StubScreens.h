@@ -1,17 +1,14 @@
 #pragma once
 
-#include <functional>
-#include <string>
-
 #include "host/ControllerRegistry.h"
 #include "host/LayoutReader.h"
-#include "platform/Platform.h"
+#include "host/Navigation.h"
+#include "platform/Connections.h"
 #include "platform/WKInterfaceButton.h"
-#include "platform/WKInterfaceGroup.h"
 #include "platform/WKInterfaceLabel.h"
 #include "platform/WKInterfacePicker.h"
 #include "platform/WKInterfaceTable.h"
-#include "support/TemporaryFolder.h"
+#include "support/World.h"
 
 namespace tunevale::test {
 
@@ -39,7 +36,10 @@ class StubScreen : public WKInterfaceController {
     connections.outlet("button", button);
     connections.outlet("picker", picker);
     connections.outlet("table", table);
-    connections.action("act", [this] { act(); });
+    connections.action("act", [this] {
+      onAct();
+      note("acted");  // whatever that did, this screen must still be here
+    });
     connections.pickerAction("turned", [this](int index) { line->setText(std::to_string(index)); });
   }
   void awakeWithContext(const PlistValue* context) override {
@@ -56,8 +56,7 @@ class StubScreen : public WKInterfaceController {
     note("select " + std::to_string(row));
   }
   std::optional<PlistValue> contextForSegueWithIdentifier(std::string_view identifier) override {
-    if (identifier == "AlertSegue") return PlistValue("alert");
-    return std::nullopt;
+    return identifier == "AlertSegue" ? std::optional<PlistValue>("alert") : std::nullopt;
   }
 
   void fill(std::size_t rows) {
@@ -76,22 +75,11 @@ class StubScreen : public WKInterfaceController {
   }
   void note(const std::string& what) { platform().log.write(title() + ": " + what); }
 
-  std::function<void()> onAct;
+  std::function<void()> onAct = [this] { fill(2); };  // the same anew
   WKInterfaceLabel* line = nullptr;
   WKInterfaceButton* button = nullptr;
   WKInterfacePicker* picker = nullptr;
   WKInterfaceTable* table = nullptr;
-
- private:
-  void act() {
-    if (onAct) {
-      onAct();
-    } else {
-      fill(2);  // the same anew
-    }
-    // Whatever that did, this screen must still be here.
-    note("acted");
-  }
 };
 
 /// The elements that every stub scene has.
@@ -133,6 +121,26 @@ class LayoutFolder {
 
  private:
   TemporaryFolder folder_;
+};
+
+/// A watch of the stub layout, not started yet.
+struct StubWorld {
+  StubWorld() {
+    addStubs(registry);
+    layout = folder.read(stubLayout(), registry);
+  }
+  StubScreen& top() { return static_cast<StubScreen&>(*navigation.screen()); }
+  /// What the screens wrote to the log since the last call.
+  std::vector<std::string> take() {
+    auto lines = world.log.lines();
+    world.log.clear();
+    return lines;
+  }
+  World world;
+  host::ControllerRegistry registry{world.platform};
+  LayoutFolder folder;
+  host::InterfaceLayout layout;
+  host::Navigation navigation{layout, registry, world.platform.sharedExtension, [] {}};
 };
 
 }  // namespace tunevale::test
