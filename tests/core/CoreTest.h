@@ -20,8 +20,7 @@ namespace tunevale::test {
 using Trace = std::vector<std::string>;
 
 /// The real defaults, which also tell the order of what is stored; and a disk that may be full.
-class TracedDefaults : public UserDefaults {
- public:
+struct TracedDefaults : UserDefaults {
   TracedDefaults(UserDefaults& real, Trace& trace) : real_(real), trace_(trace) {}
   std::optional<PlistValue> objectForKey(std::string_view key) override { return real_.objectForKey(key); }
   bool setObject(std::optional<PlistValue> value, std::string_view key) override {
@@ -33,9 +32,8 @@ class TracedDefaults : public UserDefaults {
     trace_.push_back("synchronize");
     return real_.synchronizeAndWait() && diskTakesIt;
   }
-  bool diskTakesIt = true;
 
- private:
+  bool diskTakesIt = true;
   UserDefaults& real_;
   Trace& trace_;
 };
