@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -20,13 +19,11 @@ namespace tunevale::test {
 
 using Trace = std::vector<std::string>;
 
-/// The real defaults, which also tell the order of what is stored, and can be made to fail for one key.
-class TracedDefaults : public UserDefaults {
- public:
+/// The real defaults, which also tell the order of what is stored; and a disk that may be full.
+struct TracedDefaults : UserDefaults {
   TracedDefaults(UserDefaults& real, Trace& trace) : real_(real), trace_(trace) {}
   std::optional<PlistValue> objectForKey(std::string_view key) override { return real_.objectForKey(key); }
   bool setObject(std::optional<PlistValue> value, std::string_view key) override {
-    if (key == failingKey) throw std::runtime_error("no room");
     trace_.push_back((value ? "store " : "remove ") + std::string(key));
     return real_.setObject(std::move(value), key);
   }
@@ -35,10 +32,8 @@ class TracedDefaults : public UserDefaults {
     trace_.push_back("synchronize");
     return real_.synchronizeAndWait() && diskTakesIt;
   }
-  std::string failingKey;
-  bool diskTakesIt = true;
 
- private:
+  bool diskTakesIt = true;
   UserDefaults& real_;
   Trace& trace_;
 };
@@ -57,21 +52,26 @@ struct CoreTest : ::testing::Test {
           kNotificationFetchedRadioImage, kNotificationFetchedDeviceVolume}) {
       platform.defaultCenter.addObserver(observer, name, [this](const Notification& notification) {
         trace.push_back("post " + notification.name.substr(notification.name.find('.') + 1));
-        posted.push_back(notification);
+        posted.append(notification.userInfo ? PlistValue(*notification.userInfo) : PlistValue());
       });
     }
   }
 
   Trace takeTrace() { return std::exchange(trace, {}); }
-  /// Lets everything come to rest and gives what was announced since the last call.
-  std::vector<Notification> settle() {
+  /// What was done until everything came to rest.
+  Trace settledTrace() {
+    settle();
+    return takeTrace();
+  }
+  /// Lets everything come to rest and gives the user infos of what was announced since the last call.
+  PlistArray settle() {
     world.settle();
     return std::exchange(posted, {});
   }
   PlistValue stored(std::string_view key) { return defaults.objectForKey(key).value_or(PlistValue()); }
   RadioManager& radio() { return RadioManager::sharedManager(platform); }
   std::string directory() const { return artworkDirectory(platform.homeDirectory); }
-  ScriptedPhone::DataAnswer deliverData(const PlistValue& payload) {
+  ScriptedPhone::DataAnswer deliverData(const PlistDictionary& payload) {
     return phone.deliverMessageData(archivedDataWithRootObject(payload));
   }
 
@@ -79,19 +79,12 @@ struct CoreTest : ::testing::Test {
   Trace trace;
   TracedDefaults defaults{world.platform.standardUserDefaults, trace};
   ScriptedPhone& phone = world.phone;
-  Platform platform{world.mainQueue,
-                    world.platform.defaultCenter,
-                    defaults,
-                    world.platform.fileManager,
-                    world.platform.imageCodec,
-                    world.platform.letterCase,
-                    world.log,
-                    phone,
-                    world.platform.homeDirectory,
-                    world.platform.makeSerialQueue,
-                    world.platform.makeImageCache};
+  Platform& real = world.platform;
+  Platform platform{world.mainQueue,    real.defaultCenter,   defaults,           real.fileManager,
+                    real.imageCodec,    real.letterCase,      world.log,          phone,
+                    real.homeDirectory, real.makeSerialQueue, real.makeImageCache};
   ExtensionDelegate delegate{platform};
-  std::vector<Notification> posted;
+  PlistArray posted;
   std::shared_ptr<int> observer = std::make_shared<int>();
 };
 

@@ -37,6 +37,12 @@ inline std::string number(std::int64_t value) {
 inline std::string uid(std::uint64_t value) {
   return '\x81' + bigEndian(value, 2);
 }
+/// What ends a list.
+inline std::string trailer(std::uint64_t offsetSize, std::uint64_t refSize, std::uint64_t objects,
+                           std::uint64_t root, std::uint64_t table) {
+  return std::string(6, '\0') + bigEndian(offsetSize, 1) + bigEndian(refSize, 1) + bigEndian(objects, 8) +
+         bigEndian(root, 8) + bigEndian(table, 8);
+}
 inline Bytes bytesOf(std::string_view raw) {
   const ByteView view = asBytes(raw);
   return {view.begin(), view.end()};
@@ -67,16 +73,12 @@ struct RawList {
     return raw;
   }
   Bytes bytes() const {
-    std::string out = "bplist00";
-    std::string table;
+    std::string out = "bplist00", table;
     for (const std::string& object : objects) {
       table += bigEndian(out.size(), offsetSize);
       out += object;
     }
-    const std::size_t tableOffset = out.size();
-    return bytesOf(out + table + std::string(6, '\0') + static_cast<char>(offsetSize) +
-                   static_cast<char>(refSize) + bigEndian(objects.size(), 8) + bigEndian(root, 8) +
-                   bigEndian(tableOffset, 8));
+    return bytesOf(out + table + trailer(offsetSize, refSize, objects.size(), root, out.size()));
   }
 
   std::vector<std::string> objects;
@@ -100,10 +102,7 @@ struct RawArchive {
     return entries.size() - 1;
   }
   std::uint64_t classRecord(std::string_view name) {
-    const std::size_t className = list.add(text(name));
-    const std::size_t chain = list.array({className});
-    return entry(list.dictionaryObject({list.add(text("$classname")), list.add(text("$classes"))},
-                                       {className, chain}));
+    return entry(list.dictionaryObject({list.add(text("$classname"))}, {list.add(text(name))}));
   }
   /// A record with a class and further fields by object number.
   std::uint64_t record(std::string_view className,
@@ -115,13 +114,11 @@ struct RawArchive {
     }
     return entry(list.dictionaryObject(keys, values));
   }
-  std::uint64_t arrayRecord(const Uids& elements, std::string_view className = "NSArray") {
-    return record(className, {{"NS.objects", uids(elements)}});
+  std::uint64_t arrayRecord(const Uids& elements) {
+    return record("NSArray", {{"NS.objects", uids(elements)}});
   }
-  std::uint64_t dictionaryRecord(const Uids& keys, const Uids& values,
-                                 std::string_view className = "NSDictionary") {
-    const std::size_t keyList = uids(keys);
-    return record(className, {{"NS.keys", keyList}, {"NS.objects", uids(values)}});
+  std::uint64_t dictionaryRecord(const Uids& keys, const Uids& values) {
+    return record("NSDictionary", {{"NS.keys", uids(keys)}, {"NS.objects", uids(values)}});
   }
   /// The object number of an array of references.
   std::size_t uids(const Uids& uids) {

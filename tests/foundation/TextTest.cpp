@@ -7,36 +7,37 @@ namespace tunevale {
 namespace {
 
 TEST(Text, ReplacesEachIllFormedSequence) {
-  EXPECT_EQ(sanitizedUtf8("plain é नी 😀"), "plain é नी 😀");
-  EXPECT_EQ(sanitizedUtf8("\xC0\xAF"), "\uFFFD\uFFFD");                      // overlong
-  EXPECT_EQ(sanitizedUtf8("\xED\xA0\x80"), "\uFFFD\uFFFD\uFFFD");            // a surrogate
-  EXPECT_EQ(sanitizedUtf8("\xF4\x90\x80\x80"), "\uFFFD\uFFFD\uFFFD\uFFFD");  // past U+10FFFF
-  EXPECT_EQ(sanitizedUtf8("\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41"),
-            "\uFFFD\uFFFD\uFFFD\uFFFD\x41");  // cut short
-  EXPECT_EQ(sanitizedUtf8("eight by\x80"), "eight by\uFFFD");
-  for (const char* broken : {"\x80", "\xC3", "abcdefgh\xC3", "\xE0\x80\x80", "\xF5\x80\x80\x80", "\xFF"}) {
-    EXPECT_FALSE(isValidUtf8(broken)) << broken;
-    EXPECT_TRUE(isValidUtf8(sanitizedUtf8(broken)));
+  const std::pair<const char*, const char*> cases[] = {
+      {"plain é नी 😀\uD7FF\uE000\U0010FFFF", "plain é नी 😀\uD7FF\uE000\U0010FFFF"},
+      {"\xC0\xAF", "\uFFFD\uFFFD"},  // overlong
+      {"\xE0\x80\x80", "\uFFFD\uFFFD\uFFFD"},
+      {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},            // a surrogate
+      {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},  // past U+10FFFF
+      {"\xF5\x80\xFF", "\uFFFD\uFFFD\uFFFD"},
+      {"\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41", "\uFFFD\uFFFD\uFFFD\uFFFD\x41"},  // cut short
+      {"eight by\x80", "eight by\uFFFD"},
+      {"abcdefgh\xC3", "abcdefgh\uFFFD"}};
+  for (const auto& [raw, text] : cases) {
+    EXPECT_EQ(sanitizedUtf8(raw), text);
+    EXPECT_EQ(PlistString(raw).view(), text);
+    EXPECT_EQ(isValidUtf8(raw), std::string_view(raw) == text) << text;
+    EXPECT_TRUE(isValidUtf8(text)) << text;
   }
-  EXPECT_TRUE(isValidUtf8("\uD7FF\uE000\U0010FFFF"));
 }
 
 TEST(Text, CountsAndCutsInUtf16Units) {
   EXPECT_EQ(utf16Length(""), 0U);
   EXPECT_EQ(utf16Length("aéनी😀"), 6U);
-  EXPECT_EQ(dropLastUtf16("aé😀", 2), "aé");
-  EXPECT_EQ(dropLastUtf16("aé😀", 1), "aé");  // a pair goes as a whole
-  EXPECT_EQ(dropLastUtf16("aé😀", 3), "a");
-  EXPECT_EQ(dropLastUtf16("abc", 0), "abc");
-  EXPECT_EQ(dropLastUtf16("abc", 9), "");
+  const char* left[] = {"aé😀", "aé", "aé", "a", "", ""};  // a pair goes as a whole
+  for (std::size_t units = 0; units < 6; ++units) EXPECT_EQ(dropLastUtf16("aé😀", units), left[units]);
 }
 
 TEST(Description, ShowsEveryKind) {
-  const PlistDictionary reply{{"request", "success"}, {"level", 7}};
-  EXPECT_EQ(description(reply), "{level = 7; request = success; }");
-  const PlistValue list =
-      PlistArray{PlistValue(), true, 0.5, "two words", "", asBytes("hi"), PlistArray{}, PlistDictionary{}};
-  EXPECT_EQ(description(list), "(<null>, 1, 0.5, \"two words\", \"\", {length = 2, bytes = 0x6869}, (), {})");
+  const PlistArray list{PlistValue(),     true, 0.5, 7, "two words", "", asBytes("hi"), PlistArray{},
+                        PlistDictionary{}};
+  EXPECT_EQ(description(PlistDictionary{{"list", list}, {"request", "success"}}),
+            "{list = (<null>, 1, 0.5, 7, \"two words\", \"\", {length = 2, bytes = 0x6869}, (), {}); request "
+            "= success; }");
   EXPECT_EQ(description(static_cast<const PlistValue*>(nullptr)), "(null)");
   EXPECT_EQ(description(PlistValue("plain text")), "plain text");
   EXPECT_EQ(description(Bytes(20, std::byte{1})),
