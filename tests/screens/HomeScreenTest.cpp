@@ -47,9 +47,6 @@ TEST_F(HomeScreen, ARowTellsThePhoneAndThenOpensItsScreenWhateverThePhoneDoes) {
   expectOpened(0, "open:playlist_home", "push PlaylistHomeView {}");
   expectOpened(2, "open:player_home", "push PlayerHomeView {}");
   expectOpened(99, "open:player_home", "push PlayerHomeView {}");
-  expectOpened(1, "open:radio_home",
-               "present RadioHomeView {dataSource = (); type = featured; }"
-               " RadioHomeView {dataSource = (); type = artist; }");
   const PlistValue all(PlistDictionary{{"featured", PlistArray{"F"}}, {"artist", PlistArray{"A"}}});
   RadioManager::sharedManager(world.platform).updateRadioInfo(&all);
   expectOpened(1, "open:radio_home",

@@ -15,124 +15,113 @@ struct PlayerDisplay : PlayerTest {
     const PlistDictionary state{{"songInfo", song}, {"status", status}};
     return {{"currentPlayingSong", PlistValue(archivedDataWithRootObject(state))}};
   }
+  std::string opened(const PlistValue& context) {
+    Player screen(world.platform, host);
+    screen.awake(context);
+    return shown(screen);
+  }
 };
 
-TEST_F(PlayerDisplay, AnOpeningWithASongShowsAndStoresIt) {
+TEST_F(PlayerDisplay, OpensWithTheSongOfTheContextOrOfTheDelegate) {
   const PlistArray artists{PlistDictionary{{"name", "Ana"}}};
   const PlistDictionary info{{"album", "Sky &quot;1&quot;"},
                              {"artistMap", PlistDictionary{{"primary_artists", artists}}}};
-  const PlistDictionary opened{{"title", "Rain &amp; Sun"}, {"more_info", info}};
+  const PlistDictionary given{{"title", "Rain &amp; Sun"}, {"more_info", info}};
   const ImagePtr artwork = picture(4, 4);
-  delegate.setNowPlayingSong(song("another"));
+  const ImagePtr next = picture(4, 4, 1);
+  storeChart({song("chart")});
+  delegate.setNowPlayingSong(song("Known"));
   delegate.setCurrentMediaImage(artwork);
-  player.awake(PlistDictionary{{"view_type", "modal"}, {"data", opened}, {"status", "playing"}});
+  for (const bool plays : {true, false}) {
+    delegate.setIsPlayingMedia(plays);
+    const PlistDictionary context{{"data", PlistDictionary()}, {"status", plays ? "paused" : "playing"}};
+    EXPECT_EQ(opened(context), plays ? "Known||Pause|1" : "Known||Play|2");
+  }
+  EXPECT_EQ(defaults.objectForKey("nowPlayingSong"), std::nullopt);
+  player.awake(PlistDictionary{{"view_type", "modal"}, {"data", given}, {"status", "playing"}});
   EXPECT_EQ(player->title(), "< Player");
   EXPECT_EQ(shown(), "Rain & Sun|Sky \"1\" \u2013 Ana|Pause|1");
+  EXPECT_EQ(defaults.objectForKey("nowPlayingSong"), PlistValue(given));
   EXPECT_EQ(player->bgGroupView->backgroundImage().image, artwork);
-  EXPECT_EQ(defaults.objectForKey("nowPlayingSong"), PlistValue(opened));
-}
-
-TEST_F(PlayerDisplay, AnOpeningWithoutASongShowsTheDelegates) {
-  delegate.setNowPlayingSong(song("Known"));
-  delegate.setIsPlayingMedia(true);
-  storeChart({song("chart")});
-  player.awake(PlistDictionary{{"data", PlistDictionary()}, {"status", "paused"}, {"view_type", "push"}});
-  EXPECT_EQ(player->title(), "");
-  EXPECT_EQ(shown(), "Known||Pause|1");
-  EXPECT_EQ(defaults.objectForKey("nowPlayingSong"), std::nullopt);
+  for (const ImagePtr& fetched : {next, ImagePtr()}) {
+    delegate.setCurrentMediaImage(fetched);
+    center.postNotificationName(kNotificationFetchedNowPlayingImage);
+    EXPECT_EQ(player->bgGroupView->backgroundImage().image, next);
+  }
 }
 
 TEST_F(PlayerDisplay, TheStoredChartIsOfferedWhenNothingPlaysAndLeavesModeAndButton) {
   storeChart({song("chart")});
-  for (const auto& [language, meta] :
-       {std::pair("", "Hindi"), {"tamil", "Tamil"}, {"old ENGLISH", "Old English"}}) {
-    defaults.setObject(PlistValue(language), "kUserLanguage");
-    Player screen(world.platform, host);
-    screen.awake(PlistDictionary());
-    EXPECT_EQ(shown(screen), std::string("Weekly Top 15|") + meta + "||0|placeholder");
-  }
+  defaults.setObject(PlistValue("old ENGLISH"), "kUserLanguage");
+  EXPECT_EQ(opened(PlistDictionary()), "Weekly Top 15|Old English||0|placeholder");
   for (const PlistValue& odd : oneOfEachKind()) {  // of another form, it is none
     defaults.setObject(odd, kReceiveWeeklyTop15Data);
-    Player screen(world.platform, host);
-    screen.awake(odd);
-    EXPECT_EQ(shown(screen), "|||0");
-  }
-}
-
-TEST_F(PlayerDisplay, OnlyAnEpisodeShowsItsShowAndSeason) {
-  player.awake({});
-  const PlistDictionary info{{"show_title", "Day &#39;n"}, {"season_number", "3"}, {"album", "Album"}};
-  for (const char* type : {"episode", "Episode", "song", ""}) {
-    post({{"data", PlistDictionary{{"type", type}, {"title", "P &gt;"}, {"more_info", info}}}});
-    EXPECT_EQ(shown(),
-              std::string(type) == "episode" ? "P >|Day 'n \u2013 Season 3|Play|2" : "P >|Album|Play|2");
+    EXPECT_EQ(opened(odd), "|||0");
   }
 }
 
 TEST_F(PlayerDisplay, FollowsThePhonesReportsAlsoOffScreen) {
-  player.awake({});
+  player.awake(PlistDictionary{{"view_type", "push"}});
+  EXPECT_EQ(player->title(), "");
   player->didDeactivate();
+  const PlistDictionary info{{"show_title", "Day &#39;n"}, {"season_number", "3"}, {"album", "Album"}};
+  for (const std::string type : {"episode", "Episode", "song", ""}) {
+    post({{"data", PlistDictionary{{"type", type}, {"title", "P &gt;"}, {"more_info", info}}}});
+    EXPECT_EQ(shown(), type == "episode" ? "P >|Day 'n \u2013 Season 3|Play|2" : "P >|Album|Play|2");
+  }
   post({{"status", "playing"}, {"data", song("A")}});
   post({});
   center.postNotificationName(kNotificationFetchedNowPlayingData);
   EXPECT_EQ(shown(), "A||Pause|1");
   for (const PlistValue& odd : oneOfEachKind()) {
-    const PlistDictionary record{{"title", odd}, {"type", odd}, {"more_info", odd}};
-    post({{"status", odd}, {"data", record}});
+    post({{"status", odd}, {"data", PlistDictionary{{"title", odd}, {"type", odd}, {"more_info", odd}}}});
     EXPECT_EQ(player->mode(), 2U);
     post({{"status", "playing"}, {"data", odd}});
     EXPECT_EQ(shown(), "||Pause|1");
   }
 }
 
-TEST_F(PlayerDisplay, AnEmptyQueueOffersTheChartIfThereIsOne) {
-  player.awake(PlistDictionary{{"data", song("A")}, {"status", "playing"}});
-  delegate.setNowPlayingSong(song("A"));
-  post({{"status", "empty"}});
-  EXPECT_EQ(delegate.nowPlayingSong(), std::nullopt);
-  EXPECT_EQ(shown(), "A||Pause|1");
-  storeChart({song("chart")});
-  post({{"status", "empty"}});
-  EXPECT_EQ(shown(), "Weekly Top 15|Hindi|Play|2|placeholder");
-  post({{"status", "playing"}, {"data", song("B")}});  // shown, but the placeholder stays
-  EXPECT_EQ(shown(), "B||Pause|1|placeholder");
-  player->resetMode();
-  EXPECT_EQ(shown(), "B||Play|0|placeholder");
-}
-
-TEST_F(PlayerDisplay, WhatComesBehindAnEmptiedQueueStaysOnRecord) {
-  const PlistDictionary emptied{{"request", "queue_empty"}};
-  const auto deliver = [this](const char* key, const char* title) {
+TEST_F(PlayerDisplay, AnEmptiedQueueOffersTheChartAndKeepsWhatComesBehindIt) {
+  const auto empty = [this] { world.phone.deliverMessage({{"request", "queue_empty"}}); };
+  const auto report = [this](const char* key, const char* title) {
     world.phone.deliverMessageData(archivedDataWithRootObject(PlistDictionary{{key, song(title)}}));
+  };
+  const auto afterAll = [this] {
+    world.settle();
+    return shown();
   };
   world.phone.setDelegate(&delegate);
   player.awake({});
-  // Everything arrives before the main queue comes to the first of it.
-  world.phone.deliverMessage(emptied);
-  deliver("appPlaying", "A");
-  world.settle();
-  EXPECT_EQ(delegate.nowPlayingSong(), song("A"));
-  EXPECT_TRUE(delegate.isPlayingMedia());
-  EXPECT_EQ(shown(), "A||Pause|1");
-  world.phone.deliverMessage(emptied);
-  deliver("appPaused", "A");  // nothing new, and yet a report
-  world.settle();
-  EXPECT_EQ(delegate.nowPlayingSong(), song("A"));
-  deliver("appPlaying", "B");
-  world.phone.deliverMessage(emptied);
-  world.settle();
+  // Everything arrives before the main queue comes to the first of it; the same song again is a report too.
+  for (const bool plays : {true, false}) {
+    empty();
+    report(plays ? "appPlaying" : "appPaused", "A");
+    EXPECT_EQ(afterAll(), "A||Pause|1");
+    EXPECT_EQ(delegate.nowPlayingSong(), song("A"));
+    EXPECT_EQ(delegate.isPlayingMedia(), plays);
+  }
+  report("appPlaying", "B");
+  empty();
+  EXPECT_EQ(afterAll(), "B||Pause|1");
   EXPECT_EQ(delegate.nowPlayingSong(), std::nullopt);
   EXPECT_FALSE(delegate.isPlayingMedia());
+  storeChart({song("chart")});
+  empty();
+  EXPECT_EQ(afterAll(), "Weekly Top 15|Hindi|Play|2|placeholder");
+  report("appPlaying", "C");  // shown, but the placeholder stays
+  EXPECT_EQ(afterAll(), "C||Pause|1|placeholder");
+  player->resetMode();
+  EXPECT_EQ(shown(), "C||Play|0|placeholder");
 }
 
 TEST_F(PlayerDisplay, NoTextIsLongerThanAWristReads) {
   const std::string most(kLongestShownText - 1, 'x');
   const std::string more = most + "\u0916";
-  const PlistDictionary endless{{"title", more + std::string(900'000, '&')},
-                                {"more_info", PlistDictionary{{"album", std::string(900'000, '&')}}}};
-  player.awake(PlistDictionary{{"data", endless}});
+  const std::string endless(900'000, '&');
+  const PlistDictionary given{{"title", more + endless}, {"more_info", PlistDictionary{{"album", endless}}}};
+  player.awake(PlistDictionary{{"data", given}});
   EXPECT_EQ(player->songMetaLabel->text(), std::string(kLongestShownText, '&'));
-  EXPECT_EQ(defaults.objectForKey("nowPlayingSong"), PlistValue(endless));  // what is not shown stays whole
+  EXPECT_EQ(defaults.objectForKey("nowPlayingSong"), PlistValue(given));  // what is not shown stays whole
   player->setTitle(more);
   player->playButton->setTitle(more);
   WKPickerItem item;
@@ -150,36 +139,22 @@ TEST_F(PlayerDisplay, EachActivationAsksWhatPlaysAndAGoodAnswerEndsThePlaceholde
   storeChart({song("chart")});
   world.phone.setReachable(false);
   player.awake({});
+  const auto activate = [this](const PlistDictionary& reply) {
+    player->willActivate();
+    EXPECT_EQ(world.phone.takeMessages(), Messages({{{"request", "currentPlayingSong"}}}));
+    answer(reply);
+    return shown();
+  };
   for (const PlistValue& odd : oneOfEachKind()) {
-    const PlistValue archived(archivedDataWithRootObject(odd));
-    std::vector<PlistDictionary> useless{{{"currentPlayingSong", odd}}, {{"currentPlayingSong", archived}}};
-    if (odd.dictionary() == nullptr || odd.dictionary()->empty()) useless.push_back(playing(odd));
-    for (const PlistDictionary& reply : useless) {
-      player->willActivate();
-      EXPECT_EQ(world.phone.takeMessages(), Messages({{{"request", "currentPlayingSong"}}}));
-      answer(reply);
-      EXPECT_EQ(shown(), "Weekly Top 15|Hindi||0|placeholder");
-    }
+    EXPECT_EQ(activate({{"currentPlayingSong", odd}}), "Weekly Top 15|Hindi||0|placeholder");
+    if (odd.dictionary() != nullptr && !odd.dictionary()->empty()) continue;
+    EXPECT_EQ(activate(playing(odd)), "Weekly Top 15|Hindi||0|placeholder");
   }
-  player->willActivate();
-  answer(playing(song("Now")));
-  EXPECT_EQ(shown(), "Now||Pause|1");
-  player->willActivate();
-  answer(playing(song("Then"), "Playing"));
-  EXPECT_EQ(shown(), "Then||Play|2");
+  EXPECT_EQ(activate(playing(song("Now"))), "Now||Pause|1");
+  EXPECT_EQ(activate(playing(song("Then"), "Playing")), "Then||Play|2");
   player->willActivate();
   refuse();
   EXPECT_TRUE(takeLog().empty());
-}
-
-TEST_F(PlayerDisplay, ArtworkIsTakenWhenItComesAndKeptWhenItGoes) {
-  const ImagePtr artwork = picture(4, 4);
-  player.awake({});
-  delegate.setCurrentMediaImage(artwork);
-  center.postNotificationName(kNotificationFetchedNowPlayingImage);
-  delegate.setCurrentMediaImage(nullptr);
-  center.postNotificationName(kNotificationFetchedNowPlayingImage);
-  EXPECT_EQ(player->bgGroupView->backgroundImage().image, artwork);
 }
 
 TEST_F(PlayerDisplay, ALeftScreenLivesUntilItsAnswersAndThenObservesNothing) {

@@ -20,11 +20,7 @@ struct ExtensionTest : ScreenTest {
 };
 
 struct PlayerTest : ExtensionTest {
-  struct Player : ShownScreen<PlayerInterfaceController> {
-    Player(Platform& platform, InterfaceHost& host)
-        : ShownScreen(platform, host,
-                      {{"prevButton", "prevSong"}, {"playButton", "playSong"}, {"nextButton", "nextSong"}}) {}
-  };
+  using Player = ShownScreen<PlayerInterfaceController>;
   /// "TITLE|META|IMAGE OF THE PLAY BUTTON|MODE", and "|placeholder" where that is shown.
   static std::string shown(const Player& screen) {
     return screen->songTitleLabel->text() + "|" + screen->songMetaLabel->text() + "|" +
