@@ -120,9 +120,7 @@ TEST_F(RadioManagerTest, AnImageIsThereWhenItIsAnnouncedAndUntilAPurgeWhichLeave
 
 TEST_F(RadioManagerTest, ImageKeys) {
   for (const auto& [name, key] : std::initializer_list<std::pair<const char*, const char*>>{
-           {"FEATURED_image.png", "Featured"},
            {"hits.png", "Hits"},
-           {"HITS.png", "Hits"},
            {"cover.jpeg", "Cover."},
            {"a_image.png.png", "A_ima"},
            {"Top_Hits_2_image.png", "Top_hits_2"},
