@@ -142,7 +142,13 @@ TEST_F(StationList, ThePlayerOpensModallyWhenThePhoneAgrees) {
   EXPECT_TRUE(host.take().empty());
 }
 
-TEST_F(StationList, OddStationsAreEmptyRowsAndThereIsAnEndToThem) {
+TEST_F(StationList, OddStationsAreUnnamedOnBothScreensAndThereIsAnEndToThem) {
+  ShownScreen<RadioInterfaceController> picker{world.platform, host};
+  picker.awake(stationContext(oddStations()));
+  EXPECT_EQ(takeLog(), Texts{"Only 2000 of 5000 rows are shown"});
+  EXPECT_EQ(picker->radioPicker->items().size(), 2000U);
+  for (std::ptrdiff_t i = 60; i >= 0; --i) picker->radioPicker->pick(i);
+  EXPECT_EQ(picker->titleLabel->text(), "");
   list.awake(stationContext(oddStations()));
   ASSERT_EQ(rowCount(list), 2000U);
   list->radioImageFetched();
@@ -211,16 +217,6 @@ TEST_F(StationPicker, OpensAtTheContextsIndexWithTheFirstStationsColour) {
   EXPECT_EQ(picker->titleLabel->text(), "");  // until the crown moves
 }
 
-TEST_F(StationPicker, TheCrownShowsColoursAndChoosesTheStation) {
-  picker.awake(stationContext(three, "artist"));
-  EXPECT_EQ(picker->backgroundGroup->backgroundColor(), std::nullopt);
-  picker->radioPicker->pick(1);
-  EXPECT_EQ(picker->titleLabel->text() + ", " + picker->metaLabel->text(), "Two Ways, Tamil");
-  EXPECT_EQ(picker->backgroundGroup->backgroundColor(), Color::ofBytes(255, 128, 0, 0.5F));
-  EXPECT_EQ(picker->backgroundGroup->backgroundImage().name, "of the layout");
-  EXPECT_EQ(played(picker), *three.at(1));
-}
-
 TEST_F(StationPicker, ArtworkComesFromMemoryThenFromDisk) {
   const ImagePtr cached = picture(4, 4, 1);
   writeArtwork("one_image.png", pngPicture(4, 4, 2));
@@ -236,8 +232,13 @@ TEST_F(StationPicker, ArtworkComesFromMemoryThenFromDisk) {
 }
 
 TEST_F(StationPicker, NewArtworkKeepsThePlaceUntilTheFirstDeactivation) {
-  picker.awake(stationContext(three));
+  picker.awake(stationContext(three, "artist"));
+  EXPECT_EQ(picker->backgroundGroup->backgroundColor(), std::nullopt);
+  EXPECT_EQ(picker->backgroundGroup->backgroundImage().name, "of the layout");
   picker->radioPicker->pick(1);
+  EXPECT_EQ(picker->titleLabel->text() + ", " + picker->metaLabel->text(), "Two Ways, Tamil");
+  EXPECT_EQ(picker->backgroundGroup->backgroundColor(), Color::ofBytes(255, 128, 0, 0.5F));
+  EXPECT_EQ(played(picker), *three.at(1));
   radio.addImageToCache(picture(4, 4), "three_image.png");
   world.settle();
   EXPECT_EQ(picker->radioPicker->selectedItemIndex(), 1U);
@@ -299,13 +300,6 @@ TEST_F(StationPicker, PlayFlashesAndOnlyLogsTheAnswer) {
   world.phone.setActivationState(ActivationState::activated);
   world.mainQueue.advance(std::chrono::seconds(1));
   expectFlash(*picker->playButtonGroup, [this] { picker.act("playRadio"); });
-}
-
-TEST_F(StationPicker, OddStationsAreUnnamedAndThereIsAnEndToThem) {
-  picker.awake(stationContext(oddStations()));
-  EXPECT_EQ(picker->radioPicker->items().size(), 2000U);
-  for (std::ptrdiff_t i = 60; i >= 0; --i) picker->radioPicker->pick(i);
-  EXPECT_EQ(picker->titleLabel->text(), "");
 }
 
 }  // namespace

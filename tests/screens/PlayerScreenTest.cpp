@@ -278,7 +278,7 @@ TEST_F(PlayerScreen, TheVolumeStartsWhereItWasStored) {
   EXPECT_TRUE(world.phone.takeMessages().empty());
 }
 
-TEST_F(PlayerScreen, TheCrownStoresAndSendsTenthsInSinglePrecision) {
+TEST_F(PlayerScreen, TheCrownSendsTenthsInSinglePrecisionButNotThePhonesOwnVolume) {
   player.awake({});
   world.phone.setReachable(false);
   turn(7);
@@ -287,14 +287,6 @@ TEST_F(PlayerScreen, TheCrownStoresAndSendsTenthsInSinglePrecision) {
   turn(0);
   answer({{"error", "Muted"}});
   EXPECT_EQ(host.take(), Texts{alert("Muted")});
-  world.phone.setSupported(false);
-  player->volumePicker->pick(3);
-  EXPECT_EQ(defaults.objectForKey("volume"), PlistValue(3.0));
-  EXPECT_TRUE(world.phone.takeMessages().empty());
-}
-
-TEST_F(PlayerScreen, ThePhonesOwnVolumeIsNotSentBackButTheNextTurnIs) {
-  player.awake({});
   const std::pair<PlistValue, int> cases[] = {{4, 4}, {"6", 6}, {99.5, 10}, {0, 0}};
   for (const auto& [volume, step] : cases) {
     center.postNotificationName(kNotificationFetchedDeviceVolume, PlistDictionary{{"volume", volume}});
@@ -309,6 +301,10 @@ TEST_F(PlayerScreen, ThePhonesOwnVolumeIsNotSentBackButTheNextTurnIs) {
     center.postNotificationName(kNotificationFetchedDeviceVolume, PlistDictionary{{"volume", odd}});
     for (const int step : {2, 1}) turn(step);
   }
+  world.phone.setSupported(false);
+  player->volumePicker->pick(3);
+  EXPECT_EQ(defaults.objectForKey("volume"), PlistValue(3.0));
+  EXPECT_TRUE(world.phone.takeMessages().empty());
 }
 
 }  // namespace
