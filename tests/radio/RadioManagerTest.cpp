@@ -23,7 +23,13 @@ struct RadioManagerTest : ::testing::Test {
   }
   RadioManager& radio() { return RadioManager::sharedManager(world->platform); }
   UserDefaults& defaults() { return world->platform.standardUserDefaults; }
-  std::string directory() { return artworkDirectory(world->platform.homeDirectory); }
+  void makeDirectory() {
+    const std::string directory = artworkDirectory(world->platform.homeDirectory);
+    ASSERT_FALSE(world->platform.fileManager.createDirectoryAtPath(directory));
+  }
+  std::pair<PlistArray, PlistArray> lists() {
+    return {radio().getFeaturedStations(), radio().getArtistStations()};
+  }
   void update(const PlistValue& value) { radio().updateRadioInfo(&value); }
   PlistValue stored() {
     const auto bytes = defaults().objectForKey(kReceiveRadioStations);
@@ -41,37 +47,34 @@ TEST_F(RadioManagerTest, StoredListsComeBackWhileTheArtworkIsThere) {
   EXPECT_EQ(stored(), PlistValue(all));
   restart();
   radio().loadRadioData();  // there is no artwork
-  EXPECT_TRUE(radio().getFeaturedStations().empty() && radio().getArtistStations().empty());
-  ASSERT_FALSE(world->platform.fileManager.createDirectoryAtPath(directory()));
-  EXPECT_TRUE(radio().getFeaturedStations().empty());
+  makeDirectory();
+  EXPECT_EQ(lists(), std::pair(PlistArray(), PlistArray()));
   radio().loadRadioData();
-  EXPECT_EQ(radio().getFeaturedStations(), stations("F"));
-  EXPECT_EQ(radio().getArtistStations(), handedOut);
+  EXPECT_EQ(lists(), std::pair(stations("F"), handedOut));
 
   // An empty list is stored, but does not replace the one in memory.
   const PlistDictionary next{{"featured", PlistArray()}, {"artist", stations("B")}};
   update(next);
-  EXPECT_EQ(radio().getFeaturedStations(), stations("F"));
-  EXPECT_EQ(radio().getArtistStations(), stations("B"));
+  EXPECT_EQ(lists(), std::pair(stations("F"), stations("B")));
   EXPECT_EQ(handedOut, stations("A"));
   EXPECT_EQ(stored(), PlistValue(next));
   update(PlistDictionary{{"neither", 1}});
   EXPECT_EQ(radio().getArtistStations(), stations("B"));
   restart();
   radio().loadRadioData();
-  EXPECT_TRUE(radio().getFeaturedStations().empty() && radio().getArtistStations().empty());
+  EXPECT_EQ(lists(), std::pair(PlistArray(), PlistArray()));
 }
 
 TEST_F(RadioManagerTest, WhatIsNoDictionaryChangesNothing) {
   const PlistDictionary good{{"featured", stations("F")}};
-  ASSERT_FALSE(world->platform.fileManager.createDirectoryAtPath(directory()));
+  makeDirectory();
   for (const PlistValue& odd : oneOfEachKind()) {
     for (const PlistValue& copy : {odd, PlistValue(archivedDataWithRootObject(odd))}) {
       defaults().setObject(copy, kReceiveRadioStations);
       radio().loadRadioData();
     }
   }
-  EXPECT_TRUE(radio().getFeaturedStations().empty() && radio().getArtistStations().empty());
+  EXPECT_EQ(lists(), std::pair(PlistArray(), PlistArray()));
   update(good);
   radio().updateRadioInfo(nullptr);
   update(PlistDictionary());
@@ -80,7 +83,8 @@ TEST_F(RadioManagerTest, WhatIsNoDictionaryChangesNothing) {
   EXPECT_EQ(stored(), PlistValue(good));
 }
 
-TEST_F(RadioManagerTest, AnImageIsThereWhenItIsAnnounced) {
+TEST_F(RadioManagerTest, AnImageIsThereWhenItIsAnnouncedAndUntilAPurgeWhichLeavesTheStoredCopy) {
+  const PlistDictionary all{{"featured", stations("F")}, {"artist", stations("A")}};
   const auto observer = std::make_shared<int>();
   const ImagePtr first = picture(2, 2, 1);
   const ImagePtr second = picture(2, 2, 2);
@@ -90,12 +94,12 @@ TEST_F(RadioManagerTest, AnImageIsThereWhenItIsAnnounced) {
         EXPECT_FALSE(notification.userInfo);
         seen.push_back(radio().getCachedImageForRadioName("hits_IMAGE.PNG.png"));
       });
+  update(all);
   radio().addImageToCache(nullptr, "x.png");
   radio().addImageToCache(first, "HITS_image.png.png");
   EXPECT_TRUE(seen.empty());
   world->settle();
   EXPECT_EQ(seen.size(), 1U);
-
   radio().addImageToCache(first, "HITS.png");
   radio().addImageToCache(second, "hits.png");
   EXPECT_EQ(radio().getCachedImageForRadioName("Hits.PNG"), second);
@@ -103,41 +107,31 @@ TEST_F(RadioManagerTest, AnImageIsThereWhenItIsAnnounced) {
   EXPECT_EQ(radio().getTotalCacheCount(), 3);  // a replacement counts again
   world->settle();
   EXPECT_EQ(seen.size(), 3U);
-}
 
-TEST_F(RadioManagerTest, ImageKeys) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"FEATURED_image.png", "Featured"},
-      {"hits.png", "Hits"},
-      {"HITS.png", "Hits"},
-      {"cover.jpeg", "Cover."},
-      {"a_image.png.png", "A_ima"},
-      {"Top_Hits_2_image.png", "Top_hits_2"},
-      {"top hits.png", "Top Hits"},
-      {"png", ""},
-      {"", ""},
-      {"_image.png", ""},
-      {"a\U0001F3B5\U0001F3B5\U0001F3B5", "A\U0001F3B5"},  // four UTF-16 units go
-      {"\u00C9T\u00C9.png", "\u00C9t\u00E9"},
-  };
-  for (const auto& [name, key] : cases) EXPECT_EQ(radio().getImageKey(name), key) << name;
-}
-
-TEST_F(RadioManagerTest, APurgeEmptiesMemoryAndLeavesTheStoredCopy) {
-  const PlistDictionary all{{"featured", stations("F")}, {"artist", stations("A")}};
-  update(all);
-  radio().addImageToCache(picture(2, 2), "a_image.png");
   const auto before = radio().getCachedImages();
   EXPECT_EQ(before, radio().getCachedImages());
   radio().removeRadioData();
   EXPECT_NE(before, radio().getCachedImages());
-  EXPECT_TRUE(radio().getFeaturedStations().empty());
-  EXPECT_TRUE(radio().getArtistStations().empty());
-  EXPECT_EQ(radio().getCachedImageForRadioName("a_image.png"), nullptr);
+  EXPECT_EQ(lists(), std::pair(PlistArray(), PlistArray()));
+  EXPECT_EQ(radio().getCachedImageForRadioName("hits.png"), nullptr);
   EXPECT_EQ(radio().getTotalCacheCount(), 0);
   EXPECT_EQ(stored(), PlistValue(all));
-  update(PlistDictionary{{"artist", stations("B")}});
-  EXPECT_EQ(radio().getArtistStations(), stations("B"));
+}
+
+TEST_F(RadioManagerTest, ImageKeys) {
+  for (const auto& [name, key] : std::initializer_list<std::pair<const char*, const char*>>{
+           {"hits.png", "Hits"},
+           {"cover.jpeg", "Cover."},
+           {"a_image.png.png", "A_ima"},
+           {"Top_Hits_2_image.png", "Top_hits_2"},
+           {"top hits.png", "Top Hits"},
+           {"png", ""},
+           {"", ""},
+           {"_image.png", ""},
+           {"a\U0001F3B5\U0001F3B5\U0001F3B5", "A\U0001F3B5"},
+           {"\u00C9T\u00C9.png", "\u00C9t\u00E9"}}) {
+    EXPECT_EQ(radio().getImageKey(name), key) << name;
+  }
 }
 
 }  // namespace

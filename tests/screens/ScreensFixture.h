@@ -2,7 +2,6 @@
 
 #include "core/ExtensionDelegate.h"
 #include "foundation/KeyedArchive.h"
-#include "screens/PlayerInterfaceController.h"
 #include "support/ScreenHarness.h"
 
 namespace tunevale::test {
@@ -17,23 +16,6 @@ struct ExtensionTest : ScreenTest {
   static PlistDictionary song(const char* title) { return {{"title", title}}; }
 
   ExtensionDelegate delegate{world.platform};
-};
-
-struct PlayerTest : ExtensionTest {
-  struct Player : ShownScreen<PlayerInterfaceController> {
-    Player(Platform& platform, InterfaceHost& host)
-        : ShownScreen(platform, host,
-                      {{"prevButton", "prevSong"}, {"playButton", "playSong"}, {"nextButton", "nextSong"}}) {}
-  };
-  /// "TITLE|META|IMAGE OF THE PLAY BUTTON|MODE", and "|placeholder" where that is shown.
-  static std::string shown(const Player& screen) {
-    return screen->songTitleLabel->text() + "|" + screen->songMetaLabel->text() + "|" +
-           screen->playButton->backgroundImage().name + "|" + std::to_string(screen->mode()) +
-           (screen->showingPlaceholder() ? "|placeholder" : "");
-  }
-  std::string shown() { return shown(player); }
-
-  Player player{world.platform, host};
 };
 
 }  // namespace tunevale::test

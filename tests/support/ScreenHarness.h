@@ -1,6 +1,5 @@
 #pragma once
 
-#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -33,13 +32,12 @@ class RecordingHost : public InterfaceHost {
   }
   void present(WKInterfaceController&, const std::vector<Page>& pages) override {
     std::string line = "present";
-    for (const auto& [name, context] : pages)
-      line.append(" ").append(name).append(" ") += description(context);
+    for (const auto& [name, context] : pages) line += " " + name + " " + description(context);
     add(line);
   }
   void presentAlert(WKInterfaceController&, WKAlert alert) override {
     std::string line = "alert " + alert.title + ": " + alert.message;
-    for (const WKAlertAction& action : alert.actions) line.append(" [").append(action.title).append("]");
+    for (const WKAlertAction& action : alert.actions) line += " [" + action.title + "]";
     add(line);
   }
 
@@ -71,24 +69,13 @@ class ProbeScreen : public WKInterfaceController {
 };
 
 /// A screen with an element for each of its outlets: plain, side by side, groups with the background image
-/// "of the layout". A picker has the screen's one picker action, a row's button the row's one action.
+/// "of the layout". Buttons have the actions of the screen or row in their order, a picker the picker action.
 template <class Screen, class Row = void>
 class ShownScreen {
  public:
-  /// `actions`: the action of each button that is an outlet.
-  ShownScreen(Platform& platform, InterfaceHost& host, const std::map<std::string, std::string>& actions = {})
-      : screen_(std::make_shared<Screen>(platform)) {
+  ShownScreen(Platform& platform, InterfaceHost& host) : screen_(std::make_shared<Screen>(platform)) {
     screen_->connect(connections_);
-    auto root = std::make_unique<WKInterfaceGroup>(ElementAttributes{});
-    fill(*root, connections_);
-    for (const auto& element : root->children()) {
-      if (auto* button = dynamic_cast<WKInterfaceButton*>(element.get())) {
-        button->setAction([this, action = actions.at(button->attributes().outlet)] { act(action); });
-      } else if (auto* picker = dynamic_cast<WKInterfacePicker*>(element.get())) {
-        picker->setAction(connections_.pickActions.at(0).run);
-      }
-    }
-    screen_->attach(std::move(root), host);
+    screen_->attach(tree(connections_), host);
   }
   ~ShownScreen() { leave(); }
   ShownScreen(const ShownScreen&) = delete;
@@ -111,11 +98,20 @@ class ShownScreen {
   }
 
  private:
-  static void fill(WKInterfaceGroup& group, const Connections& connections) {
+  static std::unique_ptr<WKInterfaceGroup> tree(const Connections& connections) {
+    auto root = std::make_unique<WKInterfaceGroup>(ElementAttributes{});
+    std::size_t buttons = 0;
     for (const auto& outlet : connections.outlets) {
-      group.adopt(elementFor(outlet));
-      outlet.assign(*group.children().back());
+      root->adopt(elementFor(outlet));
+      WKInterfaceObject* element = root->children().back().get();
+      outlet.assign(*element);
+      if (auto* button = dynamic_cast<WKInterfaceButton*>(element)) {
+        button->setAction(connections.tapActions.at(buttons++).run);
+      } else if (auto* picker = dynamic_cast<WKInterfacePicker*>(element)) {
+        picker->setAction(connections.pickActions.at(0).run);
+      }
     }
+    return root;
   }
   static std::unique_ptr<WKInterfaceObject> elementFor(const Connections::Outlet& outlet) {
     using Kind = WKInterfaceObject::Kind;
@@ -125,25 +121,18 @@ class ShownScreen {
     if (outlet.kind == Kind::button) return std::make_unique<WKInterfaceButton>(attributes);
     if (outlet.kind == Kind::slider) return std::make_unique<WKInterfaceSlider>(attributes, 0.0F, 10.0F);
     if (outlet.kind == Kind::picker) return std::make_unique<WKInterfacePicker>(attributes);
-    if (outlet.kind == Kind::table) return std::make_unique<WKInterfaceTable>(attributes, makeRow);
+    if constexpr (!std::is_void_v<Row>) {
+      if (outlet.kind == Kind::table) return std::make_unique<WKInterfaceTable>(attributes, makeRow);
+    }
     auto group = std::make_unique<WKInterfaceGroup>(attributes);
     group->setBackgroundImageNamed("of the layout");
     return group;
   }
   static WKInterfaceTable::Row makeRow(std::string_view type) {
-    auto tree = std::make_unique<WKInterfaceGroup>(ElementAttributes{});
-    std::shared_ptr<RowController> controller;
-    if constexpr (!std::is_void_v<Row>) {
-      controller = std::make_shared<Row>();
-      Connections connections;
-      controller->connect(connections);
-      fill(*tree, connections);
-      for (const auto& element : tree->children()) {
-        auto* button = dynamic_cast<WKInterfaceButton*>(element.get());
-        if (button != nullptr) button->setAction(connections.tapActions.at(0).run);
-      }
-    }
-    return {std::string(type), std::move(tree), std::move(controller)};
+    auto controller = std::make_shared<Row>();
+    Connections connections;
+    controller->connect(connections);
+    return {std::string(type), tree(connections), controller};
   }
 
   std::shared_ptr<Screen> screen_;
@@ -178,10 +167,9 @@ struct ScreenTest : ::testing::Test {
     for (int state = 7; state >= 0; --state) {
       const bool activated = (state & 4) != 0;
       const bool locked = (state & 2) == 0;
-      const bool reachable = (state & 1) != 0;
       world.phone.setActivationState(activated ? ActivationState::activated : ActivationState::inactive);
       world.phone.setLocked(locked);
-      world.phone.setReachable(reachable);
+      world.phone.setReachable((state & 1) != 0);
       world.phone.takeMessages();
       request();
       EXPECT_EQ(world.phone.takeMessages().size(), state == 7 ? 1U : 0U);

@@ -1,11 +1,8 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
 #include <memory>
-#include <optional>
 #include <stdexcept>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -21,10 +18,12 @@ class ScriptedPhone : public PhoneSession {
   /// What the watch answered to a message: nothing yet, or its first reply and the number of replies.
   template <class Reply>
   struct Answer {
+    void take(const Reply& answered) {
+      if (count++ == 0) reply = answered;
+    }
     std::optional<Reply> reply;
     int count = 0;
   };
-  using MessageAnswer = std::shared_ptr<const Answer<PlistDictionary>>;
   using DataAnswer = std::shared_ptr<const Answer<Bytes>>;
 
   explicit ScriptedPhone(MainQueue& mainQueue) : mainQueue_(mainQueue) {}
@@ -48,10 +47,10 @@ class ScriptedPhone : public PhoneSession {
   // Answers to the message with that index: the handler is submitted to the main queue, in the order of these
   // calls. Throw std::out_of_range for an index that is not there, std::bad_optional_access for a second
   // answer.
-  void reply(std::size_t index, const PlistDictionary& reply) { answer(messages_, index, &reply, {}); }
-  void fail(std::size_t index, const SessionError& error) { answer(messages_, index, nullptr, error); }
-  void replyToData(std::size_t index, const Bytes& reply) { answer(messageData_, index, &reply, {}); }
-  void failData(std::size_t index, const SessionError& error) { answer(messageData_, index, nullptr, error); }
+  void reply(std::size_t index, const PlistDictionary& reply) { answer<0>(messages_, index, reply); }
+  void fail(std::size_t index, const SessionError& error) { answer<1>(messages_, index, error); }
+  void replyToData(std::size_t index, const Bytes& reply) { answer<0>(messageData_, index, reply); }
+  void failData(std::size_t index, const SessionError& error) { answer<1>(messageData_, index, error); }
   /// Lets every message fail that is not answered yet.
   void failAll(const SessionError& error) {
     for (std::size_t i = 0; i < messages_.handlers.size(); ++i) {
@@ -68,17 +67,15 @@ class ScriptedPhone : public PhoneSession {
     state_ = state;
     delegate().sessionActivationDidCompleteWithState(*this, state, error);
   }
-  MessageAnswer deliverMessage(const PlistDictionary& message) {
+  std::shared_ptr<const Answer<PlistDictionary>> deliverMessage(const PlistDictionary& message) {
     auto answer = std::make_shared<Answer<PlistDictionary>>();
-    delegate().sessionDidReceiveMessage(*this, message, [answer](const PlistDictionary& reply) {
-      if (answer->count++ == 0) answer->reply = reply;
-    });
+    delegate().sessionDidReceiveMessage(*this, message, [answer](const auto& reply) { answer->take(reply); });
     return answer;
   }
   DataAnswer deliverMessageData(ByteView data) {
     auto answer = std::make_shared<Answer<Bytes>>();
     delegate().sessionDidReceiveMessageData(*this, data, [answer](ByteView reply) {
-      if (answer->count++ == 0) answer->reply = Bytes(reply.begin(), reply.end());
+      answer->take({reply.begin(), reply.end()});
     });
     return answer;
   }
@@ -123,16 +120,12 @@ class ScriptedPhone : public PhoneSession {
     std::vector<Payload> payloads;
     std::vector<std::optional<std::pair<Handler, ErrorHandler>>> handlers;  // nothing once it is answered
   };
-  template <class Payload, class Handler>
-  void answer(Sent<Payload, Handler>& sent, std::size_t index, std::type_identity_t<const Payload*> reply,
-              const SessionError& error) {
-    auto& waiting = sent.handlers.at(index);
-    const auto payload = reply == nullptr ? std::nullopt : std::optional<Payload>(*reply);
-    mainQueue_.async([to = std::exchange(waiting.value(), {}), payload, error] {
-      if (payload && to.first) to.first(*payload);
-      if (!payload && to.second) to.second(error);
+  template <std::size_t handler>
+  void answer(auto& sent, std::size_t index, const auto& with) {
+    auto handlers = std::exchange(sent.handlers.at(index), std::nullopt).value();
+    mainQueue_.async([handle = std::get<handler>(std::move(handlers)), with] {
+      if (handle) handle(with);
     });
-    waiting.reset();
   }
 
   MainQueue& mainQueue_;

@@ -18,10 +18,8 @@ class TestQueues {
   std::unique_ptr<SerialQueue> make() { return std::make_unique<Queue>(queues_); }
   /// Settles every queue; whether anything ran.
   bool settle() {
-    bool ran = false;
     const auto queues = *queues_;  // a block may make another queue
-    for (Queue* queue : queues) ran = queue->settle() || ran;
-    return ran;
+    return std::ranges::count_if(queues, [](Queue* queue) { return queue->settle(); }) > 0;
   }
 
  private:
