@@ -168,6 +168,16 @@ TEST_F(SessionTest, ALockedPhoneIsNotReachable) {
     world.strand.run();
     EXPECT_EQ(world.watch.outcomes.back(), locked ? "7007" : "reply 1");
   }
+  // Between two reports the phone is locked again for a moment, which somebody may have read.
+  std::size_t told = 0;
+  for (const bool locked : {false, true, false}) {
+    world.phone.session->setLocked(locked);
+    world.strand.run();
+    EXPECT_EQ(world.watch.session->state().needsUnlock, locked);
+    if (told == 0) told = world.watch.ear.states.size();
+  }
+  world.strand.advance(1s);
+  EXPECT_EQ(world.watch.ear.states.size(), told + 1);
 }
 
 TEST_F(SessionTest, EndsWithItsPairingAndBeginsAnewWithTheNext) {
