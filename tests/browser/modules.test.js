@@ -111,10 +111,10 @@ test('a scrim makes white text readable on any colour, and no darker than it mus
 });
 
 test('the way back is named by the screen before, or by a title that looks like it', () => {
-  assert.equal(backLabel({ back: null, title: 'Tunevale' }), null);
-  assert.equal(backLabel({ back: 'Weekly Top 15', title: 'Player' }), 'Weekly Top 15');
-  assert.equal(backLabel({ back: 'Close', title: '< Player' }), 'Player');
-  assert.equal(backLabel({ back: '< Featured', title: 'Stations' }), 'Featured');
+  for (const [back, title, named] of [[null, 'Tunevale', null], ['Weekly Top 15', 'Player', 'Weekly Top 15'],
+                                      ['Close', '< Player', 'Player'], ['< Featured', 'Stations', 'Featured']]) {
+    assert.equal(backLabel({ back, title }), named);
+  }
 });
 
 test('the crown belongs to the picker that has it, if a person can reach it', () => {
@@ -129,16 +129,13 @@ test('the crown belongs to the picker that has it, if a person can reach it', ()
 test('the trail knows from where a screen comes', () => {
   const trail = new Trail();
   const push = { presentation: 'push' };
-  assert.equal(trail.go('home', { presentation: 'root' }), null);
+  const root = { presentation: 'root' };
+  const page = (index) => ({ presentation: 'modal', pages: { index } });
+  const go = (...moves) => { for (const [key, how, move] of moves) assert.equal(trail.go(key, how), move, key); };
+  go(['home', root, null]);
   trail.at.scrollTop = 12;
-  assert.equal(trail.go('list', push), 'forward');
-  assert.equal(trail.go('player', push), 'forward');
-  assert.equal(trail.go('list', push), 'back');
-  assert.equal(trail.go('home', { presentation: 'root' }), 'back');
+  go(['list', push, 'forward'], ['player', push, 'forward'], ['list', push, 'back'], ['home', root, 'back']);
   assert.equal(trail.at.scrollTop, 12);
-  assert.equal(trail.go('radio 0', { presentation: 'modal', pages: { index: 0 } }), 'up');
-  assert.equal(trail.go('radio 1', { presentation: 'modal', pages: { index: 1 } }), 'right');
-  assert.equal(trail.go('picker', push), 'forward');
-  assert.equal(trail.go('radio 1', { presentation: 'modal', pages: { index: 1 } }), 'back');
-  assert.equal(trail.go('radio 0', { presentation: 'modal', pages: { index: 0 } }), 'left');
+  go(['radio 0', page(0), 'up'], ['radio 1', page(1), 'right'], ['picker', push, 'forward'], ['radio 1', page(1), 'back'],
+     ['radio 0', page(0), 'left']);
 });
