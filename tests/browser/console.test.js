@@ -82,9 +82,9 @@ test('an empty queue offers the chart', async ({ page }) => {
   assert.equal(await frame().locator('#error').innerText(), '');
 });
 
-test('a section has its own address', async ({ page }) => {
-  const alone = await here.context.newPage();
-  await alone.goto(new URL('/phone#switches', here.watch.url).href);
+test('a section has its own address', async ({ watch, context }) => {
+  const alone = await context.newPage();
+  await alone.goto(new URL('/phone#switches', watch.url).href);
   await alone.getByText('Watch connected').waitFor();
   assert.equal(await alone.evaluate(() => document.activeElement.id), 'switches');
   await alone.close();
