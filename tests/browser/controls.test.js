@@ -57,7 +57,7 @@ test('from the chart to a song that plays; what was downloaded loses its button,
   await download.waitFor({ state: 'hidden' });
 });
 
-test('stations: two pages by dots, keys and a swipe; a tap opens the player', async ({ page, watch, phone }) => {
+test('stations: two pages by dots, keys and a swipe; a tap opens the player; the picker flips through them and plays one', async ({ page, watch, phone }) => {
   await page.getByRole('button', { name: 'Radio Stations' }).click();
   await page.getByRole('button', { name: 'Morning Raga, Hindi' }).waitFor();
   await eventually(async () => (await page.locator(`${TOP} .table-row`).count()) === 12, 'twelve stations');
@@ -77,11 +77,11 @@ test('stations: two pages by dots, keys and a swipe; a tap opens the player', as
   await page.locator(`${TOP}[data-scene=PlayerHomeView]`).waitFor();
   assert.equal(phone.requests('playRadio').at(-1).type, 'artist');
   assert.equal(await page.getByRole('button', { name: /^Back/ }).getAttribute('aria-label'), 'Back, Player');
-});
 
-test('the picker flips through stations with their artwork, and plays one', async ({ page, watch, phone }) => {
+  await page.keyboard.press('Escape');
+  await page.locator(`${TOP}[data-scene=RadioHomeView]`).waitFor();
   await eventually(() => phone.delivered('station_artwork'), 'station artwork');
-  await page.getByRole('button', { name: 'Radio Stations' }).click();
+  await dots.getByRole('button', { name: 'Page 1' }).click();
   await page.getByRole('button', { name: 'Flip through' }).click();
   const picker = page.getByRole('slider', { name: 'Station' });
   await picker.waitFor();

@@ -18,9 +18,8 @@ TEST(Address, ReadsHostAndPortAndRefusesEverythingElse) {
   EXPECT_EQ(parseAddress("[::1]:0")->host, "::1");
   EXPECT_EQ(parseAddress("localhost:65535")->port, 65535);
   for (const char* text : {"", ":", "8080", ":8080", "a:", "a:b", "a:65536", "a:-1", "a: 1", "::1:80",
-                           "[]:80", "[::1:80", "a b:80", "http://a:80", "a:80/"}) {
+                           "[]:80", "[::1:80", "a b:80", "http://a:80", "a:80/"})
     EXPECT_FALSE(parseAddress(text)) << text;
-  }
 }
 
 TEST(OwnNames, KnowsItselfAndNobodyElse) {
@@ -32,9 +31,8 @@ TEST(OwnNames, KnowsItselfAndNobodyElse) {
   }
   for (const char* host : {"", "localhost", "localhost:80", "localhost:80800", "evil.example:8080",
                            "localhost.evil.example:8080", "localhost:8080.evil.example",
-                           "127.0.0.1:8080@evil", "10.0.0.2:8080", "::1:8080", "xlocalhost:8080"}) {
+                           "127.0.0.1:8080@evil", "10.0.0.2:8080", "::1:8080", "xlocalhost:8080"})
     EXPECT_FALSE(names.isOwnHost(host, "10.0.0.1")) << host;
-  }
   for (const char* origin :
        {"null", "", "https://localhost:8080", "localhost:8080", "http://localhost:8080/"})
     EXPECT_FALSE(names.isOwnOrigin(origin, "10.0.0.1")) << origin;
@@ -172,9 +170,8 @@ TEST_F(HttpServerTest, ServesFilesAndOnlyThose) {
   EXPECT_EQ(bodyOf(ask("GET", "/web/sub/a.css")), "web/sub/a.css");
   for (const char* path : {"/web/", "/web/sub", "/web/none.js", "/web/.hidden.js", "/web/notes.txt",
                            "/web/../secret.js", "/web/%2e%2e/secret.js", "/web/sub/../../secret.js",
-                           "/web//app.js", "/web/..%2fsecret.js", "/web/%2Fetc/passwd", "/web/app.js/"}) {
+                           "/web//app.js", "/web/..%2fsecret.js", "/web/%2Fetc/passwd", "/web/app.js/"})
     EXPECT_EQ(statusOf(ask("GET", path)), 404) << path;
-  }
 
   const std::string etag = answer.substr(answer.find("ETag: ") + 6);
   const std::string unlessKnown = "If-None-Match: " + etag.substr(0, etag.find('\n') + 1);
