@@ -3,7 +3,8 @@ import { mkdir, readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { deflateSync } from 'node:zlib';
 
-import { find, eventually, Phone, tagged, Watch } from '../tests/browser/support/programs.js';
+import { find, eventually, Phone, Watch } from '../tests/browser/support/programs.js';
+import { tagged } from './tagged.mjs';
 
 const SIDE = 2048;
 const ARRIVING = 100;

@@ -11,8 +11,9 @@ import { createInterface } from 'node:readline';
 import { measureCrown } from './watch-crown.mjs';
 import { measurePictures } from './watch-pictures.mjs';
 import { LiveSocket } from './watch-live.mjs';
-import { eventually, Phone, tagged, Watch } from '../tests/browser/support/programs.js';
+import { eventually, Phone, Watch } from '../tests/browser/support/programs.js';
 import { ARTWORK, artworkIn, program, settled } from '../tests/system/support/watching.js';
+import { tagged } from './tagged.mjs';
 
 const STARTS = 15;
 const CHANGES = 200;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include "foundation/Mutex.h"
 #include "link/Delivery.h"
@@ -19,16 +20,20 @@ class StateReport {
     return current_;
   }
 
-  /// What is known before anybody has said anything; not told by itself. Before the rest.
+  /// What is known before anybody has said anything; not told by itself, but with the first that is set.
+  /// Before the rest.
   void begin(const LinkState& state) {
     const MutexLock lock(mutex_);
     current_ = state;
+    untold_ = !(state == LinkState{});
   }
 
   /// The rest on the strand only.
   void set(const LinkState& state) {
     {
       const MutexLock lock(mutex_);
+      // Told also where it is soon as it was told last: somebody may have read it in between.
+      untold_ = untold_ || !(state == current_);
       current_ = state;
     }
     if (spacingTimer_ == nullptr) tell();
@@ -37,17 +42,15 @@ class StateReport {
  private:
   void tell() {
     spacingTimer_.reset();
-    const LinkState state = current();
-    if (state == told_) return;
-    told_ = state;
-    delivery_.tellState(state);
+    if (!std::exchange(untold_, false)) return;
+    delivery_.tellState(current());
     spacingTimer_ = strand_.after(spacing_, [this] { tell(); });
   }
 
   Strand& strand_;
   Delivery& delivery_;
   const Duration spacing_;
-  LinkState told_;
+  bool untold_ = false;
   std::unique_ptr<Timer> spacingTimer_;
   mutable Mutex mutex_;
   LinkState current_ GUARDED_BY(mutex_);

@@ -13,16 +13,15 @@ const logged = (pattern) => frame().locator('#traffic-list li', { hasText: patte
 const song = () => frame().locator('#song').innerText();
 const top = (what) => here.page.locator(`.screen:not([inert])${what}`);
 
-test('a chart pushed from the console is on the watch', async ({ page }) => {
+test('a chart pushed from the console is on the watch, and what the watch asks is listed', async ({ page }) => {
   await page.getByRole('button', { name: 'Weekly Top 15' }).click();
   await page.getByText('English  •  15 songs').waitFor();
   await button('Chart: Tamil').click();
   await page.getByText('Tamil  •  15 songs').waitFor();
   await top(' .table-row').first().getByText(/[\u0b80-\u0bff]/).first().waitFor();
   await logged('watch_purged_cache').waitFor();
-});
 
-test('what the watch asks is listed, newest on top, with its size and answer', async ({ page }) => {
+  // What the watch asks is listed, newest on top, with its size and answer.
   await top(' .table-row .select').first().click();
   await top('[data-scene=PlayerHomeView]').waitFor();
   await logged('playWeeklyTop15').getByText('reply', { exact: true }).waitFor();
@@ -82,9 +81,9 @@ test('an empty queue offers the chart', async ({ page }) => {
   assert.equal(await frame().locator('#error').innerText(), '');
 });
 
-test('a section has its own address', async ({ page }) => {
-  const alone = await here.context.newPage();
-  await alone.goto(new URL('/phone#switches', here.watch.url).href);
+test('a section has its own address', async ({ watch, context }) => {
+  const alone = await context.newPage();
+  await alone.goto(new URL('/phone#switches', watch.url).href);
   await alone.getByText('Watch connected').waitFor();
   assert.equal(await alone.evaluate(() => document.activeElement.id), 'switches');
   await alone.close();

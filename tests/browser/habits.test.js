@@ -23,9 +23,9 @@ test('a tap shows at once and says on what; a disabled button keeps the focus an
   const taken = await row.evaluate((button) => {
     const start = performance.now();
     button.click();
-    return button.closest('.taken') ? performance.now() - start : Infinity;
+    return button.closest('.taken') && performance.now() - start;
   });
-  assert.ok(taken < 100, `${taken} ms`);
+  assert.ok(taken !== null && taken < 100, `${taken} ms`);
   assert.deepEqual(await watch.sent(), [{ select: { table: 'table', row: 1 } }]);
   watch.say({ refused: 'no', input: {} });
   await page.locator('.table-row.refused').waitFor();
@@ -140,22 +140,19 @@ test('turns of the crown are gathered, and a crown that nobody has scrolls', asy
 test('of two thousand stations only those near the selected one are drawn and asked for', async ({ page }) => {
   const stations = (first, count) => Array.from({ length: count }, (_, i) =>
     ({ title: `Station ${first + i}`, caption: `Station ${first + i}`, image: `art-${first + i}` }));
-  const near = (...places) => places.map((place) => `art-${place}`);
-  const tree = { id: '0', kind: 'group', style: 'tint fill', children: [
-    { id: '0.0', kind: 'group', style: 'carousel', children: [
-      { id: '0.0.0', kind: 'picker', outlet: 'radioPicker', label: 'Station', focused: true, selected: 200,
-        items: stations(0, 2000) }] }] };
+  const tree = { id: '0', kind: 'group', style: 'tint fill', children: [{ id: '0.0', kind: 'group', style: 'carousel', children: [
+    { id: '0.0.0', kind: 'picker', outlet: 'radioPicker', label: 'Station', focused: true, selected: 200, items: stations(0, 2000) },
+  ] }] };
   const PICKER = '/tree/children/0/children/0';
   const png = await plainPicture(page, 'teal');
-  const never = new Promise(() => {});
-  const any = (id) => (id === 'art-702' ? Promise.reject(new Error('gone')) : /^art-5/.test(id) ? never : png);
+  const any = (id) => (id === 'art-702' ? Promise.reject(new Error('gone')) : /^art-5/.test(id) ? new Promise(() => {}) : png);
   const watch = await openCanned(page, screenWith(tree, { identifier: 'RadioPickerView', back: '< Featured', title: '' }),
                                  { images: { any } });
   const select = (value) => watch.patch({ op: 'replace', path: `${PICKER}/selected`, value });
   const asked = async (...places) => {
     await eventually(() => watch.asked.length >= places.length, `${places} asked for, not ${watch.asked}`, 5000);
     await drawn(page);
-    assert.deepEqual(watch.asked.splice(0).sort(), near(...places));
+    assert.deepEqual(watch.asked.splice(0).sort(), places.map((place) => `art-${place}`));
     assert.equal(await page.locator('.artwork').count(), 5);
   };
   const shows = (place) => page.locator(`.artwork.selected img[src$="/art-${place}"]`).waitFor();

@@ -13,14 +13,10 @@ test('a patch changes what it names and shares the rest', () => {
   const frozen = structuredClone(before);
   const added = { deep: [1] };
   const after = applyPatch(before, [
-    { op: 'replace', path: '/list/1/n', value: 20 },
-    { op: 'remove', path: '/list/0' },
-    { op: 'add', path: '/list/0', value: 'first' },
-    { op: 'add', path: '/list/-', value: 'last' },
-    { op: 'replace', path: '/odd~1key~0', value: null },
-    { op: 'remove', path: '/~01' },
-    { op: 'add', path: '/fresh', value: added },
-    { op: 'replace', path: '/fresh/deep/0', value: 2 },
+    { op: 'replace', path: '/list/1/n', value: 20 }, { op: 'remove', path: '/list/0' },
+    { op: 'add', path: '/list/0', value: 'first' }, { op: 'add', path: '/list/-', value: 'last' },
+    { op: 'replace', path: '/odd~1key~0', value: null }, { op: 'remove', path: '/~01' },
+    { op: 'add', path: '/fresh', value: added }, { op: 'replace', path: '/fresh/deep/0', value: 2 },
   ]);
   assert.deepEqual(after, { a: { x: 1 }, list: ['first', { n: 20 }, { n: 3 }, 'last'], 'odd/key~': null,
                             fresh: { deep: [2] } });
@@ -43,13 +39,11 @@ test('a patch that does not fit is refused', () => {
 test('a lost server is tried again, ever later, and soon again once it was there', (t) => {
   t.mock.timers.enable({ apis: ['setTimeout'] });
   t.mock.method(console, 'warn', () => {});
-  const sockets = [];
-  const heard = [];
-  const listeners = {};
+  const [sockets, heard, listeners] = [[], [], {}];
   const addEventListener = (name, listener) => { listeners[name] = listener; };
   class Socket {
     static OPEN = 1;
-    readyState = Socket.OPEN;
+    readyState = 1;
     sent = [];
     constructor() { sockets.push(this); }
     send(text) { this.sent.push(text); }
@@ -83,11 +77,11 @@ test('a lost server is tried again, ever later, and soon again once it was there
   const { length } = sockets;
   now().say({ patch: [{ op: 'remove', path: '/b' }] });
   assert.equal(heard.at(-1), 'lost', 'out of step with the server: it starts afresh');
-  document.hidden = true;
-  listeners.visibilitychange();
-  assert.equal(sockets.length, length);
-  document.hidden = false;
-  listeners.visibilitychange();
+  for (const hidden of [true, false]) {
+    document.hidden = hidden;
+    listeners.visibilitychange();
+    assert.equal(sockets.length, length + Number(!hidden));
+  }
   listeners.online();
   t.mock.timers.tick(10_000);
   assert.equal(sockets.length, length + 1, 'somebody looks again: at once, and only once');
@@ -111,34 +105,31 @@ test('a scrim makes white text readable on any colour, and no darker than it mus
 });
 
 test('the way back is named by the screen before, or by a title that looks like it', () => {
-  assert.equal(backLabel({ back: null, title: 'Tunevale' }), null);
-  assert.equal(backLabel({ back: 'Weekly Top 15', title: 'Player' }), 'Weekly Top 15');
-  assert.equal(backLabel({ back: 'Close', title: '< Player' }), 'Player');
-  assert.equal(backLabel({ back: '< Featured', title: 'Stations' }), 'Featured');
+  for (const [back, title, named] of [[null, 'Tunevale', null], ['Weekly Top 15', 'Player', 'Weekly Top 15'],
+                                      ['Close', '< Player', 'Player'], ['< Featured', 'Stations', 'Featured']]) {
+    assert.equal(backLabel({ back, title }), named);
+  }
 });
 
 test('the crown belongs to the picker that has it, if a person can reach it', () => {
   const picker = { kind: 'picker', focused: true };
   const inside = (node, more) => ({ kind: 'group', children: [{ kind: 'label' }, { kind: 'group', children: [node], ...more }] });
   assert.equal(focusedPicker(inside(picker)), picker);
-  assert.equal(focusedPicker(inside({ ...picker, enabled: false })), null);
-  assert.equal(focusedPicker(inside(picker, { hidden: true })), null);
-  assert.equal(focusedPicker(inside({ kind: 'picker' })), null);
+  for (const tree of [inside({ ...picker, enabled: false }), inside(picker, { hidden: true }), inside({ kind: 'picker' })]) {
+    assert.equal(focusedPicker(tree), null);
+  }
 });
 
 test('the trail knows from where a screen comes', () => {
   const trail = new Trail();
   const push = { presentation: 'push' };
-  assert.equal(trail.go('home', { presentation: 'root' }), null);
+  const root = { presentation: 'root' };
+  const page = (index) => ({ presentation: 'modal', pages: { index } });
+  const go = (...moves) => { for (const [key, how, move] of moves) assert.equal(trail.go(key, how), move, key); };
+  go(['home', root, null]);
   trail.at.scrollTop = 12;
-  assert.equal(trail.go('list', push), 'forward');
-  assert.equal(trail.go('player', push), 'forward');
-  assert.equal(trail.go('list', push), 'back');
-  assert.equal(trail.go('home', { presentation: 'root' }), 'back');
+  go(['list', push, 'forward'], ['player', push, 'forward'], ['list', push, 'back'], ['home', root, 'back']);
   assert.equal(trail.at.scrollTop, 12);
-  assert.equal(trail.go('radio 0', { presentation: 'modal', pages: { index: 0 } }), 'up');
-  assert.equal(trail.go('radio 1', { presentation: 'modal', pages: { index: 1 } }), 'right');
-  assert.equal(trail.go('picker', push), 'forward');
-  assert.equal(trail.go('radio 1', { presentation: 'modal', pages: { index: 1 } }), 'back');
-  assert.equal(trail.go('radio 0', { presentation: 'modal', pages: { index: 0 } }), 'left');
+  go(['radio 0', page(0), 'up'], ['radio 1', page(1), 'right'], ['picker', push, 'forward'], ['radio 1', page(1), 'back'],
+     ['radio 0', page(0), 'left']);
 });

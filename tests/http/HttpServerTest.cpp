@@ -3,35 +3,84 @@
 
 #include <gtest/gtest.h>
 
+#include "http/Address.h"
 #include "http/HttpLimits.h"
-#include "http/HttpServer.h"
+#include "http/OwnNames.h"
 #include "http/ServerOnThread.h"
+#include "http/ServerState.h"
 #include "http/TestClient.h"
 
 namespace tunevale::http {
 namespace {
 
+TEST(Address, ReadsHostAndPortAndRefusesEverythingElse) {
+  EXPECT_EQ(parseAddress("127.0.0.1:8080")->host, "127.0.0.1");
+  EXPECT_EQ(parseAddress("[::1]:0")->host, "::1");
+  EXPECT_EQ(parseAddress("localhost:65535")->port, 65535);
+  for (const char* text : {"", ":", "8080", ":8080", "a:", "a:b", "a:65536", "a:-1", "a: 1", "::1:80",
+                           "[]:80", "[::1:80", "a b:80", "http://a:80", "a:80/"})
+    EXPECT_FALSE(parseAddress(text)) << text;
+}
+
+TEST(OwnNames, KnowsItselfAndNobodyElse) {
+  const OwnNames names("192.168.1.5", 8080);
+  for (const char* host : {"localhost:8080", "LocalHost:8080", "127.0.0.1:8080", "[::1]:8080",
+                           "192.168.1.5:8080", "10.0.0.1:8080"}) {
+    EXPECT_TRUE(names.isOwnHost(host, "10.0.0.1")) << host;
+    EXPECT_TRUE(names.isOwnOrigin("http://" + std::string(host), "10.0.0.1")) << host;
+  }
+  for (const char* host : {"", "localhost", "localhost:80", "localhost:80800", "evil.example:8080",
+                           "localhost.evil.example:8080", "localhost:8080.evil.example",
+                           "127.0.0.1:8080@evil", "10.0.0.2:8080", "::1:8080", "xlocalhost:8080"})
+    EXPECT_FALSE(names.isOwnHost(host, "10.0.0.1")) << host;
+  for (const char* origin :
+       {"null", "", "https://localhost:8080", "localhost:8080", "http://localhost:8080/"})
+    EXPECT_FALSE(names.isOwnOrigin(origin, "10.0.0.1")) << origin;
+  EXPECT_TRUE(OwnNames("::1", 80).isOwnHost("[::1]", "::1"));
+}
+
+TEST(DecodedPath, DecodesAndRefuses) {
+  EXPECT_EQ(decodedPath("/a%20b/%E2%82%AC"), "/a b/€");
+  for (const char* path : {"", "a", "*", "http://a/", "/%", "/%4", "/%zz", "/%00", "/%0a", "/%ff"})
+    EXPECT_FALSE(decodedPath(path)) << path;
+}
+
 class HttpServerTest : public testing::Test {
  protected:
   HttpServerTest() {
     server_.onLoop([this] {
-      server_->get("/", [](const Request&, const Respond& respond) { respond(Response::json("{}")); });
+      const auto answer = [](const Request&, const Respond& respond) { respond(Response::json("{}")); };
+      server_->get("/", answer);
       server_->get("/under/", [](const Request& request, const Respond& respond) {
         respond(Response::json(request.path + "?" + request.query));
       });
-      server_->get("/under/exact",
-                   [](const Request&, const Respond& respond) { respond(Response::json("exact")); });
+      server_->get("/under/exact", answer);
       server_->post("/echo", [](const Request& request, const Respond& respond) {
         respond(Response::json(request.body));
       });
       server_->get("/silent", [](const Request&, const Respond&) {});
+      server_->webSocket("/live", endpoint_);
     });
   }
   std::string ask(const std::string& method, const std::string& target, const std::string& fields = "",
                   const std::string& body = "") {
     return http::ask(server_.port(), method, target, fields, body);
   }
+  void broadcast(const std::string& text) {
+    server_.onLoop([&] { endpoint_->broadcast(text); });
+  }
+  std::size_t clientCount() {
+    std::size_t count = 0;
+    server_.onLoop([&] { count = endpoint_->clientCount(); });
+    return count;
+  }
 
+  int state_ = 1;
+  std::shared_ptr<WebSocketEndpoint> endpoint_ = std::make_shared<WebSocketEndpoint>(
+      [this] { return "state " + std::to_string(state_); },
+      [](WebSocketClient& client, std::string_view text) {
+        client.send(std::make_shared<const std::string>("echo " + std::string(text)));
+      });
   ServerOnThread server_;
 };
 
@@ -51,21 +100,18 @@ TEST_F(HttpServerTest, AnswersItsOwnNamesAndPagesWithinItsLimits) {
       {200, ask("POST", "/echo", "", most)},
       {413, ask("POST", "/echo", "", most + "x")},
       {413, ask("POST", "/echo", "Transfer-Encoding: chunked\r\n\r\n20000\r\n" + most + most)},
-      {431, ask("GET", "/", "X: " + std::string(kMaxHeaderBytes, 'x') + "\r\n")}};
+      {431, ask("GET", "/", "X: " + std::string(kMaxHeaderBytes, 'x') + "\r\n")},
+      {400, answerTo(server_.port(), "GET / HTTP/1.1\r\nConnection: close\r\n\r\n")},
+      {400, answerTo(server_.port(), "\x16\x03\x01 hello\r\n\r\n")}};
   for (const auto& [status, answer] : answers) EXPECT_EQ(statusOf(answer), status) << answer;
-  for (const char* bytes : {"GET / HTTP/1.1\r\nConnection: close\r\n\r\n", "\x16\x03\x01 hello\r\n\r\n"}) {
-    TestClient client(server_.port());
-    client.send(bytes);
-    EXPECT_EQ(statusOf(client.readToEnd()), 400) << bytes;
-  }
 }
 
 TEST_F(HttpServerTest, FindsRoutesSaysWhatElseItKnowsAndKeepsOthersOut) {
   EXPECT_EQ(bodyOf(ask("GET", "/under/x%20y?a=b")), "/under/x y?a=b");
-  EXPECT_EQ(bodyOf(ask("GET", "/under/exact")), "exact");
+  EXPECT_EQ(bodyOf(ask("GET", "/under/exact")), "{}");
   EXPECT_EQ(bodyOf(ask("POST", "/echo", "", "hello")), "hello");
   const std::string head = ask("HEAD", "/under/exact");
-  EXPECT_EQ(bodyOf(head), "");
+  EXPECT_TRUE(bodyOf(head).empty() && head.find("Content-Length: 2\r\n") != std::string::npos) << head;
   const std::string refused = ask("DELETE", "/echo");
   EXPECT_EQ(bodyOf(refused), R"({"error":"this path does not know that method"})");
   for (const char* field : {"Allow: POST\r\n", "default-src 'none'", "frame-ancestors 'self'",
@@ -73,7 +119,6 @@ TEST_F(HttpServerTest, FindsRoutesSaysWhatElseItKnowsAndKeepsOthersOut) {
                             "Cross-Origin-Resource-Policy: same-origin\r\n"}) {
     EXPECT_NE(refused.find(field), std::string::npos) << field;
   }
-  EXPECT_NE(head.find("Content-Length: 5\r\n"), std::string::npos) << "of what is not sent";
 }
 
 TEST_F(HttpServerTest, TurnsAwayTheConnectionTooMany) {
@@ -90,26 +135,20 @@ TEST_F(HttpServerTest, TurnsAwayTheConnectionTooMany) {
 
 TEST_F(HttpServerTest, AnswersLaterAndOnceOnlyEvenIfTheClientHasGone) {
   for (const bool stays : {true, false}) {
-    Respond later;
-    std::promise<void> asked;
+    std::promise<Respond> asked;
     server_.onLoop([&] {
-      server_->get("/later", [&](const Request&, const Respond& respond) {
-        later = respond;
-        asked.set_value();
-      });
+      server_->get("/later", [&](const Request&, const Respond& respond) { asked.set_value(respond); });
     });
     auto client = std::make_unique<TestClient>(server_.port());
     client->send("GET /later HTTP/1.1\r\nConnection: close\r\n" + hostLine(server_.port()) + "\r\n");
-    asked.get_future().wait();
+    Respond later = asked.get_future().get();
     if (!stays) client.reset();
     server_.onLoop([&] {
       later(Response::json("first"));
       later(Response::json("second"));
       later = nullptr;
     });
-    if (stays) {
-      EXPECT_EQ(bodyOf(client->readToEnd()), "first");
-    }
+    EXPECT_EQ(stays ? bodyOf(client->readToEnd()) : "first", "first");
   }
   EXPECT_EQ(statusOf(ask("GET", "/")), 200);
 }
@@ -119,42 +158,105 @@ TEST_F(HttpServerTest, ServesFilesAndOnlyThose) {
   const fs::path folder = fs::path(testing::TempDir()) / ("web-" + std::to_string(server_.port()));
   fs::create_directories(folder / "web" / "sub");
   const auto put = [&](const char* name, const char* text) { std::ofstream(folder / name) << text; };
-  put("web/app.js", "let x;");
-  put("web/sub/a.css", "a{}");
-  put("web/.hidden.js", "no");
-  put("web/notes.txt", "no");
-  put("secret.js", "no");
+  for (const char* name : {"web/app.js", "web/sub/a.css", "web/.hidden.js", "web/notes.txt", "secret.js"})
+    put(name, name);
   server_.onLoop([&] { server_->folder("/web/", folder / "web"); });
 
   const std::string answer = ask("GET", "/web/app.js");
-  EXPECT_EQ(bodyOf(answer), "let x;");
-  EXPECT_NE(answer.find("Content-Type: text/javascript; charset=utf-8\r\n"), std::string::npos);
-  EXPECT_NE(answer.find("Cache-Control: no-cache\r\n"), std::string::npos);
-  EXPECT_EQ(bodyOf(ask("GET", "/web/sub/a.css")), "a{}");
+  EXPECT_EQ(bodyOf(answer), "web/app.js");
+  for (const char* field :
+       {"Content-Type: text/javascript; charset=utf-8\r\n", "Cache-Control: no-cache\r\n"})
+    EXPECT_NE(answer.find(field), std::string::npos) << answer;
+  EXPECT_EQ(bodyOf(ask("GET", "/web/sub/a.css")), "web/sub/a.css");
   for (const char* path : {"/web/", "/web/sub", "/web/none.js", "/web/.hidden.js", "/web/notes.txt",
                            "/web/../secret.js", "/web/%2e%2e/secret.js", "/web/sub/../../secret.js",
-                           "/web//app.js", "/web/..%2fsecret.js", "/web/%2Fetc/passwd", "/web/app.js/"}) {
+                           "/web//app.js", "/web/..%2fsecret.js", "/web/%2Fetc/passwd", "/web/app.js/"})
     EXPECT_EQ(statusOf(ask("GET", path)), 404) << path;
-  }
 
-  const std::size_t start = answer.find("ETag: ") + 6;
-  const std::string etag = answer.substr(start, answer.find("\r\n", start) - start);
-  const std::string known = ask("GET", "/web/app.js", "If-None-Match: " + etag + "\r\n");
-  EXPECT_EQ(statusOf(known), 304);
-  EXPECT_EQ(bodyOf(known), "");
-  put("web/app.js", "let y;");
-  EXPECT_EQ(bodyOf(ask("GET", "/web/app.js", "If-None-Match: " + etag + "\r\n")), "let y;");
+  const std::string etag = answer.substr(answer.find("ETag: ") + 6);
+  const std::string unlessKnown = "If-None-Match: " + etag.substr(0, etag.find('\n') + 1);
+  const std::string known = ask("GET", "/web/app.js", unlessKnown);
+  EXPECT_TRUE(statusOf(known) == 304 && bodyOf(known).empty()) << known;
+  put("web/app.js", "new");
+  EXPECT_EQ(bodyOf(ask("GET", "/web/app.js", unlessKnown)), "new");
   fs::remove_all(folder);
 }
 
-TEST(HttpServer, GoesWhileClientsAreConnected) {
-  std::optional<TestClient> client;
-  {
-    ServerOnThread server;
-    client.emplace(server.port());
-    client->send("GET / HT");
+TEST_F(HttpServerTest, GreetsThenBroadcastsInOrderAndForgetsWhoHasGone) {
+  std::optional<TestWebSocket> gone(std::in_place, server_.port(), "/live");
+  TestWebSocket one(server_.port(), "/live");
+  TestWebSocket two(server_.port(), "/live");
+  for (TestWebSocket* each : {&one, &two, &*gone}) EXPECT_EQ(each->read(), "state 1");
+  EXPECT_EQ(clientCount(), 3U);
+  gone.reset();
+  for (int i = 0; i < 100000 && clientCount() > 2; ++i) continue;
+  EXPECT_EQ(clientCount(), 2U);
+  for (const char* text : {"a", "b", "c"}) broadcast(text);
+  one.send("x");
+  for (const char* text : {"a", "b", "c", "echo x"}) EXPECT_EQ(one.read(), text);
+  for (const char* text : {"a", "b", "c"}) EXPECT_EQ(two.read(), text);
+}
+
+TEST_F(HttpServerTest, RefusesStrangersOnItsWebSocketsAndPlainRequests) {
+  const std::string own = hostLine(server_.port());
+  for (const auto& [fields, status] : {std::pair(own, "101"),
+                                       {own + "Origin: http://evil.example\r\n", "403"},
+                                       {"Host: evil.example\r\n", "403"}}) {
+    const std::string head =
+        "GET /live HTTP/1.1\r\nConnection: Upgrade\r\nUpgrade: websocket\r\nSec-WebSocket-Version: 13\r\n"
+        "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n";
+    EXPECT_EQ(answerTo(server_.port(), head + fields + "\r\n", 12).substr(9), status) << fields;
   }
-  EXPECT_EQ(client->readToEnd(), "");
+  EXPECT_EQ(statusOf(ask("GET", "/live")), 426);
+  EXPECT_EQ(statusOf(ask("POST", "/live", "", "x")), 405);
+}
+
+TEST_F(HttpServerTest, GivesASlowReaderTheStateInsteadOfWhatItMissed) {
+  TestWebSocket slow(server_.port(), "/live");
+  EXPECT_EQ(slow.read(), "state 1");
+  slow.stream().next_layer().set_option(boost::asio::socket_base::receive_buffer_size(64 * 1024));
+  // More than the sockets' buffers take, so that it stays under way.
+  const std::string large(16 * 1024 * 1024, 'x');
+  broadcast(large);
+  broadcast("missed");
+  server_.onLoop([this] { state_ = 2; });
+  broadcast("missed");
+  EXPECT_TRUE(slow.read() == large);
+  EXPECT_EQ(slow.read(), "state 2");
+  broadcast("after");
+  EXPECT_EQ(slow.read(), "after");
+}
+
+TEST_F(HttpServerTest, BreaksWithWhoSendsTooMuchOrBytes) {
+  TestWebSocket large(server_.port(), "/live");
+  large.read();
+  boost::system::error_code error;
+  large.stream().write(boost::asio::buffer(std::string(kMaxBodyBytes + 1, 'x')), error);
+  boost::beast::flat_buffer buffer;
+  large.stream().read(buffer, error);
+  EXPECT_TRUE(error);
+
+  TestWebSocket bytes(server_.port(), "/live");
+  bytes.read();
+  bytes.stream().binary(true);
+  bytes.send("x");
+  bytes.stream().read(buffer, error);
+  EXPECT_EQ(bytes.stream().reason().code, boost::beast::websocket::close_code::unknown_data);
+  EXPECT_EQ(clientCount(), 0U);
+}
+
+TEST(HttpServer, GoesWhileClientsAreConnected) {
+  std::optional<ServerOnThread> server(std::in_place);
+  auto endpoint = std::make_shared<WebSocketEndpoint>([] { return "hello"; }, WebSocketEndpoint::Received());
+  server->onLoop([&] { (*server)->webSocket("/live", endpoint); });
+  TestWebSocket live(server->port(), "/live");
+  EXPECT_EQ(live.read(), "hello");
+  live.send("to no receiver");
+  endpoint.reset();
+  TestClient client(server->port());
+  client.send("GET / HT");
+  server.reset();
+  EXPECT_EQ(client.readToEnd(), "");
 }
 
 }  // namespace

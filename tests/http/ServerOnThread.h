@@ -6,6 +6,7 @@
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/packaged_task.hpp>
 #include <boost/asio/post.hpp>
 
 #include "http/HttpServer.h"
@@ -31,12 +32,7 @@ class ServerOnThread {
   /// Runs work on the loop's thread and waits for it.
   template <class Work>
   void onLoop(Work work) {
-    std::promise<void> done;
-    boost::asio::post(loop_, [&] {
-      work();
-      done.set_value();
-    });
-    done.get_future().wait();
+    boost::asio::post(loop_, std::packaged_task<void()>(work)).get();
   }
 
  private:

@@ -24,14 +24,13 @@ class TestClient {
     boost::system::error_code ignored;
     boost::asio::write(socket_, boost::asio::buffer(bytes), ignored);
   }
-  /// Everything up to the server's end of the connection.
-  std::string readToEnd() {
+  /// Everything up to the server's end of the connection, or the first bytes.
+  std::string readToEnd(std::size_t most = SIZE_MAX) {
     std::string bytes;
     boost::system::error_code ended;
-    boost::asio::read(socket_, boost::asio::dynamic_buffer(bytes), ended);
+    boost::asio::read(socket_, boost::asio::dynamic_buffer(bytes, most), ended);
     return bytes;
   }
-  boost::asio::ip::tcp::socket& socket() { return socket_; }
 
  private:
   boost::asio::io_context context_;
@@ -42,15 +41,20 @@ inline std::string hostLine(std::uint16_t port) {
   return "Host: 127.0.0.1:" + std::to_string(port) + "\r\n";
 }
 
+/// What comes back for these bytes on a connection of its own: up to the server's end, or so many bytes.
+inline std::string answerTo(std::uint16_t port, const std::string& bytes, std::size_t most = SIZE_MAX) {
+  TestClient client(port);
+  client.send(bytes);
+  return client.readToEnd(most);
+}
+
 /// The whole answer to one request on a connection of its own. `fields` are header lines with their ends.
 inline std::string ask(std::uint16_t port, const std::string& method, const std::string& target,
                        const std::string& fields = "", const std::string& body = "") {
-  TestClient client(port);
-  client.send(method + " " + target + " HTTP/1.1\r\nConnection: close\r\n" +
-              (fields.find("Host:") == std::string::npos ? hostLine(port) : "") + fields +
-              (body.empty() ? "" : "Content-Length: " + std::to_string(body.size()) + "\r\n") + "\r\n" +
-              body);
-  return client.readToEnd();
+  return answerTo(port, method + " " + target + " HTTP/1.1\r\nConnection: close\r\n" +
+                            (fields.find("Host:") == std::string::npos ? hostLine(port) : "") + fields +
+                            (body.empty() ? "" : "Content-Length: " + std::to_string(body.size()) + "\r\n") +
+                            "\r\n" + body);
 }
 
 inline int statusOf(const std::string& answer) {

@@ -165,6 +165,19 @@ TEST_F(SessionTest, ALockedPhoneIsNotReachable) {
     EXPECT_EQ(watch.ear.states.size(), locked ? 1U : 0U);
   }
   EXPECT_NE(phone.ear.states.front().peerRun, phone.ear.states.back().peerRun);
+  // Between two reports the phone is locked again for a moment, which somebody may have read.
+  connectAndRun();
+  phone.session->setLocked(true);
+  strand.advance(1s);
+  std::size_t told = 0;
+  for (const bool locked : {false, true, false}) {
+    phone.session->setLocked(locked);
+    strand.run();
+    EXPECT_EQ(watch.session->state().needsUnlock, locked);
+    if (told == 0) told = watch.ear.states.size();
+  }
+  strand.advance(1s);
+  EXPECT_EQ(watch.ear.states.size(), told + 1);
 }
 
 TEST_F(SessionTest, EndsWithItsPairingAndBeginsAnewWithTheNext) {

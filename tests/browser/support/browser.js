@@ -24,9 +24,8 @@ export function watchFaults(page) {
   const faults = [];
   page.on('pageerror', (error) => faults.push(String(error)));
   page.on('console', (message) => {
-    const text = message.text();
-    const expected = /Failed to load resource|WebSocket connection/.test(text);
-    if (['error', 'warning'].includes(message.type()) && !expected) faults.push(text);
+    const expected = /Failed to load resource|WebSocket connection/.test(message.text());
+    if (['error', 'warning'].includes(message.type()) && !expected) faults.push(message.text());
   });
   return () => faults;
 }

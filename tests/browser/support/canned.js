@@ -7,8 +7,7 @@ import { eventually } from './programs.js';
 
 const WEB = new URL('../../../web', import.meta.url).pathname;
 const IMAGES = new URL('../../../layout/images', import.meta.url).pathname;
-const TYPES = { '.html': 'text/html', '.js': 'text/javascript', '.css': 'text/css', '.svg': 'image/svg+xml',
-                '.png': 'image/png' };
+const TYPES = { '.html': 'text/html', '.js': 'text/javascript', '.css': 'text/css', '.svg': 'image/svg+xml', '.png': 'image/png' };
 const PICTURE = '/api/image/';
 
 let asked = [];

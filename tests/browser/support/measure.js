@@ -7,16 +7,12 @@ export async function drawnContrast(page, locator) {
     const image = new Image();
     image.src = `data:image/png;base64,${png}`;
     await image.decode();
-    const canvas = document.createElement('canvas');
-    [canvas.width, canvas.height] = [image.width, image.height];
-    const context = canvas.getContext('2d');
+    const context = new OffscreenCanvas(image.width, image.height).getContext('2d');
     context.drawImage(image, 0, 0);
     const { data } = context.getImageData(0, 0, image.width, image.height);
     const linear = (byte) => (byte <= 10 ? byte / 255 / 12.92 : ((byte / 255 + 0.055) / 1.055) ** 2.4);
-    const all = [];
-    for (let i = 0; i < data.length; i += 4) {
-      all.push(0.2126 * linear(data[i]) + 0.7152 * linear(data[i + 1]) + 0.0722 * linear(data[i + 2]));
-    }
+    const all = Array.from({ length: data.length / 4 }, (_, i) =>
+      0.2126 * linear(data[4 * i]) + 0.7152 * linear(data[4 * i + 1]) + 0.0722 * linear(data[4 * i + 2]));
     all.sort((a, b) => a - b);
     const ground = all[Math.floor(all.length / 2)];
     return (all.at(-1) + 0.05) / (ground + 0.05);
@@ -33,15 +29,8 @@ export function boxes(page) {
 
 /** A PNG of one colour, made by the browser. */
 export async function plainPicture(page, color) {
-  const address = await page.evaluate((fill) => {
-    const canvas = document.createElement('canvas');
-    [canvas.width, canvas.height] = [16, 16];
-    const context = canvas.getContext('2d');
-    context.fillStyle = fill;
-    context.fillRect(0, 0, 16, 16);
-    return canvas.toDataURL('image/png');
-  }, color);
-  return Buffer.from(address.split(',')[1], 'base64');
+  await page.setContent(`<body style="background:${color}">`);
+  return page.screenshot({ clip: { x: 0, y: 0, width: 16, height: 16 } });
 }
 
 /** Once what was begun has been drawn: callbacks of the next frame have run. */

@@ -94,12 +94,11 @@ export class Watch extends Program {
 }
 
 export class Phone extends Program {
+  count = 0;
+
   /** A phone of that home, which knows the watch at `link`, or pairs with it by an address. */
   static async start(home, { link, pairing, more = [] }) {
-    const phone = new Phone(PHONE, ['--home', home, ...(pairing ? ['--pair', pairing] : ['--link', link]), ...more]);
-    phone.seen = 0;
-    phone.count = 0;
-    return phone;
+    return new Phone(PHONE, ['--home', home, ...(pairing ? ['--pair', pairing] : ['--link', link]), ...more]);
   }
 
   get events() {
@@ -138,17 +137,6 @@ export function plain(tagged) {
   return t === 'null' ? null : v;
 }
 
-/** The reverse, for the bodies of commands; whole numbers become integers. */
-export function tagged(value) {
-  if (value === null) return { t: 'null' };
-  if (Array.isArray(value)) return { t: 'arr', v: value.map(tagged) };
-  if (typeof value === 'object') {
-    return { t: 'dict', v: Object.fromEntries(Object.entries(value).map(([key, inner]) => [key, tagged(inner)])) };
-  }
-  if (typeof value === 'number') return { t: Number.isInteger(value) ? 'int' : 'real', v: String(value) };
-  return typeof value === 'boolean' ? { t: 'bool', v: value } : { t: 'str', v: value };
-}
-
 /** A watch and a paired phone that has given it all it has. `end()` stops both and removes their homes. */
 export async function startPair({ settled = true, phoneOptions = [] } = {}) {
   const home = await mkdtemp(join(tmpdir(), 'tunevale-browser-'));
@@ -175,9 +163,5 @@ export async function startPair({ settled = true, phoneOptions = [] } = {}) {
 /** The element of a screen's tree that an outlet or id names. */
 export function find(node, name) {
   if (node.outlet === name) return node;
-  for (const child of node.children ?? []) {
-    const found = find(child, name);
-    if (found) return found;
-  }
-  return null;
+  return (node.children ?? []).reduce((found, child) => found ?? find(child, name), null);
 }
