@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "foundation/Mutex.h"
 #include "link/Delivery.h"
@@ -31,6 +32,8 @@ class StateReport {
       const MutexLock lock(mutex_);
       current_ = state;
     }
+    // Who asked in between may have seen this one: to come back to the one told last is news, too.
+    if (state != told_) told_.reset();
     if (spacingTimer_ == nullptr) tell();
   }
 
@@ -47,7 +50,7 @@ class StateReport {
   Strand& strand_;
   Delivery& delivery_;
   const Duration spacing_;
-  LinkState told_;
+  std::optional<LinkState> told_ = LinkState{};  // unless another was set since
   std::unique_ptr<Timer> spacingTimer_;
   mutable Mutex mutex_;
   LinkState current_ GUARDED_BY(mutex_);
