@@ -27,12 +27,7 @@ struct CommandsTest : ::testing::Test {
     return errors.empty() ? "" : std::string(errors[0].at("text").as_string());
   }
 
-  static PhoneSettings quiet() {
-    PhoneSettings settings;
-    settings.pushes = false;
-    return settings;
-  }
-  PhoneWorld world{quiet()};
+  PhoneWorld world{{.pushes = false}};
 };
 
 TEST_F(CommandsTest, AnythingCanBeSent) {

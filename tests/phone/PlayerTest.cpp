@@ -48,21 +48,16 @@ TEST_F(PlayerTest, MovesThroughTheQueueByTheClockAndEmptiesItAtTheEnd) {
   EXPECT_EQ(player.duration(), seconds(0));
 }
 
-TEST_F(PlayerTest, APauseKeepsThePlaceInTheSong) {
+TEST_F(PlayerTest, APauseKeepsThePlaceAndNextAndPreviousPlayAndStopAtTheEnds) {
   player.load(three, 1);
   player.play();
   wait(seconds(7));
-  player.pause();
-  player.pause();
+  for (int i = 0; i < 2; ++i) player.pause();
   wait(seconds(100));
   EXPECT_EQ(player.position(), seconds(7));
-  player.play();
-  player.play();
+  for (int i = 0; i < 2; ++i) player.play();
   EXPECT_EQ(*player.nextDeadline(), now + seconds(13));
-}
-
-TEST_F(PlayerTest, NextAndPreviousPlayAndStopAtTheEnds) {
-  player.load(three, 1);
+  player.pause();
   player.previous();
   EXPECT_EQ(playing(), "a");
   EXPECT_TRUE(player.isPlaying());

@@ -21,7 +21,7 @@ struct RequestsTest : ::testing::Test {
     const PlistValue* song = playing->dictionary()->find("songInfo");
     return {song == nullptr ? "" : text(*song->dictionary(), "id"), text(*playing->dictionary(), "status")};
   }
-  void expectCurrent(const std::string& id, const std::string& status) {
+  void expectCurrent(const std::string& id, const std::string& status = "playing") {
     EXPECT_EQ(current(), std::pair(id, status));
   }
   std::size_t pidCount() { return world.ask("cachedSongList").body.find("pids")->array()->size(); }
