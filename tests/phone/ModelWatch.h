@@ -42,7 +42,6 @@ class ModelWatch : public phone::WatchLink {
   void sendMessage(const PlistDictionary& message, Done done) override {
     if (refuses(done)) return;
     strand_.post([this, message, done] {
-      messages.push_back(message);
       ++counts[text(message, "request")];
       if (text(message, "request") == "volume") volume = message.find("value")->integer();
       if (text(message, "request") == "queue_empty") isPlaying = false;
@@ -111,7 +110,6 @@ class ModelWatch : public phone::WatchLink {
 
   std::map<std::string, int> counts;  // of what arrived, by its key or request
   std::vector<Bytes> files;
-  std::vector<PlistDictionary> messages;
 
  private:
   bool refuses(const Done& done) {
