@@ -166,7 +166,9 @@ describe('wrong kinds', { skip }, () => {
     await phone.do('push_chart', { language: 'tamil' });
     await phone.do('play_song', { index: 1 });
     await phone.do('push_now_playing');
+    const before = phone.events.length;
     await phone.do('push_stations');
+    await eventually(() => phone.events.slice(before).some((e) => e.event === 'outcome' && e.what === 'stations'), 'stations');
     const player = await watch.input({ select: { table: 'table', row: 2 } });
     assert.ok(textOf(player, 'songTitleLabel').length > 0);
     await goHome(watch);
