@@ -132,10 +132,10 @@ TEST_F(PushesTest, TheWatchFollowsThePlayerToTheEndOfTheQueue) {
 TEST_F(PushesTest, WhatChangedOutOfReachArrivesInItsLatestForm) {
   world.start();
   world.watch.cut();
-  for (const char* line : {R"({"do":"play_song","index":1})", R"({"do":"next"})",
-                           R"({"do":"volume","value":9})", R"({"do":"volume","value":1})",
-                           R"({"do":"cached","add":["x1"]})", R"({"do":"push_chart","language":"tamil"})",
-                           R"({"do":"cached","add":["x2"],"remove":["x1"]})"}) {
+  for (const char* line :
+       {R"({"do":"play_song","index":1})", R"({"do":"next"})", R"({"do":"volume","value":9})",
+        R"({"do":"volume","value":1})", R"({"do":"cached","add":["x1"]})",
+        R"({"do":"push_chart","language":"tamil"})", R"({"do":"cached","add":["x2"],"remove":["x1"]})"}) {
     world.command(line);
   }
   world.strand.advance(seconds(5));
