@@ -156,20 +156,10 @@ struct PhoneOverLink : testing::Test {
   std::optional<phone::Phone> phone;
 };
 
-TEST_F(PhoneOverLink, ActivatesOnceAPhoneIsPaired) {
+TEST_F(PhoneOverLink, PairsAndActivatesWhenBothPeopleSayYesToTheSameCode) {
   session->activateSession();
-  EXPECT_EQ(heard.await("activation 0"), 1U);
-  EXPECT_EQ(session->activationState(), ActivationState::notActivated);
+  EXPECT_EQ(heard.await("activation 0 7005"), 1U) << "nobody was paired";
   EXPECT_EQ(ask("Hello"), "7004");
-  start();
-  EXPECT_EQ(heard.await("activation 2"), 1U);
-  EXPECT_EQ(heard.line(0), "activation 0 7005") << "nobody was paired";
-  EXPECT_EQ(heard.line(1), "activation 2") << "before anything that the new phone sends";
-  EXPECT_EQ(ask("playMedia"), "success");
-}
-
-TEST_F(PhoneOverLink, PairsWhenBothPeopleSayYesToTheSameCode) {
-  session->activateSession();
   phone->start(link::parsePairingAddress(session->pairing().open(true, false)));
   const std::string asked = R"({"event":"pairing","watch":null,"step":"comparing","code":")";
   ASSERT_EQ(observer->notes.await(asked), 1U);
@@ -182,6 +172,8 @@ TEST_F(PhoneOverLink, PairsWhenBothPeopleSayYesToTheSameCode) {
   EXPECT_EQ(changes.await("reachable", 0), 0U);
   command(R"({"do":"confirm_pairing","code":")" + code + R"("})");
   ASSERT_GE(changes.await("reachable"), 1U);
+  EXPECT_EQ(heard.await("activation 2"), 1U);
+  EXPECT_EQ(heard.line(1), "activation 2") << "before anything that the new phone sends";
   EXPECT_EQ(session->pairing().view().peer, phone->keyHash());
   EXPECT_EQ(phone->watch(), session->keyHash());
 
@@ -191,6 +183,7 @@ TEST_F(PhoneOverLink, PairsWhenBothPeopleSayYesToTheSameCode) {
   EXPECT_EQ(observer->notes.await(R"({"event":"pairing","watch":null,"step":"closed")"), 1U)
       << "the phone was told";
   EXPECT_EQ(session->activationState(), ActivationState::notActivated) << "as before a phone was paired";
+  EXPECT_EQ(changes.await("unreachable"), 1U);
   EXPECT_EQ(ask("Hello"), "7004");
   EXPECT_EQ(phone->watch(), std::nullopt);
   command(R"({"do":"pair","address":")" + session->pairing().open(false, true) + R"("})");

@@ -1,5 +1,4 @@
 #include <fstream>
-#include <random>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -27,26 +26,10 @@ struct CommandsTest : ::testing::Test {
     return errors.empty() ? "" : std::string(errors[0].at("text").as_string());
   }
 
-  static PhoneSettings quiet() {
-    PhoneSettings settings;
-    settings.pushes = false;
-    return settings;
-  }
-  PhoneWorld world{quiet()};
+  PhoneWorld world{{.pushes = false}};
 };
 
-TEST_F(CommandsTest, AnythingCanBeSent) {
-  const char* message =
-      R"({"do":"message","ref":"r1","body":{"t":"dict","v":{"request":{"t":"str","v":"odd"}}}})";
-  EXPECT_EQ(errorOf(message), "");
-  EXPECT_EQ(text(world.watch.messages.back(), "request"), "odd");
-  const auto outcomes = world.eventsNamed("outcome");
-  ASSERT_EQ(outcomes.size(), 1u);
-  EXPECT_EQ(outcomes[0].at("ref").as_string(), "r1");
-  EXPECT_EQ(outcomes[0].at("result").as_string(), "reply");
-  EXPECT_EQ(boost::json::serialize(outcomes[0].at("body")),
-            R"({"t":"dict","v":{"request":{"t":"str","v":"success"}}})");
-
+TEST_F(CommandsTest, MessageDataCanBeAnyBytes) {
   EXPECT_EQ(errorOf(R"({"do":"data","raw":"AAEC"})"), "");
   EXPECT_EQ(world.eventsNamed("sent")[0].at("size").as_int64(), 3);
   EXPECT_EQ(world.eventsNamed("outcome")[0].at("code").as_int64(), 7011);
@@ -101,21 +84,6 @@ TEST_F(CommandsTest, AWrongCommandDoesNothingAndSaysWhy) {
     EXPECT_TRUE(world.eventsNamed("sent").empty());
   }
   EXPECT_EQ(world.phone.consoleState(), before);
-}
-
-TEST_F(CommandsTest, DamagedLinesNeverDoHarm) {
-  const std::string whole =
-      R"({"do":"message","ref":"a","body":{"t":"dict","v":{"a":{"t":"arr","v":[{"t":"int","v":"-3"},)"
-      R"({"t":"real","v":"nan"},{"t":"data","v":"AAEC"},{"t":"bool","v":true},{"t":"null"}]}}}})";
-  std::mt19937 dice(7);
-  for (int i = 0; i < 3000; ++i) {
-    std::string line = whole;
-    for (std::size_t edits = 1 + dice() % 3; edits > 0; --edits) {
-      line.replace(dice() % line.size(), dice() % 8, dice() % 2, static_cast<char>(dice()));
-    }
-    errorOf(line);
-  }
-  EXPECT_EQ(errorOf(whole), "");
 }
 
 TEST_F(CommandsTest, StateKeepsTheLatestOfTheTrafficAndTellsOfChangesOnly) {

@@ -46,23 +46,23 @@ TEST_F(PlayerTest, MovesThroughTheQueueByTheClockAndEmptiesItAtTheEnd) {
   EXPECT_FALSE(player.isPlaying());
   EXPECT_FALSE(player.nextDeadline());
   EXPECT_EQ(player.duration(), seconds(0));
+  player.load(three, 2, Player::AtEnd::startOver);  // as a station does
+  player.next();
+  wait(milliseconds(60'500) * 100 + seconds(11));
+  EXPECT_EQ(playing(), "b");
+  EXPECT_EQ(player.position(), seconds(1));
 }
 
-TEST_F(PlayerTest, APauseKeepsThePlaceInTheSong) {
+TEST_F(PlayerTest, APauseKeepsThePlaceAndNextAndPreviousPlayAndStopAtTheEnds) {
   player.load(three, 1);
   player.play();
   wait(seconds(7));
-  player.pause();
-  player.pause();
+  for (int i = 0; i < 2; ++i) player.pause();
   wait(seconds(100));
   EXPECT_EQ(player.position(), seconds(7));
-  player.play();
-  player.play();
+  for (int i = 0; i < 2; ++i) player.play();
   EXPECT_EQ(*player.nextDeadline(), now + seconds(13));
-}
-
-TEST_F(PlayerTest, NextAndPreviousPlayAndStopAtTheEnds) {
-  player.load(three, 1);
+  player.pause();
   player.previous();
   EXPECT_EQ(playing(), "a");
   EXPECT_TRUE(player.isPlaying());
@@ -79,14 +79,6 @@ TEST_F(PlayerTest, NextAndPreviousPlayAndStopAtTheEnds) {
     (player.*operation)();
     EXPECT_FALSE(player.isPlaying());
   }
-}
-
-TEST_F(PlayerTest, AStationNeverEnds) {
-  player.load(three, 2, Player::AtEnd::startOver);
-  player.next();
-  wait(milliseconds(60'500) * 100 + seconds(11));
-  EXPECT_EQ(playing(), "b");
-  EXPECT_EQ(player.position(), seconds(1));
 }
 
 TEST_F(PlayerTest, AnAbsurdDurationIsThreeMinutes) {

@@ -12,22 +12,22 @@ const PNG_START = Buffer.from('89504e470d0a1a0a', 'hex');
 const PNG_END = Buffer.from('0000000049454e44ae426082', 'hex');  // an empty chunk IEND and its checksum
 
 /** A file that was cut short anywhere lacks its end. */
-function assertWholePng(bytes, name) {
-  assert.ok(bytes.subarray(0, 8).equals(PNG_START) && bytes.subarray(-12).equals(PNG_END), `${name} is whole`);
+async function assertWholePictures(home) {
+  for (const name of (await artworkIn(home)).filter((file) => file.endsWith('.png'))) {
+    const bytes = await readFile(join(home, 'Documents/ImageCache', name));
+    assert.ok(bytes.subarray(0, 8).equals(PNG_START) && bytes.subarray(-12).equals(PNG_END), `${name} is whole`);
+  }
 }
 
 /** Every file in the home, checked: whole pictures, the defaults, and nothing half-done beside them. */
 async function assertTidy(home) {
   const known = /^(Documents\/ImageCache\/[^/]+\.png|Library\/Preferences\/com\.tunevale\.watch\.plist|Library\/Link\/(identity\.pem|link\.sqlite(-wal)?|Spool\/[^/]+)|\.?lock)$/;
-  let strange;
   // What the killed watch had received, this one handles: a file may be half-written for a moment.
   await eventually(async () => {
     const entries = await readdir(home, { recursive: true, withFileTypes: true });
-    const files = entries.filter((entry) => entry.isFile()).map((entry) => join(entry.path, entry.name).slice(home.length + 1));
-    strange = files.filter((path) => !known.test(path));
-    return strange.length === 0;
-  }, 'nothing half-written is left').catch((error) => assert.deepEqual(strange, [], error.message));
-  for (const name of await artworkIn(home)) assertWholePng(await readFile(join(home, 'Documents/ImageCache', name)), name);
+    return entries.every((entry) => !entry.isFile() || known.test(join(entry.path, entry.name).slice(home.length + 1)));
+  }, 'nothing half-written is left');
+  await assertWholePictures(home);
 }
 
 describe('a killed watch', { skip, concurrency: 2 }, () => {
@@ -56,9 +56,7 @@ describe('a killed watch', { skip, concurrency: 2 }, () => {
           interrupted += !settled(phone);
           await pair.watch.stop('SIGKILL');
           assert.deepEqual(strangeLines(pair.watch.log), []);
-          for (const name of await artworkIn(home)) {
-            if (name.endsWith('.png')) assertWholePng(await readFile(join(home, 'Documents/ImageCache', name)), name);
-          }
+          await assertWholePictures(home);
           const { display, link } = pair.watch;
           // Where the phone does not find it, it has only what it kept.
           pair.watch = await Watch.start(home);
@@ -93,8 +91,7 @@ describe('a killed watch', { skip, concurrency: 2 }, () => {
         const player = await pair.watch.input({ select: { table: 'table', row: 2 } });
         assert.equal(find(player.tree, 'volumePicker').selected, state.volume);
         await goHome(pair.watch);
-        const radio = await pair.watch.input({ select: { table: 'table', row: 1 } });
-        assert.equal(rowTexts(radio, 'radioTable', 'radioName').length, 12);
+        await pair.watch.input({ select: { table: 'table', row: 1 } });
         const picker = await pair.watch.input({ tap: 'flipThrough' });
         const items = find(picker.tree, 'radioPicker').items;
         assert.ok(items.length === 12 && items.every(({ image }) => /^art-/.test(image)), 'artwork from the files');

@@ -7,9 +7,6 @@ import { find, startPair } from '../../browser/support/programs.js';
 const folder = process.env.TUNEVALE_BIN ?? new URL('../../../build/dev/src/apps', import.meta.url).pathname;
 export const program = (name) => resolve(join(folder, name));
 
-export const LOCKED = 'Please unlock your device then try again';
-export const UNREACHABLE = 'Oops something went wrong. Please open Tunevale on your device first then try again.';
-
 /** A watch and a phone, which has sent all it has; long conversations are parsed once, not at every look. */
 export async function startTalkativePair(options) {
   const pair = await startPair(options);
@@ -23,26 +20,12 @@ export async function startTalkativePair(options) {
 }
 
 /** Every line that the watch may log while nothing is wrong with the machine under it. */
-const LITERALS = [
-  /^Launching app launch successful/,
-  /^Unable to launch or wake up phone app: /,
-  /^applicationContext:/,
-  /^Receiving File:file:\/\//,
-  /^This should not happen$/,
-  /^Error writing File: /,
-  /^Unable to purge image cache : /,
-  /^Error handling message: /,
-  /^Selected Song:/,
-  /^rowIndex:\d+$/,
-  /^Selected Dict: /,
-  /^Reply message : /,
-  /^Received reply : /,
-  /^Error Firing radio : /,
-  /^DV:>>> Reply received$/,
-  /^Error is : /,
-];
+const LITERALS = new RegExp('^(Launching app launch successful|Unable to (launch or wake up phone app|purge image cache ): |' +
+  'applicationContext:|Receiving File:file://|This should not happen$|Error (writing File|handling message): |' +
+  'Selected Song:|rowIndex:\\d+$|Selected Dict: |Reply message : |Received reply : |Error Firing radio : |' +
+  'DV:>>> Reply received$|Error is : )');
 
-export const strangeLines = (log) => log.filter((line) => !LITERALS.some((literal) => literal.test(line)));
+export const strangeLines = (log) => log.filter((line) => !LITERALS.test(line));
 
 /** Answers alerts and goes back until the home screen is there. */
 export async function goHome(watch) {
@@ -72,12 +55,10 @@ export const ARTWORK = 26;
 
 /** The names of the cached pictures, as the watch's home has them now. */
 export async function artworkIn(home) {
-  try {
-    return await readdir(join(home, 'Documents/ImageCache'));
-  } catch (error) {
+  return readdir(join(home, 'Documents/ImageCache')).catch((error) => {
     if (error.code === 'ENOENT') return [];
     throw error;
-  }
+  });
 }
 
 /** Whether each thing that the phone sent since it last found the watch has been answered. */
