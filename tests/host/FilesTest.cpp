@@ -124,9 +124,6 @@ TEST(HomeFolder, DefaultsToTheUsersDataFolder) {
   EXPECT_EQ(HomeFolder::defaultPath(), "/home/asha/.local/share/tunevale-watch");
   ::setenv("XDG_DATA_HOME", "/data", 1);
   EXPECT_EQ(HomeFolder::defaultPath(), "/data/tunevale-watch");
-  ::unsetenv("XDG_DATA_HOME");
-  ::unsetenv("HOME");
-  EXPECT_EQ(HomeFolder::defaultPath(), std::nullopt);
 }
 
 }  // namespace

@@ -41,7 +41,6 @@ TEST_F(InputHandlerTest, TurnsTheFocusedPickerToItsEndsAndPicks) {
 
 TEST_F(InputHandlerTest, RefusesWhatIsNotThereHiddenOrDisabled) {
   expectRefused(R"({"tap":"nothing"})", R"(there is no "nothing" here)");
-  expectRefused(R"({"tap":""})", R"(there is no "" here)");
   expectRefused(R"({"tap":"use"})", R"(there is no "use" here)");
   expectRefused(R"({"tap":"line"})", R"("line" is no button)");
   expectRefused(R"({"tap":{"table":"table","row":2,"outlet":"use"}})", "there is no row 2");
@@ -56,8 +55,6 @@ TEST_F(InputHandlerTest, RefusesWhatIsNotThereHiddenOrDisabled) {
   expectRefused(R"({"tap":"button"})", R"("button" is disabled)");
   top().root()->children()[1]->setHidden(true);
   expectRefused(R"({"tap":"button"})", R"("button" is hidden)");
-  top().table->rowControllerAtIndex<test::StubRow>(0)->use->setHidden(true);
-  expectRefused(R"({"tap":{"table":"table","row":0,"outlet":"use"}})", R"("use" is hidden)");
   top().table->setHidden(true);
   expectRefused(R"({"select":{"table":"table","row":0}})", R"("table" is hidden)");
   top().picker->setEnabled(false);

@@ -18,11 +18,9 @@ class StubDelegate : public WKExtensionDelegate {
   void applicationWillEnterForeground() override { log_.write("willEnterForeground"); }
   void applicationDidEnterBackground() override { log_.write("didEnterBackground"); }
   void handleBackgroundTasks(const std::vector<std::shared_ptr<WKRefreshBackgroundTask>>& tasks) override {
-    for (const auto& task : tasks) {
-      log_.write(std::dynamic_pointer_cast<WKSnapshotRefreshBackgroundTask>(task) ? "snapshot"
-                                                                                  : "other task");
-      task->setTaskCompleted();
-    }
+    ASSERT_TRUE(std::dynamic_pointer_cast<WKSnapshotRefreshBackgroundTask>(tasks.at(0)));
+    log_.write("snapshot");
+    tasks[0]->setTaskCompleted();
   }
 
  private:

@@ -1,11 +1,7 @@
-#include <boost/json.hpp>
 #include <gtest/gtest.h>
 
 #include "host/PairingPage.h"
 #include "host/QrCode.h"
-#include "http/HttpServer.h"
-#include "http/ServerOnThread.h"
-#include "http/TestClient.h"
 
 namespace tunevale::host {
 namespace {
@@ -54,23 +50,6 @@ TEST(PairingPage, ObeysOnlyWhatThePersonCanHaveMeant) {
   EXPECT_EQ(status(R"({"unpair":true})"), 0);
   EXPECT_EQ(status(R"({"dismiss":true})"), 0);
   EXPECT_EQ(control.did, "yes 482913 open close unpair dismiss ");
-}
-
-TEST(PairingPage, NoOtherPagePressesAndNobodyKeepsThePicture) {
-  Control control;
-  control.now.status = {.step = Step::comparing, .code = "482913"};
-  control.now.address = "tunevale-pair://127.0.0.1:1";
-  http::ServerOnThread server;
-  server.onLoop([&] { addPairingRoutes(*server, control); });
-  const std::string body = R"({"yes":"482913"})";
-  const auto post = [&](const std::string& fields) {
-    return http::statusOf(http::ask(server.port(), "POST", "/api/pairing", fields, body));
-  };
-  EXPECT_EQ(post("Origin: http://127.0.0.1:1\r\n"), 403);
-  EXPECT_EQ(control.did, "");
-  EXPECT_EQ(post(""), 200);
-  EXPECT_EQ(control.did, "yes 482913 ");
-  EXPECT_NE(http::ask(server.port(), "GET", "/api/pairing/qr.svg").find("no-store"), std::string::npos);
 }
 
 // The finder patterns of ISO/IEC 18004 stand in three corners, inside a quiet zone of four squares.

@@ -1,9 +1,6 @@
-#include <random>
-
 #include <boost/json.hpp>
 #include <gtest/gtest.h>
 
-#include "foundation/Text.h"
 #include "host/JsonPatch.h"
 #include "host/Publisher.h"
 #include "host/TreeJson.h"
@@ -12,32 +9,23 @@
 #include "platform/WKInterfacePicker.h"
 #include "platform/WKInterfaceSlider.h"
 #include "platform/WKInterfaceTable.h"
-#include "support/Pictures.h"
 
 namespace tunevale::host {
 namespace {
 
 namespace json = boost::json;
 
-class PublisherTest : public testing::Test {
- protected:
+struct PublisherTest : testing::Test {
   PublisherTest() { fill("Station"); }
   void fill(const std::string& title) {
     std::vector<WKPickerItem> items(300);
-    for (std::size_t i = 0; i < items.size(); ++i) {
-      items[i].setTitle(title + " " + std::to_string(i));
-      items[i].setCaption(items[i].title());
-      items[i].setContentImage(WKImage::imageWithImage(test::picture(4, 4, static_cast<std::uint32_t>(i))));
-    }
+    for (WKPickerItem& item : items) item.setTitle(title);
     picker_.setItems(std::move(items));
     publisher_.markChanged();
   }
   json::object screen() {
     ++asked_;
-    const auto imageId = [](const ImageSource& source) {
-      return source.image ? std::to_string(source.image->digest) : "";
-    };
-    return {{"identifier", "Stations"}, {"tree", treeJson(picker_, imageId)}};
+    return {{"identifier", "Stations"}, {"tree", treeJson(picker_, [](const auto&) { return ""; })}};
   }
   json::value publish() {
     sent_.clear();
@@ -53,8 +41,7 @@ class PublisherTest : public testing::Test {
 };
 
 TEST_F(PublisherTest, SendsNothingWhenWhatWasRebuiltIsTheSame) {
-  const json::value first = json::parse(publisher_.greeting()).at("screen");
-  EXPECT_EQ(first.at("version"), 1);
+  EXPECT_EQ(json::parse(publisher_.greeting()).at_pointer("/screen/version"), 1);
   fill("Station");
   EXPECT_TRUE(publish().is_null());
   picker_.setSelectedItemIndex(7);
@@ -108,56 +95,21 @@ TEST(TreeJson, SaysWhatIsThereAndLeavesOutWhatIsNot) {
         {"id":"0.2/0.0","kind":"picker","items":[],"selected":0,"enabled":true,"focused":false}]}}]}]})"));
 }
 
-/// What a display does with a patch.
-void apply(json::value& document, const json::array& patch) {
-  for (const json::value& operation : patch) {
-    const std::string path(operation.at("path").as_string());
-    const auto& op = operation.at("op").as_string();
-    if (op == "replace") {
-      document.at_pointer(path) = operation.at("value");
-      continue;
-    }
-    const std::size_t slash = path.rfind('/');
-    json::value& parent = document.at_pointer(path.substr(0, slash));
-    const std::string key = path.substr(slash + 1);
-    if (auto* const list = parent.if_array()) {
-      if (op == "add") list->push_back(operation.at("value"));
-      ASSERT_EQ(key, std::to_string(list->size() - 1)) << "both at the end";
-      if (op == "remove") list->pop_back();
-    } else {
-      const std::string name = replacingAll(replacingAll(key, "~1", "/"), "~0", "~");
-      ASSERT_EQ(parent.as_object().erase(name), op == "remove" ? 1U : 0U);
-      if (op == "add") parent.as_object()[name] = operation.at("value");
-    }
-  }
-}
-
-json::value randomTree(std::mt19937& dice, int depth) {
-  const auto kind = dice() % (depth > 0 ? 6U : 4U);
-  if (kind == 0) return nullptr;
-  if (kind == 1) return dice() % 3 == 0;
-  if (kind == 2) return static_cast<int>(dice() % 4);
-  if (kind == 3) return json::string("text" + std::to_string(dice() % 3));
-  if (kind == 4) {
-    json::array list;
-    for (auto i = dice() % 5; i > 0; --i) list.push_back(randomTree(dice, depth - 1));
-    return list;
-  }
-  json::object members;
-  for (auto i = dice() % 5; i > 0; --i) {
-    members[std::string("k/~") + std::to_string(dice() % 6)] = randomTree(dice, depth - 1);
-  }
-  return members;
-}
-
-TEST(JsonPatch, TurnsAnyTreeIntoAnyOther) {
-  for (unsigned seed = 0; seed < 2000; ++seed) {
-    std::mt19937 dice(seed);
-    json::value document = randomTree(dice, 4);
-    const json::value target = randomTree(dice, 4);
-    apply(document, jsonPatch(document, target));
-    ASSERT_EQ(document, target) << "seed " << seed;
-    ASSERT_TRUE(jsonPatch(document, target).empty()) << "seed " << seed;
+TEST(JsonPatch, RemovesAddsAndReplaces) {
+  const char* const cases[][3] = {
+      {R"({"a":[1,{"b":2}]})", R"({"a":[1,{"b":2}]})", "[]"},
+      {R"({"~/":1,"a":1,"b":1})", R"({"a":{"/~":2},"b":1,"/":null})",
+       R"([{"op":"remove","path":"/~0~1"},{"op":"replace","path":"/a","value":{"/~":2}},
+           {"op":"add","path":"/~1","value":null}])"},
+      {"[1,2,[3],4]", "[1,[5]]",
+       R"([{"op":"remove","path":"/3"},{"op":"remove","path":"/2"},{"op":"replace","path":"/1","value":[5]}])"},
+      {R"([[{"~1":3}]])", R"([[{"~1":4},5,{}],6])",
+       R"([{"op":"replace","path":"/0/0/~01","value":4},{"op":"add","path":"/0/1","value":5},
+           {"op":"add","path":"/0/2","value":{}},{"op":"add","path":"/1","value":6}])"},
+      {"[1]", "{}", R"([{"op":"replace","path":"","value":{}}])"},
+  };
+  for (const auto& [from, to, patch] : cases) {
+    EXPECT_EQ(json::value(jsonPatch(json::parse(from), json::parse(to))), json::parse(patch)) << from;
   }
 }
 

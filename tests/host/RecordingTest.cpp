@@ -172,7 +172,6 @@ TEST_F(Recording, EndsBeforeHalfALineAndSaysWhichLineIsWrong) {
            {"[1]", "no JSON object"},
            {R"({"at":0,"event":"dance"})", "no such event"},
            {R"({"at":-1,"event":"activation"})", "at is no number"},
-           {R"({"at":0,"event":"activation","code":7005})", "description is missing"},
            {R"({"at":0,"event":"state","reachable":true})", "locked is missing"},
            {R"({"at":0,"event":"message_data","id":1,"data":"*"})", "data is not base 64"},
            {R"({"at":0,"event":"context","body":{"t":"int","v":"1"}})", "body is no dictionary"}}) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <filesystem>
+
+#include "host/AtomicFile.h"
 #include "host/ControllerRegistry.h"
 #include "host/LayoutReader.h"
 #include "host/Navigation.h"
@@ -8,6 +11,7 @@
 #include "platform/WKInterfaceLabel.h"
 #include "platform/WKInterfacePicker.h"
 #include "platform/WKInterfaceTable.h"
+#include "support/Pictures.h"
 #include "support/World.h"
 
 namespace tunevale::test {
@@ -52,9 +56,6 @@ class StubScreen : public WKInterfaceController {
   void willActivate() override { note("active"); }
   void willDisappear() override { note("disappear"); }
   void didDeactivate() override { note("inactive"); }
-  void tableDidSelectRowAtIndex(WKInterfaceTable&, std::size_t row) override {
-    note("select " + std::to_string(row));
-  }
   std::optional<PlistValue> contextForSegueWithIdentifier(std::string_view identifier) override {
     return identifier == "AlertSegue" ? std::optional<PlistValue>("alert") : std::nullopt;
   }
@@ -112,7 +113,13 @@ inline void addStubs(host::ControllerRegistry& registry) {
 /// A folder with the layout's images (1 by 1 pixel).
 class LayoutFolder {
  public:
-  LayoutFolder();
+  LayoutFolder() {
+    std::filesystem::create_directory(imageFolder());
+    for (const char* name : {"dot", "spin0", "spin1"}) {
+      host::writeFileAtomically(pngPicture(1, 1), imageFolder() + "/" + name + ".png");
+    }
+    host::writeFileAtomically(asBytes(stubLayout()), layoutPath());
+  }
   std::string layoutPath() const { return folder_.path("Interface.xml"); }
   std::string imageFolder() const { return folder_.path("images"); }
   host::InterfaceLayout read(const std::string& text, const host::ControllerRegistry& registry) const {

@@ -1,10 +1,7 @@
 #include <clocale>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include "host/FileDescriptor.h"
 #include "host/Logs.h"
 #include "host/UnicodeCase.h"
 
@@ -54,21 +51,6 @@ TEST(Log, EscapesWhatCouldForgeALineOrDriveATerminalAndCutsBetweenCharacters) {
   const std::string longLine = std::string(8191, 'x') + "é" + std::string(100, 'y');
   EXPECT_EQ(loggableLine(longLine), std::string(8191, 'x') + "…");
   EXPECT_EQ(loggableLine(std::string(8192, 'x')), std::string(8192, 'x'));
-}
-
-TEST(StderrLog, WritesALineAtOnce) {
-  int ends[2];
-  ASSERT_EQ(::pipe2(ends, O_DIRECT | O_NONBLOCK | O_CLOEXEC), 0);  // a read gives what one write gave
-  const FileDescriptor out(ends[0]), in(ends[1]);
-  StderrLog log(in.get());
-  log.write("Receiving File:a\nb");
-  log.write("");
-  std::string lines;
-  char buffer[256];
-  for (ssize_t got = 0; (got = ::read(out.get(), buffer, sizeof buffer)) > 0;) {
-    lines.append(buffer, static_cast<std::size_t>(got)).append("|");
-  }
-  EXPECT_EQ(lines, "Receiving File:a\\nb\n|\n|");
 }
 
 }  // namespace

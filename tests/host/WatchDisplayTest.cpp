@@ -97,27 +97,6 @@ TEST_F(WatchDisplayTest, WaitsForThePhoneBeforeItAnswers) {
   EXPECT_EQ(json::parse(http::bodyOf(answer.get())).at("phone").at("activated"), true);
 }
 
-TEST_F(WatchDisplayTest, TellsWhatThePhoneBecomes) {
-  http::TestWebSocket live(port(), "/api/live");
-  live.read();
-  loop_.async([this] {
-    phone_.setActivationState(ActivationState::activated);
-    display_->phoneStateDidChange();
-  });
-  EXPECT_EQ(json::parse(live.read()).at_pointer("/patch/0"),
-            json::parse(R"({"op":"replace","path":"/phone/activated","value":true})"));
-}
-
-TEST_F(WatchDisplayTest, ShowsTheFaceInTheBackground) {
-  post(R"({"foreground":false})");
-  const json::value state = screen();
-  EXPECT_EQ(state.at("foreground"), false);
-  EXPECT_EQ(state.at("face"), json::parse(R"({"complication":{"directions":3,"entry":null,"privacy":0}})"));
-  EXPECT_EQ(state.at("identifier"), "Home");
-  EXPECT_EQ(http::statusOf(post(R"({"tap":"button"})")), 409);
-  EXPECT_TRUE(json::parse(http::bodyOf(post(R"({"foreground":true})"))).at("face").is_null());
-}
-
 TEST_F(WatchDisplayTest, ServesThePicturesAndNothingElse) {
   const std::string dot = get("/api/image/dot");
   EXPECT_NE(dot.find("Content-Type: image/png"), std::string::npos);
