@@ -1,13 +1,12 @@
 // Whatever comes as inputs, one a line, is done or refused with a reason.
-#include "fuzz/StubWorld.h"
 #include "host/InputHandler.h"
+#include "host/StubScreens.h"
 
 using namespace tunevale;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static test::StubWorld world;
-  static const host::InterfaceLayout layout = world.folder.read(test::stubLayout(), world.registry);
-  host::Navigation navigation(layout, world.registry, world.platform.sharedExtension, [] {});
+  static test::StubWorld stub;
+  host::Navigation navigation(stub.layout, stub.registry, stub.world.platform.sharedExtension, [] {});
   navigation.start();
   host::InputHandler inputs(navigation);
   std::string_view lines(reinterpret_cast<const char*>(data), size);
@@ -17,6 +16,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if ((outcome.kind == host::InputOutcome::Kind::done) != outcome.why.empty()) std::abort();
     lines.remove_prefix(end == std::string_view::npos ? lines.size() : end + 1);
   }
-  world.log.clear();
+  stub.world.log.clear();
   return 0;
 }
