@@ -21,7 +21,7 @@ const title = (page) => page.locator(`${TOP} .title`);
 
 test('from the chart to a song that plays; what was downloaded loses its button, a refusal says why', async ({ page, phone }) => {
   await phone.do('cached', { remove: ['eng003'] });
-  await page.getByRole('button', { name: 'Weekly Top 15' }).click();
+  await page.getByRole('button', { name: 'Weekly Top 15', exact: true }).click();
   await page.getByText('English  •  15 songs').waitFor();
   const rows = page.locator(`${TOP} .table-row`);
   assert.equal(await rows.count(), 15);
@@ -52,7 +52,7 @@ test('from the chart to a song that plays; what was downloaded loses its button,
   await page.getByRole('button', { name: /^Back/ }).click();
   await page.getByText('English  •  15 songs').waitFor();
   await page.keyboard.press('Escape');
-  await page.getByRole('button', { name: 'Weekly Top 15' }).click();
+  await page.getByRole('button', { name: 'Weekly Top 15', exact: true }).click();
   await download.waitFor({ state: 'hidden' });
 });
 
@@ -126,6 +126,6 @@ test('a watch that went away is missed, and shown as it is when it returns', asy
   here.watch = await Watch.start(here.home, { display: watch.display, link: watch.link });
   await page.getByText('The watch does not answer').waitFor({ state: 'hidden' });
   await page.getByText('Phone connected').waitFor();
-  await page.getByRole('button', { name: 'Weekly Top 15' }).click();
+  await page.getByRole('button', { name: 'Weekly Top 15', exact: true }).click();
   await page.getByText('15 songs').waitFor();
 });
