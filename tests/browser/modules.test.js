@@ -6,7 +6,6 @@ import { follow } from '../../web/common/connection.js';
 import { applyPatch } from '../../web/common/patch.js';
 import { contrast, inkFor, over, scrimFor } from '../../web/contrast.js';
 import { backLabel, focusedPicker } from '../../web/screen.js';
-import { Trail } from '../../web/trail.js';
 
 test('a patch changes what it names and shares the rest', () => {
   const before = { a: { x: 1 }, list: [{ n: 1 }, { n: 2 }, { n: 3 }], 'odd/key~': 1, '~1': 2 };
@@ -118,18 +117,4 @@ test('the crown belongs to the picker that has it, if a person can reach it', ()
   for (const tree of [inside({ ...picker, enabled: false }), inside(picker, { hidden: true }), inside({ kind: 'picker' })]) {
     assert.equal(focusedPicker(tree), null);
   }
-});
-
-test('the trail knows from where a screen comes', () => {
-  const trail = new Trail();
-  const push = { presentation: 'push' };
-  const root = { presentation: 'root' };
-  const page = (index) => ({ presentation: 'modal', pages: { index } });
-  const go = (...moves) => { for (const [key, how, move] of moves) assert.equal(trail.go(key, how), move, key); };
-  go(['home', root, null]);
-  trail.at.scrollTop = 12;
-  go(['list', push, 'forward'], ['player', push, 'forward'], ['list', push, 'back'], ['home', root, 'back']);
-  assert.equal(trail.at.scrollTop, 12);
-  go(['radio 0', page(0), 'up'], ['radio 1', page(1), 'right'], ['picker', push, 'forward'], ['radio 1', page(1), 'back'],
-     ['radio 0', page(0), 'left']);
 });

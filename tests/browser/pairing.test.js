@@ -13,11 +13,9 @@ const button = (name) => dialog().getByRole('button', { name, exact: true });
 const code = () => here.page.locator('#pairing-code').innerText();
 const pairing = async () => (await here.watch.screen()).pairing;
 
-test('a watch without a phone says so, offers a QR code, and takes nobody before', async ({ page, watch }) => {
+test('a watch without a phone says so, and offers a QR code', async ({ page, watch }) => {
   await page.getByText('No phone paired').waitFor();
   assert.equal((await watch.screen()).phone.activated, false);
-  const early = await startPhone('early', { pairing: watch.link });
-  await eventually(() => early.log.some((line) => /^Pairing failed: /.test(line)), 'the phone is sent away');
   await page.getByRole('button', { name: 'Pair a phone' }).click();
   await button('Pair a phone').click();
   const picture = dialog().locator('img.qr');
@@ -25,7 +23,6 @@ test('a watch without a phone says so, offers a QR code, and takes nobody before
   assert.ok(await picture.evaluate(async (image) => { await image.decode(); return image.naturalWidth; }) > 0);
   assert.match(await dialog().locator('.left').innerText(), /^[12]:\d\d$/);
   assert.match(await picture.getAttribute('alt'), /tunevale-pair:\/\/127\.0\.0\.1:\d+\?key=[0-9a-f]{64}&token=[0-9a-f]{32}$/);
-  await early.stop();
 });
 
 test('two people who see the same code and say yes have paired, once the later one has', async ({ page, watch }) => {
