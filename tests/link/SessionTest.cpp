@@ -368,7 +368,6 @@ TEST(Connector, WaitsLongerWithEveryFailureAndForgetsThemInHealth) {
       timing);
   connector.start();
   world.strand.advance(60s);
-  EXPECT_GE(dials.size(), 30U);
   EXPECT_LE(dials.size(), 200U);
   Duration longest{};
   for (std::size_t i = 1; i < dials.size(); ++i) longest = std::max(longest, dials[i] - dials[i - 1]);

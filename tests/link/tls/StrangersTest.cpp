@@ -242,7 +242,6 @@ TEST(FaultTable, F11ACrowdThatOnlySits) {
   Crowd crowd{placeOf(world.listener), {}};
   for (int i = 0; i < 200; ++i) crowd.sockets.emplace_back(world.loop.context());
   std::size_t most = 0;
-  std::chrono::milliseconds slowest{};
   for (std::size_t round = 1; round <= 5; ++round) {
     const auto from = Clock::now();
     Clock::time_point pressed{};
@@ -254,9 +253,7 @@ TEST(FaultTable, F11ACrowdThatOnlySits) {
       most = std::max(most, world.listener.handshakes());
     });
     ASSERT_TRUE(phone && world.until([&] { return world.accepted.size() == round; }));
-    const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - from);
-    slowest = std::max(slowest, took);
-    EXPECT_LT(took, 2s);
+    EXPECT_LT(Clock::now() - from, 2s);
   }
   const long grown = residentKiB() - before;
   EXPECT_LE(most, kMostHandshakes);
@@ -264,8 +261,8 @@ TEST(FaultTable, F11ACrowdThatOnlySits) {
     EXPECT_LT(grown, 20 * 1024);
   }
   FaultRow("F11") << crowd.sockets.size() << " sockets that came " << crowd.connected
-                  << " times: the phone connects within " << slowest.count() << " ms, at most " << most
-                  << " in their handshake, memory up by " << grown << " KiB";
+                  << " times: the phone connects, at most " << most << " in their handshake, memory up by "
+                  << grown << " KiB";
 }
 
 }  // namespace
