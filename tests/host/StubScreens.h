@@ -72,7 +72,8 @@ class StubScreen : public WKInterfaceController {
   void alert(const std::string& message) {
     presentAlertControllerWithTitle(
         "Title", message, WKAlertControllerStyle::alert,
-        {{"OK", WKAlertActionStyle::cancel, [this, message] { note("answered " + message); }}});
+        {{"OK", WKAlertActionStyle::cancel,
+          [&log = platform().log, line = title() + ": answered " + message] { log.write(line); }}});
   }
   void note(const std::string& what) { platform().log.write(title() + ": " + what); }
 

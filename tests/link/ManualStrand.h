@@ -21,7 +21,7 @@ class ManualStrand : public Strand {
     blocks_.emplace(key, [weak = std::weak_ptr<Block>(held)] {
       if (const auto due = weak.lock()) (*due)();
     });
-    return std::make_unique<ManualTimer>(*this, key, std::move(held));
+    return std::make_unique<ManualTimer>(*this, key, held);
   }
   Time now() const override { return now_; }
   std::uint64_t random() override { return dice_(); }
@@ -45,16 +45,12 @@ class ManualStrand : public Strand {
 
  private:
   using Key = std::pair<Time, std::uint64_t>;
-  class ManualTimer : public Timer {
-   public:
-    ManualTimer(ManualStrand& strand, Key key, std::shared_ptr<Block> block)
-        : strand_(strand), key_(key), block_(std::move(block)) {}
-    ~ManualTimer() override { strand_.blocks_.erase(key_); }
-
-   private:
-    ManualStrand& strand_;
-    const Key key_;
-    const std::shared_ptr<Block> block_;
+  struct ManualTimer : Timer {
+    ManualTimer(ManualStrand& on, Key at, std::shared_ptr<Block> held) : strand(on), key(at), block(held) {}
+    ~ManualTimer() override { strand.blocks_.erase(key); }
+    ManualStrand& strand;
+    const Key key;
+    const std::shared_ptr<Block> block;
   };
 
   Time now_{std::chrono::hours(1)};

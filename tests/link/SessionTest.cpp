@@ -18,25 +18,19 @@ struct SessionTest : testing::Test, LinkWorld {
   test::TemporaryFolder folder;
 };
 
-TEST_F(SessionTest, IsSilentButForAPing) {
+TEST_F(SessionTest, IsSilentButForAPingAndTheNewestConnectionWins) {
+  connectAndRun();
   Wire& wire = connectAndRun();
-  strand.advance(1s);
-  const std::size_t before = wire.bytesCarried();
-  strand.advance(60s);
-  EXPECT_TRUE(watch.session->state().reachable);
-  EXPECT_LE(wire.bytesCarried() - before, 13 * 2 * 2 * kFrameHeaderSize)
-      << "a ping and a pong each five seconds";
-}
-
-TEST_F(SessionTest, TheNewestConnectionWins) {
-  connectAndRun();
-  connectAndRun();
   watch.send(2);
   strand.run();
   EXPECT_EQ(watch.outcomes, Lines{"reply 2"});
   wires.front()->cut();
-  strand.run();
+  strand.advance(1s);
+  const std::size_t before = wire.bytesCarried();
+  strand.advance(60s);
   EXPECT_TRUE(watch.session->state().reachable) << "the old one's end means nothing";
+  EXPECT_LE(wire.bytesCarried() - before, 13 * 2 * 2 * kFrameHeaderSize)
+      << "a ping and a pong each five seconds";
 }
 
 TEST_F(SessionTest, StrangersDoNotKeepThePhoneOut) {
@@ -140,6 +134,7 @@ TEST_F(SessionTest, SaysItsLastWordBehindWhatIsBeingWrittenAndNothingAfterIt) {
       slow.send(static_cast<FrameType>(0x7F), 1, PlistDictionary{});
     }
     strand.run();
+    EXPECT_FALSE(watch.session->state().connected) << "however slow the other end is";
     slow.setReading(true);
     strand.run();
     EXPECT_EQ(slow.last(FrameType::reply).id, 1U);
@@ -373,7 +368,6 @@ TEST(Connector, WaitsLongerWithEveryFailureAndForgetsThemInHealth) {
       timing);
   connector.start();
   world.strand.advance(60s);
-  EXPECT_GE(dials.size(), 30U);
   EXPECT_LE(dials.size(), 200U);
   Duration longest{};
   for (std::size_t i = 1; i < dials.size(); ++i) longest = std::max(longest, dials[i] - dials[i - 1]);

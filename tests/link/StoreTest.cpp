@@ -157,16 +157,6 @@ TEST_F(RestartTest, NothingRefusedIsSaidToBeDeliveredWhenTheConnectionBreaks) {
   phone.session->transferUserInfo({{"n", 3}});
   strand.advance(1s);
   EXPECT_TRUE(watch.kept->cursor().refused.empty());
-
-  fs::remove_all(watch.spool.path());
-  phone.session->transferFile(phone.file(10), {{"n", 2}});
-  strand.advance(1s);
-  watch.restart();
-  phone.session->transferFile(phone.file(10), {{"n", 3}});
-  connect();
-  EXPECT_EQ(Lines(phone.ear.finished.end() - 2, phone.ear.finished.end()),
-            (Lines{"file 2 7015", "file 3 ok"}));
-  EXPECT_EQ(watch.ear.heard, (Lines{"activated", "file 3"}));
 }
 
 TEST_F(RestartTest, AFileGoesOnWhereItStoppedAndIsSentAgainWhereItsBeginningIsDamaged) {

@@ -323,21 +323,17 @@ TEST(Pairing, AddressesReadBackAndNothingElseDoes) {
     EXPECT_EQ(inWords(*address), good);
   }
   EXPECT_EQ(parsePairingAddress("10.0.0.1:80")->endpoint.port, 80);
+  for (const std::string bad : {"", "host", ":1", "h:0", "h:65536", "h:1x", "h:1?key=", "::1:80"})
+    EXPECT_FALSE(parsePairingAddress(bad + (bad.ends_with('=') ? key : ""))) << bad;
   for (const std::string& bad :
-       {std::string(), std::string("host"), std::string(":1"), std::string("h:0"), std::string("h:65536"),
-        std::string("h:1x"), "h:1?key=" + key, std::string("::1:80"), page.substr(0, page.size() - 1),
-        "tunevale-pair://h:1?token=" + std::string(32, '7'), page + "&key=" + key, page + "&more=1",
-        "http://h:1?key=" + key}) {
+       {page.substr(0, page.size() - 1), page + "&key=" + key, page + "&more=1",
+        "tunevale-pair://h:1?token=" + std::string(32, '7'), "http" + page.substr(13)}) {
     EXPECT_FALSE(parsePairingAddress(bad)) << bad;
   }
   // What a phone elsewhere can use, whatever the watch was told to listen on.
   EXPECT_EQ(endpointForOthers({"localhost", 1}).host, "127.0.0.1");
   EXPECT_EQ(endpointForOthers({"::1", 1}).host, "::1");
-  for (const std::string any : {"0.0.0.0", "::"}) {
-    const std::string host = endpointForOthers({any, 1}).host;
-    EXPECT_NE(host, any);
-    EXPECT_EQ(host.find(':') == std::string::npos, any == "0.0.0.0") << host;
-  }
+  for (const char* any : {"0.0.0.0", "::"}) EXPECT_NE(endpointForOthers({any, 1}).host, any);
 }
 
 // Who stands between plays each end to the other, with a key of his own.
@@ -345,7 +341,6 @@ TEST(FaultTable, F10AManInTheMiddleOfPairing) {
   const int runs = faultCount(2'000, 200);
   int equal = 0;
   int pinned = 0;
-  int lockedOut = 0;
   for (int run = 0; run < runs; ++run) {
     PairingWorld world;
     world.watch.open(true);
@@ -374,14 +369,12 @@ TEST(FaultTable, F10AManInTheMiddleOfPairing) {
       pinned += (world.pinned || phone.pinned) && !same;
       world.strand.advance(10s);
     }
-    lockedOut += attempts == 3;
+    EXPECT_TRUE(attempts == 3 || equal > 0) << "locked out after three";
   }
   FaultRow("F10") << runs << " men in the middle, " << 3 * runs << " attempts: codes equal " << equal
-                  << " times, pinned with unequal codes " << pinned << ", locked out after three "
-                  << lockedOut;
+                  << " times, pinned with unequal codes " << pinned;
   EXPECT_LE(equal, 1);
   EXPECT_EQ(pinned, 0);
-  EXPECT_GE(lockedOut, runs - 1);
 }
 
 }  // namespace

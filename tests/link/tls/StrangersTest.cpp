@@ -102,13 +102,6 @@ auto turned(TlsWorld& world, Talk talk) {
   return result.get();
 }
 
-unsigned offerNoCertificate(SSL* /*ssl*/, const char* /*hint*/, char* identity, unsigned most,
-                            unsigned char* psk, unsigned mostKey) {
-  std::snprintf(identity, most, "a phone");
-  std::fill_n(psk, std::min(mostKey, 32U), static_cast<unsigned char>(7));
-  return std::min(mostKey, 32U);
-}
-
 TEST(FaultTable, F9NobodyButThePairedPhone) {
   TlsWorld world;
   const Identity stranger = Identity::temporary();
@@ -121,18 +114,19 @@ TEST(FaultTable, F9NobodyButThePairedPhone) {
     return [=](RawClient& client) { return client.sendPlain(bytes), 0; };
   };
   const auto tls12 = [](SSL_CTX& context) { SSL_CTX_set_max_proto_version(&context, TLS1_2_VERSION); };
-  const auto withKey = [](SSL_CTX& context) {
-    SSL_CTX_set_psk_client_callback(&context, offerNoCertificate);
-  };
   const auto chain = [&](SSL_CTX& context) {
     SSL_CTX_add_extra_chain_cert(&context, X509_dup(stranger.keys().certificate.get()));
   };
+  X509* const expired = world.phone.keys().certificate.get();
+  X509_gmtime_adj(X509_getm_notAfter(expired), -1000);
+  ASSERT_GT(X509_sign(expired, world.phone.keys().key.get(), EVP_sha256()), 0);
   const std::string recorded = turned(world, [&] {
     RawClient client(world.listener);
     EXPECT_EQ(client.hello(&world.phone, session), 0);
     return client.sent;
   });
-  ASSERT_TRUE(world.until([&] { return world.accepted.size() == 1; })) << "the paired phone gets through";
+  ASSERT_TRUE(world.until([&] { return world.accepted.size() == 1; }))
+      << "the pinned key counts, and nothing else";
   ASSERT_GT(recorded.size(), 500U);
   struct Case {
     const char* name;
@@ -147,7 +141,6 @@ TEST(FaultTable, F9NobodyButThePairedPhone) {
       {"pairing while it is closed", speaks(&stranger, kPairingProtocol)},
       {"plain text", says("GET / HTTP/1.1\r\nHost: a\r\n\r\n")},
       {"a plain frame", says(std::string("\0\0\0\0\4\1\0\0\0\0\0\0\0\0\0\0", 16))},
-      {"a pre-shared key and no certificate", speaks(nullptr, session, withKey)},
       {"replayed bytes", says(recorded)},
       {"the watch's own key", speaks(&world.watch, session)},
       {"a chain of two certificates", speaks(&world.phone, session, chain)},
@@ -155,8 +148,6 @@ TEST(FaultTable, F9NobodyButThePairedPhone) {
       {"more than 8 KiB of handshake",
        says(std::string("\x16\x03\x01\x40\x00\x01\x00\xff\xff", 9) + std::string(20'000, 'x'))},
   };
-  std::size_t all = 0;
-  std::chrono::milliseconds slowest{};
   for (const Case& one : cases) {
     SCOPED_TRACE(one.name);
     const auto from = Clock::now();
@@ -165,19 +156,15 @@ TEST(FaultTable, F9NobodyButThePairedPhone) {
       const int ended = one.speak(client);
       return std::pair(ended, client.readToEnd());
     });
-    const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - from);
-    slowest = std::max(slowest, took);
+    EXPECT_LT(Clock::now() - from, 1s);
     EXPECT_EQ(said, 0U) << "it was closed, without a byte";
-    all += said.value_or(0);
     if (std::string_view(one.name).ends_with("ALPN")) {
       EXPECT_EQ(alert, 120) << "no application protocol, though the key is right";
     }
-    EXPECT_LT(took, 1s);
   }
   EXPECT_EQ(world.accepted.size(), 1U) << "nobody else was handed over";
   FaultRow("F9") << std::size(cases) << " kinds of strangers: " << world.accepted.size() - 1
-                 << " handed over, " << all << " application bytes, closed within " << slowest.count()
-                 << " ms";
+                 << " handed over";
 }
 
 TEST(Strangers, WhoTakesTooLongIsClosed) {
@@ -188,16 +175,6 @@ TEST(Strangers, WhoTakesTooLongIsClosed) {
   EXPECT_GE(Clock::now() - from, 60ms);
   EXPECT_EQ(world.watchRefused.front().why, Refusal::tooSlow);
   EXPECT_EQ(idle.readToEnd(), 0U);
-  EXPECT_EQ(Timing{}.tls, 5s);
-}
-
-TEST(Strangers, AnExpiredCertificateThatIsPinnedConnects) {
-  TlsWorld world;
-  X509* const certificate = world.phone.keys().certificate.get();
-  X509_gmtime_adj(X509_getm_notAfter(certificate), -1000);
-  ASSERT_GT(X509_sign(certificate, world.phone.keys().key.get(), EVP_sha256()), 0);
-  ASSERT_TRUE(world.dial(world.phone));
-  EXPECT_TRUE(world.until([&] { return world.accepted.size() == 1; }));
 }
 
 TEST(Identity, StaysAndStaysPrivate) {
@@ -229,10 +206,8 @@ TEST(Identity, StaysAndStaysPrivate) {
 }
 
 long residentKiB() {
-  std::ifstream statm("/proc/self/statm");
-  long total = 0;
-  long resident = 0;
-  statm >> total >> resident;
+  long total = 0, resident = 0;
+  std::ifstream("/proc/self/statm") >> total >> resident;
   return resident * (::sysconf(_SC_PAGESIZE) / 1024);
 }
 
@@ -267,7 +242,6 @@ TEST(FaultTable, F11ACrowdThatOnlySits) {
   Crowd crowd{placeOf(world.listener), {}};
   for (int i = 0; i < 200; ++i) crowd.sockets.emplace_back(world.loop.context());
   std::size_t most = 0;
-  std::chrono::milliseconds slowest{};
   for (std::size_t round = 1; round <= 5; ++round) {
     const auto from = Clock::now();
     Clock::time_point pressed{};
@@ -279,9 +253,7 @@ TEST(FaultTable, F11ACrowdThatOnlySits) {
       most = std::max(most, world.listener.handshakes());
     });
     ASSERT_TRUE(phone && world.until([&] { return world.accepted.size() == round; }));
-    const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - from);
-    slowest = std::max(slowest, took);
-    EXPECT_LT(took, 2s);
+    EXPECT_LT(Clock::now() - from, 2s);
   }
   const long grown = residentKiB() - before;
   EXPECT_LE(most, kMostHandshakes);
@@ -289,8 +261,8 @@ TEST(FaultTable, F11ACrowdThatOnlySits) {
     EXPECT_LT(grown, 20 * 1024);
   }
   FaultRow("F11") << crowd.sockets.size() << " sockets that came " << crowd.connected
-                  << " times: the phone connects within " << slowest.count() << " ms, at most " << most
-                  << " in their handshake, memory up by " << grown << " KiB";
+                  << " times: the phone connects, at most " << most << " in their handshake, memory up by "
+                  << grown << " KiB";
 }
 
 }  // namespace

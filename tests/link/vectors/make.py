@@ -41,6 +41,10 @@ def frame(name, number=0, body=None, flags=1):
             "body": None if body is None else keyed.tagged(body), "hex": bytes_.hex()}
 
 
+def said(by, name, **body):
+    return {"from": by, **frame(name, body=body or None)}
+
+
 def sha(*parts):
     return hashlib.sha256(b"".join(parts)).digest()
 
@@ -49,19 +53,13 @@ def mac(key, *parts):
     return hmac.new(key, b"".join(parts), hashlib.sha256).digest()
 
 
-def certificate(name):
-    path = HERE / f"{name}.pem"
-    if not path.exists():
-        subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes",
-                        "-keyout", "/dev/null", "-out", path, "-days", "1", "-subj", f"/CN={name}"],
-                       check=True, capture_output=True)
-    key = subprocess.run(["openssl", "x509", "-in", path, "-noout", "-pubkey"], check=True, capture_output=True).stdout
-    return path.read_text(), base64.b64decode(b"".join(key.splitlines()[1:-1]))
+def public_key(name):
+    key = subprocess.check_output(["openssl", "x509", "-in", HERE / f"{name}.pem", "-noout", "-pubkey"])
+    return base64.b64decode(b"".join(key.splitlines()[1:-1]))
 
 
 def pairing():
-    phone_pem, phone_key = certificate("phone")
-    watch_pem, watch_key = certificate("watch")
+    phone_key, watch_key = public_key("phone"), public_key("watch")
     f_p, f_w = sha(phone_key), sha(watch_key)
     k, n_p, n_w = bytes(range(0x00, 0x20)), bytes(range(0x20, 0x40)), bytes(range(0x40, 0x60))
     token = bytes(range(0x60, 0x70))
@@ -78,19 +76,13 @@ def pairing():
         "tokenProof": {role: proof.hex() for role, proof in tokens.items()},
         "address": f"tunevale-pair://127.0.0.1:8421?key={f_w.hex()}&token={token.hex()}",
         "byCode": [
-            {"from": "phone", **frame("PAIR_COMMIT", body={"commit": commit})},
-            {"from": "watch", **frame("PAIR_NONCE", body={"nonce": n_w})},
-            {"from": "phone", **frame("PAIR_REVEAL", body={"nonce": n_p})},
-            {"from": "phone", **frame("PAIR_PROOF", body={"proof": proofs["phone"]})},
-            {"from": "watch", **frame("PAIR_PROOF", body={"proof": proofs["watch"]})},
-            {"from": "watch", **frame("PAIR_DONE")},
-            {"from": "phone", **frame("PAIR_DONE")},
+            said("phone", "PAIR_COMMIT", commit=commit), said("watch", "PAIR_NONCE", nonce=n_w),
+            said("phone", "PAIR_REVEAL", nonce=n_p), said("phone", "PAIR_PROOF", proof=proofs["phone"]),
+            said("watch", "PAIR_PROOF", proof=proofs["watch"]), said("watch", "PAIR_DONE"), said("phone", "PAIR_DONE"),
         ],
         "byToken": [
-            {"from": "phone", **frame("PAIR_TOKEN", body={"proof": tokens["phone"]})},
-            {"from": "watch", **frame("PAIR_TOKEN", body={"proof": tokens["watch"]})},
-            {"from": "watch", **frame("PAIR_DONE")},
-            {"from": "phone", **frame("PAIR_DONE")},
+            said("phone", "PAIR_TOKEN", proof=tokens["phone"]), said("watch", "PAIR_TOKEN", proof=tokens["watch"]),
+            said("watch", "PAIR_DONE"), said("phone", "PAIR_DONE"),
         ],
         "refused": frame("PAIR_FAIL", body={"reason": "the code is another"}),
     }
@@ -143,9 +135,5 @@ def archives():
             for name, value in values.items()]
 
 
-def main():
-    for name, content in {"pairing": pairing(), "frames": frames(), "archives": archives()}.items():
-        (HERE / f"{name}.json").write_text(json.dumps(content, ensure_ascii=False, indent=1) + "\n")
-
-
-main()
+for name, content in {"pairing": pairing(), "frames": frames(), "archives": archives()}.items():
+    (HERE / f"{name}.json").write_text(json.dumps(content, ensure_ascii=False, indent=1) + "\n")
