@@ -19,13 +19,13 @@ namespace tunevale::test {
 
 using Trace = std::vector<std::string>;
 
-/// The real defaults, which also tell the order of what is stored; and a disk that may be full.
+/// The real defaults, which also tell the order of what is stored; and may refuse it, or their disk be full.
 struct TracedDefaults : UserDefaults {
   TracedDefaults(UserDefaults& real, Trace& trace) : real_(real), trace_(trace) {}
   std::optional<PlistValue> objectForKey(std::string_view key) override { return real_.objectForKey(key); }
   bool setObject(std::optional<PlistValue> value, std::string_view key) override {
     trace_.push_back((value ? "store " : "remove ") + std::string(key));
-    return real_.setObject(std::move(value), key);
+    return takesIt && real_.setObject(std::move(value), key);
   }
   void synchronize() override { real_.synchronize(); }
   bool synchronizeAndWait() override {
@@ -33,7 +33,7 @@ struct TracedDefaults : UserDefaults {
     return real_.synchronizeAndWait() && diskTakesIt;
   }
 
-  bool diskTakesIt = true;
+  bool takesIt = true, diskTakesIt = true;
   UserDefaults& real_;
   Trace& trace_;
 };

@@ -34,7 +34,7 @@ constexpr const char* kRadioPosted = "post tunevaleWatch.radio.fetchedImage";
 constexpr const char* kPlaylistPosted = "post tunevaleWatch.playlist.fetchedImage";
 constexpr const char* kImagePosted = "post tunevaleWatch.player.nowplayingchange.image";
 
-TEST_F(ReceivedFiles, TheFirstImageOfANameStays) {
+TEST_F(ReceivedFiles, TheFirstImageOfANameStaysUntilAPurge) {
   deliver(pngPicture(4, 4, 1), kTopHits);
   deliver(pngPicture(4, 4, 1), kTop);
   EXPECT_EQ(settledTrace(), (Trace{kPlaylistPosted, kRadioPosted, kRadioPosted}));
@@ -46,6 +46,15 @@ TEST_F(ReceivedFiles, TheFirstImageOfANameStays) {
   EXPECT_EQ(contents("Top_Hits_image.png"), first);
   EXPECT_EQ(radio().getTotalCacheCount(), 2);
   EXPECT_EQ(lines(), Trace{});
+
+  for (int i = 0; i < 2; ++i) delegate.purgeCache();
+  EXPECT_EQ(settledTrace(), Trace(2, "send watch_purged_cache"));
+  EXPECT_EQ(radio().getTotalCacheCount(), 0);
+  const Trace failed = lines();
+  ASSERT_EQ(failed.size(), 1U);
+  EXPECT_TRUE(failed[0].starts_with("Unable to purge image cache : "));
+  deliver(pngPicture(2, 2, 2), kTop);
+  EXPECT_EQ(contents("top.png"), pngPicture(2, 2, 2));
 }
 
 TEST_F(ReceivedFiles, UnmarkedFilesAreTheNowPlayingArtworkAndMarkedOnesNeedAName) {
@@ -104,20 +113,6 @@ TEST_F(ReceivedFiles, WhatIsNotThereOrCannotBeWrittenIsLoggedAndTheLatterAnnounc
   EXPECT_EQ(radio().getTotalCacheCount(), 0);
 }
 
-TEST_F(ReceivedFiles, APurgeEmptiesTheCacheAndTellsThePhone) {
-  deliver(pngPicture(2, 2, 1), kTop);
-  settle();
-  delegate.purgeCache();
-  EXPECT_EQ(lines(), Trace{});
-  EXPECT_FALSE(exists(directory()));
-  EXPECT_EQ(radio().getTotalCacheCount(), 0);
-  delegate.purgeCache();
-  EXPECT_TRUE(world.log.lines().back().starts_with("Unable to purge image cache : "));
-  EXPECT_EQ(phone.sentMessages(), std::vector<PlistDictionary>(2, {{"request", "watch_purged_cache"}}));
-  deliver(pngPicture(2, 2, 2), kTop);
-  EXPECT_EQ(contents("top.png"), pngPicture(2, 2, 2));
-}
-
 TEST_F(ReceivedFiles, TheCacheKeepsFilesWithinItsLimitAndPicturesAsTheyAreShown) {
   ASSERT_FALSE(platform.fileManager.createDirectoryAtPath(directory()));
   ASSERT_FALSE(platform.fileManager.writeAtomically({}, cached("Top_Hits_image.png")));
@@ -147,21 +142,16 @@ TEST_F(ReceivedFiles, ADownloadIsAskedForAndItsAnswerShown) {
     delegate.downloadSong(song, *screen);
     phone.reply(phone.lastMessage(), reply);
   }
+  delegate.downloadSong(song, *screen);
+  phone.fail(phone.lastMessage(), {7007, "not there"});
+  phone.finishUserInfoTransfer({}, SessionError{7014, "cut"});
   EXPECT_EQ(phone.sentMessages().front(), (PlistDictionary{{"request", "downloadSong"}, {"data", song}}));
   const std::weak_ptr<ProbeScreen> left = std::exchange(screen, nullptr);
   EXPECT_FALSE(left.expired());
   settle();
   EXPECT_TRUE(left.expired());
   EXPECT_EQ(host.take(), (Trace{alert("Downloading"), alert(""), alert("")}));
-
-  screen = ProbeScreen::shownBy(host, platform);
-  delegate.downloadSong(song, *screen);
-  phone.fail(phone.lastMessage(), {7007, "not there"});
-  phone.finishUserInfoTransfer({}, std::nullopt);
-  phone.finishUserInfoTransfer({}, SessionError{7014, "cut"});
-  settle();
   EXPECT_EQ(lines(), (Trace{"Error:cut", "Error handling message: not there"}));
-  EXPECT_TRUE(host.take().empty());
 }
 
 }  // namespace

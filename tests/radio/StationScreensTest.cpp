@@ -25,18 +25,6 @@ PlistDictionary stationContext(const PlistArray& stations, const char* type = "f
   return {{"dataSource", stations}, {"type", type}};
 }
 
-/// A value of each kind as a station and as each of a station's fields, and far more of them than fit.
-PlistArray oddStations() {
-  PlistArray stations;
-  for (const PlistValue& odd : oneOfEachKind()) {
-    stations.append(odd);
-    stations.append(PlistDictionary{{"title", odd}, {"more_info", odd}});
-    stations.append(PlistDictionary{{"more_info", PlistDictionary{{"color", odd}, {"language", odd}}}});
-  }
-  while (stations.size() < 5000) stations.append(PlistDictionary{{"title", "../../secret"}});
-  return stations;
-}
-
 using List = ShownScreen<RadioHomeInterfaceController, RadioRowController>;
 
 struct StationList : ScreenTest {
@@ -57,11 +45,8 @@ TEST_F(StationList, FeaturedStationsHaveTheirColoursAndRebuildUntilTheFirstDeact
   list.awake(stationContext(given));
   EXPECT_EQ(list->title(), "< Featured");
   ASSERT_EQ(rowCount(list), 2U);
-  EXPECT_EQ(list->radioTable->rows()[0].type, "RadioRow");
   EXPECT_EQ(row(0)->radioLanguage->text(), "Old Hindi");
   EXPECT_EQ(row(0)->radioBackgroundGroup->backgroundColor(), Color::ofBytes(255, 128, 0, 0.8F));
-  EXPECT_EQ(row(0)->radioBackgroundGroup->backgroundImage(), ImageSource());
-  EXPECT_EQ(row(0)->radioImage->image(), ImageSource());
   EXPECT_EQ(row(1)->radioLanguage->text(), "");
   EXPECT_EQ(row(1)->radioBackgroundGroup->backgroundColor(), Color::blackColor());
   EXPECT_EQ(list->contextForSegueWithIdentifier("RadioPickerSegue"), PlistValue(stationContext(given)));
@@ -108,16 +93,13 @@ TEST_F(StationList, AnArtistGoesWithoutNullsAFeaturedStationAsItCame) {
   const PlistDictionary asItCame{{"image", PlistValue()}, {"more_info", info}};
   const PlistDictionary cleaned{{"image", PlistValue()},
                                 {"more_info", PlistDictionary{{"color", "#FF8000"}}}};
-  const PlistDictionary text{{"more_info", "text"}};
   for (const char* type : {"artist", "featured"}) {
     List screen{world.platform, host};
-    screen.awake(stationContext({asItCame, text}, type));
-    for (const std::size_t i : {0U, 1U}) {
-      screen->tableDidSelectRowAtIndex(*screen->radioTable, i);
-      const PlistDictionary& sent = i == 1 ? text : type[0] == 'a' ? cleaned : asItCame;
-      EXPECT_EQ(world.phone.takeMessages(),
-                Messages({{{"request", "playRadio"}, {"dataSource", sent}, {"type", type}}}));
-    }
+    screen.awake(stationContext({asItCame}, type));
+    screen->tableDidSelectRowAtIndex(*screen->radioTable, 0);
+    const PlistDictionary& sent = type[0] == 'a' ? cleaned : asItCame;
+    EXPECT_EQ(world.phone.takeMessages(),
+              Messages({{{"request", "playRadio"}, {"dataSource", sent}, {"type", type}}}));
   }
 }
 
@@ -142,14 +124,11 @@ TEST_F(StationList, ThePlayerOpensModallyWhenThePhoneAgrees) {
   EXPECT_TRUE(host.take().empty());
 }
 
-TEST_F(StationList, OddStationsAreUnnamedOnBothScreensAndThereIsAnEndToThem) {
-  ShownScreen<RadioInterfaceController> picker{world.platform, host};
-  picker.awake(stationContext(oddStations()));
-  EXPECT_EQ(takeLog(), Texts{"Only 2000 of 5000 rows are shown"});
-  EXPECT_EQ(picker->radioPicker->items().size(), 2000U);
-  for (std::ptrdiff_t i = 60; i >= 0; --i) picker->radioPicker->pick(i);
-  EXPECT_EQ(picker->titleLabel->text(), "");
-  list.awake(stationContext(oddStations()));
+TEST_F(StationList, ThereIsAnEndToTheStations) {
+  PlistArray odd;
+  for (const PlistValue& value : oneOfEachKind()) odd.append(value);
+  while (odd.size() < 5000) odd.append(PlistDictionary{{"title", "../../secret"}});
+  list.awake(stationContext(odd));
   ASSERT_EQ(rowCount(list), 2000U);
   list->radioImageFetched();
   EXPECT_EQ(takeLog(), Texts{"Only 2000 of 5000 rows are shown"});
@@ -211,28 +190,17 @@ TEST_F(StationPicker, OpensAtTheContextsIndexWithTheFirstStationsColour) {
   EXPECT_EQ(played(picker), *three.at(2));
   EXPECT_TRUE(picker->radioPicker->isFocused());
   EXPECT_EQ(picker->radioPicker->items()[1].title(), "two WAYS");
-  EXPECT_EQ(picker->radioPicker->items()[1].caption(), "two WAYS");
   EXPECT_EQ(picker->backgroundGroup->backgroundColor(), Color::ofBytes(255, 128, 0, 0.5F));
-  EXPECT_EQ(picker->backgroundGroup->backgroundImage(), ImageSource());
   EXPECT_EQ(picker->titleLabel->text(), "");  // until the crown moves
 }
 
-TEST_F(StationPicker, ArtworkComesFromMemoryThenFromDisk) {
-  const ImagePtr cached = picture(4, 4, 1);
-  writeArtwork("one_image.png", pngPicture(4, 4, 2));
-  writeArtwork("two_WAYS_image.png", pngPicture(4, 4, 3));
-  writeArtwork("three_image.png", asBytes("no picture"));
-  radio.addImageToCache(cached, "one_image.png");
-  picker.awake(stationContext(three));
-  EXPECT_EQ(imageOf(0), cached);
-  ASSERT_NE(imageOf(1), nullptr);
-  EXPECT_EQ(world.platform.imageCodec.pngRepresentation(*imageOf(1)), pngPicture(4, 4, 3));
-  EXPECT_EQ(imageOf(2), nullptr);
-  EXPECT_EQ(radio.getCachedImageForRadioName("two_WAYS_image.png"), nullptr);  // read, not kept
-}
-
 TEST_F(StationPicker, NewArtworkKeepsThePlaceUntilTheFirstDeactivation) {
+  const ImagePtr next = picture(4, 4, 1);
+  writeArtwork("two_WAYS_image.png", pngPicture(4, 4));
+  writeArtwork("three_image.png", asBytes("no picture"));
   picker.awake(stationContext(three, "artist"));
+  EXPECT_TRUE(imageOf(1) && !imageOf(2));
+  EXPECT_EQ(radio.getCachedImageForRadioName("two_WAYS_image.png"), nullptr);  // read, not kept
   EXPECT_EQ(picker->backgroundGroup->backgroundColor(), std::nullopt);
   EXPECT_EQ(picker->backgroundGroup->backgroundImage().name, "of the layout");
   picker->radioPicker->pick(1);
@@ -247,12 +215,12 @@ TEST_F(StationPicker, NewArtworkKeepsThePlaceUntilTheFirstDeactivation) {
   const auto observer = std::make_shared<int>();
   center.addObserver(observer, kNotificationFetchedRadioImage, [&](const Notification&) {
     // Artwork that was announced before the deactivation is shown, also where others had been announced.
-    if (++announced == 1) images->setObject(picture(4, 4), radio.getImageKey("two_WAYS_image.png"));
+    if (++announced == 1) images->setObject(next, radio.getImageKey("two_WAYS_image.png"));
     if (announced == 2) picker->didDeactivate();
   });
   for (int i = 0; i < 2; ++i) radio.addImageToCache(picture(4, 4), "three_image.png");
   world.settle();
-  EXPECT_NE(imageOf(1), nullptr);
+  EXPECT_EQ(imageOf(1), next);  // from memory, also where there is a file
   picker->willActivate();
   radio.addImageToCache(picture(4, 4), "one_image.png");
   world.settle();
@@ -264,7 +232,7 @@ TEST_F(StationPicker, ManyPicturesTakeLittleMemoryAndTheirArrivalLittleWork) {
   writeArtwork("new.png", pngPicture(8, 8));
   const std::string folder = artworkDirectory(world.platform.homeDirectory) + "/";
   PlistArray many;
-  for (int i = 0; i < 2000; ++i) {
+  for (int i = 0; i < 5000; ++i) {
     const std::string title = std::to_string(i);
     many.append(station(title.c_str()));
     if (i > 0 && i < 1900)
@@ -274,6 +242,7 @@ TEST_F(StationPicker, ManyPicturesTakeLittleMemoryAndTheirArrivalLittleWork) {
   picker.awake(stationContext(many));
   EXPECT_TRUE(imageOf(0) && imageOf(1899) && !imageOf(1900));
   EXPECT_EQ(images->reads, 2000);
+  EXPECT_EQ(takeLog(), Texts{"Only 2000 of 5000 rows are shown"});
   const auto first = picker->radioPicker->items()[0].contentImage();
   const ImagePtr arrived = WatchUtil::getImageForKey(world.platform, "new.png");
   for (int i = 1900; i < 2000; ++i) radio.addImageToCache(arrived, std::to_string(i) + "_image.png");

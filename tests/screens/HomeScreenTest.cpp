@@ -35,11 +35,10 @@ TEST_F(HomeScreen, TheMenuIsRebuiltByArtworkAndNothingElse) {
 
 TEST_F(HomeScreen, ARowTellsThePhoneAndThenOpensItsScreenWhateverThePhoneDoes) {
   world.phone.setActivationState(ActivationState::notActivated);
-  Messages told;
-  host.beforeEach = [&] { told = world.phone.takeMessages(); };
+  world.phone.onSend = [this](const auto&) { EXPECT_TRUE(host.take().empty()); };
   const auto expectOpened = [&](std::size_t row, const char* request, const char* opened) {
     home->tableDidSelectRowAtIndex(*home->table, row);
-    EXPECT_EQ(told, Messages({{{"request", request}}}));
+    EXPECT_EQ(world.phone.takeMessages(), Messages({{{"request", request}}}));
     EXPECT_EQ(host.take(), Texts{opened});
   };
   expectOpened(0, "open:playlist_home", "push PlaylistHomeView {}");
@@ -55,11 +54,9 @@ TEST_F(HomeScreen, ARowTellsThePhoneAndThenOpensItsScreenWhateverThePhoneDoes) {
 TEST_F(HomeScreen, OnlyTheRadioSegueWithStoredStationsHasAContext) {
   for (const PlistValue& stored : oneOfEachKind()) {
     defaults.setObject(stored, "featured_radios");
-    std::optional<PlistValue> expected;
-    if (stored.array() != nullptr && !stored.array()->empty()) {
-      expected = PlistDictionary{{"dataSource", stored}};
-    }
-    EXPECT_EQ(home->contextForSegueWithIdentifier("RadioHomeSegue"), expected);
+    const bool any = stored.array() != nullptr && !stored.array()->empty();
+    const PlistValue expected = any ? PlistDictionary{{"dataSource", stored}} : PlistValue();
+    EXPECT_EQ(home->contextForSegueWithIdentifier("RadioHomeSegue").value_or(PlistValue()), expected);
     EXPECT_EQ(home->contextForSegueWithIdentifier("radioHomeSegue"), std::nullopt);
   }
 }

@@ -28,27 +28,22 @@ class RecordingHost : public InterfaceHost {
  public:
   void titleDidChange(WKInterfaceController&) override {}
   void push(WKInterfaceController&, const std::string& name, const PlistValue& context) override {
-    add("push " + name + " " + description(context));
+    lines_.push_back("push " + name + " " + description(context));
   }
   void present(WKInterfaceController&, const std::vector<Page>& pages) override {
     std::string line = "present";
     for (const auto& [name, context] : pages) line += " " + name + " " + description(context);
-    add(line);
+    lines_.push_back(line);
   }
   void presentAlert(WKInterfaceController&, WKAlert alert) override {
     std::string line = "alert " + alert.title + ": " + alert.message;
     for (const WKAlertAction& action : alert.actions) line += " [" + action.title + "]";
-    add(line);
+    lines_.push_back(line);
   }
 
   std::vector<std::string> take() { return std::exchange(lines_, {}); }
-  std::function<void()> beforeEach = [] {};
 
  private:
-  void add(std::string line) {
-    beforeEach();
-    lines_.push_back(std::move(line));
-  }
   std::vector<std::string> lines_;
 };
 
@@ -78,8 +73,6 @@ class ShownScreen {
     screen_->attach(tree(connections_), host);
   }
   ~ShownScreen() { leave(); }
-  ShownScreen(const ShownScreen&) = delete;
-  ShownScreen& operator=(const ShownScreen&) = delete;
 
   Screen* operator->() const { return screen_.get(); }
   void awake(const PlistValue& context) { screen_->awakeWithContext(&context); }
@@ -165,8 +158,7 @@ struct ScreenTest : ::testing::Test {
   /// That a request is sent in the one good state of the phone, and its first fault told in every other.
   void expectReadinessCheck(const std::function<void()>& request) {
     for (int state = 7; state >= 0; --state) {
-      const bool activated = (state & 4) != 0;
-      const bool locked = (state & 2) == 0;
+      const bool activated = (state & 4) != 0, locked = (state & 2) == 0;
       world.phone.setActivationState(activated ? ActivationState::activated : ActivationState::inactive);
       world.phone.setLocked(locked);
       world.phone.setReachable((state & 1) != 0);

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <algorithm>
 #include <deque>
 #include <memory>
-#include <stdexcept>
-#include <vector>
 
 #include "platform/Queues.h"
 
@@ -15,40 +12,32 @@ namespace tunevale::test {
 class TestQueues {
  public:
   /// The queue may outlive this object.
-  std::unique_ptr<SerialQueue> make() { return std::make_unique<Queue>(queues_); }
+  std::unique_ptr<SerialQueue> make() { return std::make_unique<Queue>(blocks_); }
   /// Settles every queue; whether anything ran.
-  bool settle() {
-    const auto queues = *queues_;  // a block may make another queue
-    return std::ranges::count_if(queues, [](Queue* queue) { return queue->settle(); }) > 0;
-  }
+  bool settle() { return run(*blocks_); }
 
  private:
-  struct Queue : SerialQueue {
-    explicit Queue(std::shared_ptr<std::vector<Queue*>> all) : registry(std::move(all)) {
-      registry->push_back(this);
-    }
-    ~Queue() override {
-      std::erase(*registry, this);
-      settle();
-    }
-    void async(Block block) override { blocks.push_back(std::move(block)); }
-    void sync(const Block& block) override {
-      if (running) throw std::logic_error("a serial queue waits for itself");
-      settle();
+  using Blocks = std::deque<Block>;
+  static bool run(Blocks& blocks) {
+    const bool any = !blocks.empty();
+    while (!blocks.empty()) {
+      const Block block = std::move(blocks.front());
+      blocks.pop_front();
       block();
     }
-    bool settle() {
-      const bool ran = !blocks.empty();
-      running = true;
-      for (; !blocks.empty(); blocks.pop_front()) blocks.front()();
-      running = false;
-      return ran;
+    return any;
+  }
+  struct Queue : SerialQueue {
+    explicit Queue(std::shared_ptr<Blocks> ofAll) : blocks(std::move(ofAll)) {}
+    ~Queue() override { run(*blocks); }
+    void async(Block block) override { blocks->push_back(std::move(block)); }
+    void sync(const Block& block) override {
+      run(*blocks);
+      block();
     }
-    std::shared_ptr<std::vector<Queue*>> registry;
-    std::deque<Block> blocks;
-    bool running = false;
+    std::shared_ptr<Blocks> blocks;
   };
-  std::shared_ptr<std::vector<Queue*>> queues_ = std::make_shared<std::vector<Queue*>>();
+  const std::shared_ptr<Blocks> blocks_ = std::make_shared<Blocks>();
 };
 
 }  // namespace tunevale::test
