@@ -94,9 +94,10 @@ function(tunevale_library room)
   endif()
 endfunction()
 
-# tunevale_test(NAME sources... [USES libraries...]): one GoogleTest program, run by CTest case by case.
+# tunevale_test(NAME sources... [USES libraries...] [SECONDS n]): one GoogleTest program, one test of CTest's. Those that
+# take long under sanitizers say so, and start first.
 function(tunevale_test name)
-  cmake_parse_arguments(ARG "" "" "USES" ${ARGN})
+  cmake_parse_arguments(ARG "" "SECONDS" "USES" ${ARGN})
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
   target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/src" "${CMAKE_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE ${ARG_USES} GTest::gtest GTest::gtest_main Threads::Threads)
@@ -105,7 +106,7 @@ function(tunevale_test name)
   endif()
   tunevale_precompile(${name} tests ${TUNEVALE_STANDARD} <gtest/gtest.h> USES GTest::gtest)
   add_test(NAME ${name} COMMAND ${name})
-  set_tests_properties(${name} PROPERTIES TIMEOUT 120)
+  set_tests_properties(${name} PROPERTIES TIMEOUT 120 COST "${ARG_SECONDS}")
 endfunction()
 
 # tunevale_fuzz(NAME sources... [USES libraries...]): one libFuzzer program, built by the fuzz preset only.
