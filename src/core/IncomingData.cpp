@@ -128,10 +128,9 @@ void ExtensionDelegate::storeChart(PhoneSession& session, const PlistDictionary&
   if (!songs) return;
   UserDefaults& defaults = platform_.standardUserDefaults;
   // What the phone believes to be kept survives whatever happens next; a chart that does not is only shown.
-  const bool kept = defaults.setObject(PlistValue(*songs), kReceiveWeeklyTop15) &&
-                    defaults.setObject(PlistValue(chart), kReceiveWeeklyTop15Data) &&
-                    defaults.synchronizeAndWait();
-  if (kept) acknowledge(session, kReceiveWeeklyTop15);
+  const bool list = defaults.setObject(PlistValue(*songs), kReceiveWeeklyTop15);
+  const bool record = defaults.setObject(PlistValue(chart), kReceiveWeeklyTop15Data);
+  if (list && record && defaults.synchronizeAndWait()) acknowledge(session, kReceiveWeeklyTop15);
   announceChart(*songs);
 }
 

@@ -167,7 +167,7 @@ std::size_t Navigation::alertIndex() const {
 }
 
 bool Navigation::isUnseenPage(const WKInterfaceController* screen) const {
-  // Screens below the top and screens that were left are no pages that anybody may still turn to.
+  // The page that a level shows counts as seen, also below the top, and so does a screen that was left.
   for (const Level& level : levels_) {
     for (std::size_t i = 0; i < level.pages.size(); ++i) {
       if (level.pages[i].controller.get() == screen) return i != level.page;

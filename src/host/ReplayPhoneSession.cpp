@@ -27,6 +27,7 @@ bool comesFromPhone(EventKind kind) {
     case EventKind::context:
     case EventKind::file:
     case EventKind::userInfoFinished:
+    case EventKind::unpaired:
       return true;
     default:
       return false;
@@ -78,9 +79,10 @@ struct ReplayPhoneSession::State : std::enable_shared_from_this<State> {
   }
 
   void play(const RecordedEvent& event) {
-    if (event.kind == EventKind::state) {
-      reachable = event.reachable;
+    if (event.kind == EventKind::state || event.kind == EventKind::unpaired) {
+      reachable = event.reachable;  // nothing of the kind once the pairing has ended
       locked = event.locked;
+      if (event.kind == EventKind::unpaired) activated = false;
       if (options.changed) options.changed();
       return goOn();
     }

@@ -107,12 +107,15 @@ Session::Transfer Session::updateApplicationContext(const PlistDictionary& conte
   if (!isActivated()) return makeError(ErrorCode::notActivated);
   std::variant<Bytes, ErrorCode> body = encoded(context, kMostContext);
   if (const ErrorCode* error = std::get_if<ErrorCode>(&body)) return makeError(*error);
-  const MutexLock lock(contextMutex_);
-  Row row = core_->store().context();
-  if (row.number > 0 && row.body == std::get<Bytes>(body)) return row.number;
-  row.body = std::get<Bytes>(std::move(body));
-  ++row.number;
-  if (!core_->store().setContext(row)) return makeError(ErrorCode::insufficientSpace);
+  Row row;
+  {
+    const MutexLock lock(contextMutex_);
+    row = core_->store().context();
+    if (row.number > 0 && row.body == std::get<Bytes>(body)) return row.number;
+    row.body = std::get<Bytes>(std::move(body));
+    ++row.number;
+    if (!core_->store().setContext(row)) return makeError(ErrorCode::insufficientSpace);
+  }
   wake();
   return row.number;
 }

@@ -9,8 +9,28 @@ namespace {
 // Numbers of rows and versions: more than anyone counts to, and free of overflow.
 constexpr std::uint64_t kMostNumber = std::uint64_t{1} << 62;
 
+/// Of the known types alone: an unknown one is judged by its flag, whenever it comes.
 bool isAfterResume(FrameType type) {
-  return type >= FrameType::message && type <= FrameType::fileCancel && type != FrameType::resume;
+  switch (type) {
+    case FrameType::message:
+    case FrameType::reply:
+    case FrameType::messageError:
+    case FrameType::item:
+    case FrameType::ack:
+    case FrameType::nak:
+    case FrameType::gap:
+    case FrameType::context:
+    case FrameType::contextAck:
+    case FrameType::fileBegin:
+    case FrameType::fileData:
+    case FrameType::fileHave:
+    case FrameType::fileDone:
+    case FrameType::fileError:
+    case FrameType::fileCancel:
+      return true;
+    default:
+      return false;
+  }
 }
 
 /// As an unknown frame: skipped, unless it is critical.

@@ -140,7 +140,9 @@ TEST_F(Recording, ReplaysWhatWasHeardAndAnsweredAtThePaceThatIsAskedFor) {
   heardAfter(1600ms);
   EXPECT_EQ(extension.heard, kTold);
   EXPECT_EQ(endings, 1);
-  EXPECT_EQ(changes, 1) << "a state that stays the same is noted once";
+  EXPECT_EQ(changes, 2) << "a state that stays the same is noted once, and so is the end of the pairing";
+  EXPECT_EQ(session->activationState(), ActivationState::notActivated);
+  EXPECT_FALSE(session->isReachable());
   EXPECT_EQ(session->pendingRequests(), 0U);
   extension.ask(*session, "one");  // its answer was given already
   settle();
