@@ -59,9 +59,9 @@ std::optional<Bytes> ImageFiles::contentsOf(const Image& image) {
   struct stat status {};
   if (!file.isOpen() || ::fstat(file.get(), &status) != 0) return {};
   if (digestOf(image.path, status) != image.digest) return {};
+  // It may fail, on a file system that cannot be written: then the file just stays as old as it is.
   const std::array<timespec, 2> used{{{0, UTIME_NOW}, {0, UTIME_OMIT}}};
-  ::futimens(file.get(),
-             used.data());  // on a file system that cannot be written it just stays as old as it is
+  ::futimens(file.get(), used.data());
   return readFile(file, kMostImageBytes);
 }
 
