@@ -38,6 +38,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     world.strand.advance(std::chrono::seconds(20));
   }
   world.strand.run();
+  // A phone that unpairs ends the activation; the next one comes with the next pairing.
+  world.watch.session->activate();
   world.connectAndRun();
   world.watch.send(2);
   world.strand.advance(std::chrono::seconds(1));
