@@ -48,6 +48,15 @@ TEST(GoldenFiles, DecodeToWhatTheyHold) {
   EXPECT_GE(files, 17);
 }
 
+TEST(TaggedJson, IsExact) {
+  std::string error;
+  EXPECT_TRUE(fromTaggedJsonText(R"({"t":"data","v":"AAE="})", error));
+  for (const char* text : {R"({"t":"data","v":"AAF="})", R"({"t":"data","v":"AB=="})",
+                           R"({"t":"int","v":"1","x":1})", R"({"t":"null","v":1})"}) {
+    EXPECT_FALSE(fromTaggedJsonText(text, error)) << text;
+  }
+}
+
 // Golden files and the comparison with plistlib have leaves of every other size.
 TEST(Writers, RoundTrip) {
   using Reals = std::numeric_limits<double>;
@@ -64,6 +73,8 @@ TEST(Writers, RoundTrip) {
   expectBothRoundTrips(
       PlistArray{many, PlistDictionary{{"", many}, {"ключ", PlistArray{PlistArray{}, "", Bytes()}}}, 1, 1.0,
                  true, PlistValue()});
+  expectBothRoundTrips(
+      PlistArray{PlistDictionary{{"a", 1}, {"bc", 2}}, PlistDictionary{{"a", 1}, {"bd", 2}}});
   EXPECT_TRUE(std::signbit(readPropertyList(writePropertyList(-0.0))->real().value()));
 }
 

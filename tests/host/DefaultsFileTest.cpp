@@ -78,6 +78,10 @@ TEST_F(DefaultsFileTest, KeepsInMemoryWhatTheDiskRefusesAndTriesAgain) {
   disk.refusal = 0;
   EXPECT_TRUE(defaults.synchronizeAndWait());
   for (const char* key : {"old", "a", "b"}) EXPECT_TRUE(open().objectForKey(key)) << key;
+  disk.refusal = ENOSPC;
+  EXPECT_TRUE(defaults.setObject(PlistValue(3), "a"));
+  EXPECT_FALSE(defaults.synchronizeAndWait());
+  EXPECT_EQ(log.lines().size(), 2U) << "said again, once it was mended";
 }
 
 // One thing inside n lists, or in as many places as 2 to the n: few bytes, which share it.

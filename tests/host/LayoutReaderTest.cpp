@@ -63,7 +63,8 @@ TEST_F(LayoutReaderTest, RefusesWhatIsMissingTwiceOrSenseless) {
       {R"(<image name="dot"/>)", R"(<image name="../dot"/>)",
        "a name is made of letters, digits, hyphens and underscores"},
       {R"(style="title")", R"(style="&quot;>")", "a style name is made of letters, digits and hyphens"},
-      {R"(frames="2")", R"(frames="1e9")", "a sequence has 1 to 100 frames"},
+      {R"(frames="2")", R"(frames="101")", "a sequence has 1 to 100 frames"},
+      {R"(frames="2")", R"(frames="100")", "there is no file " + folder.imageFolder() + "/spin2.png"},
       {"<picker", nested + "<picker", "elements are nested too deep"},
   };
   for (const auto& [from, to, reason] : mistakes) {

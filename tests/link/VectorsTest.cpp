@@ -93,6 +93,7 @@ TEST(Vectors, PairingComesToTheSameNumbers) {
   ASSERT_TRUE(address && address->key && address->token);
   EXPECT_EQ(*address->key, channel.watch);
   EXPECT_EQ(inWords(*address), text(v, "address"));
+  EXPECT_EQ(fingerprint(KeyHash{std::byte{0xAB}}), "ab00 0000 0000 0000");
   for (const auto& [role, name] : {std::pair(Role::watch, "watch"), std::pair(Role::phone, "phone")}) {
     EXPECT_EQ(confirmationProof(channel, role, watchNonce, phoneNonce), bytes32(v.at("proof"), name));
     EXPECT_EQ(tokenProof(channel, role, *address->token), bytes32(v.at("tokenProof"), name));

@@ -213,8 +213,9 @@ TEST_F(FilesTest, GiveBackTheRoomThatTheyTook) {
   {
     RawPeer peer(world.strand, world.watch);
     EXPECT_EQ(peer.last(FrameType::fileBegin).id, 1U);
-    peer.send(FrameType::fileError, 1, PlistDictionary{{"code", 7015}});
+    peer.send(FrameType::fileError, 1, PlistDictionary{{"code", 7019}});
     world.strand.run();
+    EXPECT_EQ(world.watch.ear.finished.back(), "file 1 7019");
     EXPECT_EQ(queue(folder.path("file")), 0) << "refused";
     EXPECT_EQ(queue(large), 7015) << "not more than there was";
   }
