@@ -42,6 +42,7 @@ TEST_F(PlaylistScreen, ShowsItsSongsAndUntilTheFirstDeactivationEachNewChart) {
   EXPECT_EQ(row(0)->songName->text() + ", " + row(0)->songMeta->text(), "Salt & Pepper, Kitchen <3");
   EXPECT_EQ(row(0)->songData, first);
   EXPECT_TRUE(row(0)->downloadButton->isHidden());
+  EXPECT_FALSE(row(0)->downloadButton->tap());
   EXPECT_FALSE(row(1)->downloadButton->isHidden() || row(2)->downloadButton->isHidden());
   EXPECT_EQ(playlist->playlistImage->image().name, "wt15_art");
   EXPECT_EQ(playlist->backgroundGroup->backgroundImage().name, "wt15_bg");
