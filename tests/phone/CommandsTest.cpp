@@ -101,6 +101,8 @@ TEST_F(CommandsTest, StateKeepsTheLatestOfTheTrafficAndTellsOfChangesOnly) {
   EXPECT_EQ(world.changes, changes + 1);
   world.command(R"({"do":"set","locked":true,"reachable":false})");
   EXPECT_TRUE(world.watch.phoneLocked && !world.watch.phoneActive) << "the watch is told";
+  world.command(R"({"do":"set","pushes":true})");
+  EXPECT_EQ(world.watch.language, "english") << "what was kept back goes";
 }
 
 TEST(LineSplitterTest, CutsLinesWhereverTheBytesAreCut) {
