@@ -79,6 +79,7 @@ describe('command lines', { skip, concurrency: 4 }, () => {
   refused('tunevale-watch', () => [...fresh('f'), '--replay', join(folder, 'file')], /file is no recording/);
   refused('tunevale-watch', () => ['--replay', 'x', '--pair'], /nobody to pair with/);
   refused('tunevale-watch', () => ['--replay', 'x', '--link', '127.0.0.1:0'], /no link for --link/);
+  refused('tunevale-watch', () => ['--replay', 'x', '--record', 'y'], /no link for --record/);
   refused('tunevale-watch', () => ['--replay', 'x', '--replay-speed', '-1'], /takes 0 to 1000, not -1/);
   refused('tunevale-watch', () => ['--replay-speed', '2'], /is for --replay/);
   refused('tunevale-phone', () => [...fresh('d'), '--console', busyAt], /in use/);
