@@ -204,6 +204,7 @@ TEST(Pairing, APinOnOneSideOnlyIsSaidToBeIncomplete) {
     EXPECT_EQ(phone.reason, wireBreaks ? "took too long" : "the pairing could not be written down");
     EXPECT_EQ(world.pinned.has_value(), !wireBreaks);
     EXPECT_EQ(world.watch.status().step, wireBreaks ? Step::waiting : Step::incomplete);
+    EXPECT_EQ(world.watch.status().code, wireBreaks ? phone.code : "");
   }
 }
 
