@@ -15,6 +15,7 @@
 #include "host/ThreadQueue.h"
 #include "http/HttpServer.h"
 #include "http/TestClient.h"
+#include "link/SqliteStore.h"
 #include "phone/Console.h"
 #include "phone/Phone.h"
 #include "platform/PhoneSessionDelegate.h"
@@ -203,6 +204,14 @@ TEST_F(PhoneOverLink, AnotherKeyIsAnAlarmAndAnotherPairingTakesThePlace) {
     other->addObserver(otherNotes);
     other->start(pair);
   };
+  link::SqliteStore({.path = otherHome.path("link.sqlite"), .vfs = {}}, {}).setPin({});
+  startOther({});
+  EXPECT_GE(views.await("4 paired incomplete"), 1U) << "somebody takes this watch for another one";
+  other.reset();
+  command(R"({"do":"set","locked":true})");
+  EXPECT_GE(changes.await("unreachable"), 1U);
+  EXPECT_EQ(viewWords(session->pairing().view()), "4 paired") << "its phone is heard, so all is well";
+
   startOther(token());
   EXPECT_GE(otherNotes->notes.await(R"({"event":"link","connected":true)"), 1U);
   EXPECT_EQ(session->pairing().view().peer, other->keyHash());
