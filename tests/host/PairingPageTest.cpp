@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include "host/PairingDesk.h"
 #include "host/PairingPage.h"
 #include "host/QrCode.h"
+#include "link/ManualStrand.h"
+#include "link/SqliteStore.h"
 
 namespace tunevale::host {
 namespace {
@@ -50,6 +53,16 @@ TEST(PairingPage, ObeysOnlyWhatThePersonCanHaveMeant) {
   EXPECT_EQ(status(R"({"unpair":true})"), 0);
   EXPECT_EQ(status(R"({"dismiss":true})"), 0);
   EXPECT_EQ(control.did, "yes 482913 open close unpair dismiss ");
+}
+
+TEST(PairingDesk, KeepsTheWorseTroubleUntilItIsRead) {
+  link::ManualStrand strand;
+  link::SqliteStore store({}, {});
+  const auto nothing = [](const auto&...) {};
+  PairingDesk desk({strand, store, {}, {}, nothing, nothing, nothing});
+  for (const auto why : {link::Refusal::notKnown, link::Refusal::otherKey, link::Refusal::notKnown})
+    desk.rules().refused({why, {}, {}});
+  EXPECT_EQ(desk.view().trouble, PairingView::Trouble::otherKey);
 }
 
 // The finder patterns of ISO/IEC 18004 stand in three corners, inside a quiet zone of four squares.
