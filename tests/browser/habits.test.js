@@ -41,6 +41,13 @@ test('a tap shows at once and says on what; a disabled button keeps the focus an
   // What comes after has come, so nothing came before.
   await page.keyboard.press('Escape');
   assert.deepEqual(await watch.sent(), [{ back: true }]);
+
+  await page.evaluate(() => { globalThis.setTimeout = (...given) => { globalThis.later = given; }; });
+  watch.patch({ op: 'add', path: '/pairing', value: { step: 'comparing', code: '482913', caller: 'a1b2' } });
+  const yes = page.getByRole('button', { name: 'Yes, pair' });
+  assert.equal(await yes.isDisabled(), true, 'a tap may be meant for what was there before');
+  assert.ok(await page.evaluate(() => { globalThis.later[0](); return globalThis.later[1]; }) >= 500);
+  assert.equal(await yes.isEnabled(), true);
 });
 
 test('a patch touches only what it changes; a screen built anew from the same touches nothing', async ({ page }) => {
