@@ -72,10 +72,12 @@ test('a patch touches only what it changes; a screen built anew from the same to
 
   watch.patch({ op: 'replace', path: '/tree/children/0/rows/0/type', value: 'OtherRow' },
               { op: 'replace', path: '/tree/children/0/rows/0/tree/children/1',
-                value: { id: '0.0/1.1', kind: 'button', outlet: 'use', text: 'Use' } });
+                value: { id: '0.0/1.1', kind: 'button', outlet: 'use', label: 'Use',
+                         children: [{ id: '0.0/1.1.0', kind: 'label', text: 'Use' }] } });
   await page.locator('.table-row.OtherRow').getByRole('button', { name: 'Use' }).click();
   assert.deepEqual(await watch.sent(), [{ tap: { table: 'table', row: 0, outlet: 'use' } }]);
   assert.equal(await page.locator('.screen').innerText(), '2\nUse', 'what was of another kind has gone');
+  assert.equal(await page.locator('.select').getAttribute('aria-label'), '2', 'its button speaks for itself');
 });
 
 test('an alert takes the focus, keeps it, and gives it back to where it was', async ({ page }) => {
