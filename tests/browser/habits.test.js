@@ -136,10 +136,16 @@ test('turns of the crown are gathered, and a crown that nobody has scrolls', asy
   while (sent.at(-1)?.foreground !== false) sent.push(...await watch.sent());
   assert.equal(sent.slice(0, -1).reduce((sum, input) => sum + input.crown, 0), 2, JSON.stringify(sent));
 
-  watch.show(screenWith(list(Array.from({ length: 30 }, (_, i) => `Row ${i}`))));
+  const long = screenWith(list(Array.from({ length: 30 }, (_, i) => `Row ${i}`)));
+  watch.show(long);
   await page.getByText('Row 29').waitFor({ state: 'attached' });
   await page.keyboard.press('ArrowDown');
-  await page.waitForFunction(() => [...document.querySelectorAll('.screen')].at(-1).scrollTop > 20);
+  const scrolled = () => page.waitForFunction(() => document.querySelector('.screen:not([inert])').scrollTop > 20);
+  await scrolled();
+  watch.show(player());
+  await page.locator('.screen:not([inert])').getByText('Evening').waitFor();
+  watch.show(long);
+  await scrolled();  // as it was left
 });
 
 test('of two thousand stations only those near the selected one are drawn and asked for', async ({ page }) => {
