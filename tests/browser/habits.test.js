@@ -191,10 +191,13 @@ test('of two thousand stations only those near the selected one are drawn and as
 });
 
 test("the console's switches show what was asked for until the phone has answered", async ({ page }) => {
-  const state = { song: null, playing: false, volume: 5, queue: [], index: 0, languages: ['tamil'], language: 'tamil', log: [],
+  const log = ['silence', 'failure', 'error 7007', 'delivered', ''].map((result, n) => (
+    { n, at: 0, direction: 'in', transport: 'message', what: 'Hello', size: 5, result }));
+  const state = { song: null, playing: false, volume: 5, queue: [], index: 0, languages: ['tamil'], language: 'tamil', log,
                   switches: { locked: false, reachable: true, silent: false, failing: false, pushes: true, refuse: '' },
                   link: { connected: true, reachable: true }, pairing: { watch: 'a1b2', step: 'closed', trouble: null } };
   const phone = await openCanned(page, state, { path: '/phone' });
+  assert.deepEqual(await page.locator('#traffic-list .bad .result').allInnerTexts(), ['silence', 'failure', 'error 7007']);
   let count = 0;
   /** A state that is older than what was asked has been drawn. */
   const olderState = async () => {
