@@ -193,7 +193,9 @@ TEST_F(SessionTest, EndsWithItsPairingAndBeginsAnewWithTheNext) {
     pair.strand.advance(1s);
     std::ofstream(folder.path("file")) << std::string(1'000'000, 'x');
     pair.phone.session->transferFile(folder.path("file"), {});
+    pair.phone.session->updateApplicationContext({{"n", 1}});
     pair.strand.advance(100ms);
+    EXPECT_EQ(std::exchange(pair.phone.ear.delivered, 0), 1U);
     EXPECT_FALSE(fs::is_empty(pair.watch.spool.path())) << "on its way";
     const std::string run = pair.watch.session->state().peerRun;
     End& first = onWatch ? pair.watch : pair.phone;
@@ -221,7 +223,8 @@ TEST_F(SessionTest, EndsWithItsPairingAndBeginsAnewWithTheNext) {
     pair.strand.advance(500ms);
     EXPECT_EQ(pair.watch.ear.heard.back(), "unpaired") << "the next phone is waited for like the first";
     pair.connectAndRun();
-    EXPECT_EQ(pair.watch.ear.heard, (Lines{"activated", "unpaired", "activated", "info 7"}));
+    EXPECT_EQ(pair.watch.ear.heard, (Lines{"activated", "context 1", "unpaired", "activated", "info 7"}));
+    EXPECT_EQ(pair.phone.ear.delivered, 0U) << "the first phone's context is not sent to the next";
     EXPECT_EQ(pair.watch.session->state(), (LinkState{true, true, false, run}));
     EXPECT_EQ(pair.watch.outcomes, Lines{"7004"});
     activate(3);  // another in its place, without a word in between
@@ -328,6 +331,10 @@ TEST_F(SessionTest, BoundsWhatWaitsForAPeerThatDoesNotRead) {
   strand.advance(20s);
   EXPECT_LE(watch.ear.heard.size(), kMostUndelivered + 22) << "4 MiB of replies stop it";
   EXPECT_FALSE(watch.session->state().connected) << "each could wait for the other for ever";
+  connectAndRun();
+  phone.send(1);
+  strand.run();
+  EXPECT_EQ(phone.outcomes, Lines{"reply ?"}) << "the next peer does not pay for it";
   RawPeer pinging(strand, watch);
   pinging.setReading(false);
   for (int i = 0; i < 6000; ++i) pinging.send(FrameType::ping, 0, Bytes{});
@@ -337,6 +344,7 @@ TEST_F(SessionTest, BoundsWhatWaitsForAPeerThatDoesNotRead) {
 
 TEST_F(SessionTest, SlowsToTheSustainedRate) {
   connectAndRun();
+  strand.advance(20s);  // which saves up no more than the burst
   const Time start = strand.now();
   for (int n = 0; n < 1000; ++n) phone.send(n);
   strand.run();

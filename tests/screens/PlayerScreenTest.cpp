@@ -280,6 +280,9 @@ TEST_F(PlayerScreen, TheCrownSendsTenthsInSinglePrecisionButNotThePhonesOwnVolum
   world.phone.setSupported(false);
   player->volumePicker->pick(3);
   EXPECT_EQ(defaults.objectForKey("volume"), PlistValue(3.0));
+  defaults.setObject(std::nullopt, "volume");
+  player->volumePicker->pick(3);
+  EXPECT_FALSE(defaults.objectForKey("volume")) << "it was there already";
   EXPECT_TRUE(world.phone.takeMessages().empty());
 }
 
