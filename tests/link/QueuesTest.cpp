@@ -70,7 +70,9 @@ TEST_F(QueuesTest, MessagesOvertakeAFileAndACancelledOneIsForgottenOnBothEnds) {
 }
 
 TEST_F(QueuesTest, WhatComesTwiceOrMakesNoSenseIsAnsweredAndBlocksNothing) {
+  watch.session->updateApplicationContext({{"n", 1}});
   RawPeer peer(strand, watch);
+  EXPECT_EQ(peer.last(FrameType::context).id, 1U) << "the 7th of another numbering says nothing of it";
   peer.send(FrameType::item, 1, asBytes("no list"));
   for (int i = 0; i < 2; ++i) {
     peer.send(FrameType::item, 2, PlistDictionary{{"n", 2}});

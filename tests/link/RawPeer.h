@@ -15,7 +15,7 @@ class RawPeer : public StreamReceiver {
     PlistDictionary body;
   };
 
-  /// `introduces`: goes through the introduction and knows nothing of the end's queues.
+  /// `introduces`: goes through the introduction, with numbers of queues that are not the end's.
   RawPeer(ManualStrand& strand, End& end, bool introduces = true)
       : wire_(strand), stream_(wire_.takeFirst()) {
     stream_->start(*this);
@@ -23,7 +23,7 @@ class RawPeer : public StreamReceiver {
     if (!introduces) return;
     send(FrameType::hello, 0, introduction("phone"));
     send(FrameType::resume, 0,
-         PlistDictionary{{"epoch", ByteView{}}, {"item", 1}, {"file", 1}, {"context", 0}});
+         PlistDictionary{{"epoch", ByteView{}}, {"item", 1}, {"file", 1}, {"context", 7}});
     send(FrameType::state, 0, PlistDictionary{{"active", true}, {"locked", false}});
     send(FrameType::gap, 0, PlistDictionary{{"epoch", Bytes(16, std::byte{5})}, {"item", 1}, {"file", 1}});
     strand.run();
