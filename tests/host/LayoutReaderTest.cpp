@@ -66,6 +66,18 @@ TEST_F(LayoutReaderTest, RefusesWhatIsMissingTwiceOrSenseless) {
       {R"(frames="2")", R"(frames="101")", "a sequence has 1 to 100 frames"},
       {R"(frames="2")", R"(frames="100")", "there is no file " + folder.imageFolder() + "/spin2.png"},
       {"<picker", nested + "<picker", "elements are nested too deep"},
+      {R"(action="useRow")", R"(segue="S" to="Third" present="push")", "a row has no segues"},
+      {R"(<label outlet="name"/>)", R"(<label outlet="name"/><table/>)", "a row holds no table"},
+      {R"(action="act")", R"(action="act" segue="S")", "a button has an action or a segue, not both"},
+      {R"(present="modal")", R"(present="fade")", "a segue presents by push or modal"},
+      {R"(segue="AlertSegue" )", "", R"(only a segue has "to")"},
+      {R"(outlet="line")", R"(outlet="line" id="x")", "an element with an outlet needs no id"},
+      {R"(id="modalSegue")", R"(id="line")", R"(the id "line" is the name of an outlet)"},
+      {"<picker", R"(<slider minimum="2" maximum="2"/><picker)", "the minimum is not below the maximum"},
+      {"<row", "<label/><row", R"(a table holds rows, not "label")"},
+      {R"(<image name="dot"/>)", R"(<image name="dot"/><image name="dot"/>)",
+       R"(the image "dot" stands twice)"},
+      {R"(text="at first"/>)", R"(text="at first"><label/></label>)", R"("label" holds no other elements)"},
   };
   for (const auto& [from, to, reason] : mistakes) {
     const std::string refusal = refusalWith(from, to);
