@@ -79,8 +79,10 @@ struct Recording : testing::Test, test::World {
     phone.completeActivation(ActivationState::notActivated, SessionError{7005, "not paired"});
     phone.completeActivation();
     phone.setReachable(true);
-    session.noteState();
-    session.noteState();
+    for (const bool locked : {false, false, true, false}) {
+      phone.setLocked(locked);
+      session.noteState();
+    }
     clock += 1s;
     phone.deliverMessage({{"n", "hello"}});
     phone.deliverMessageData(asBytes("\x01raw"));
@@ -140,7 +142,7 @@ TEST_F(Recording, ReplaysWhatWasHeardAndAnsweredAtThePaceThatIsAskedFor) {
   heardAfter(1600ms);
   EXPECT_EQ(extension.heard, kTold);
   EXPECT_EQ(endings, 1);
-  EXPECT_EQ(changes, 2) << "a state that stays the same is noted once, and so is the end of the pairing";
+  EXPECT_EQ(changes, 4) << "a state that stays the same is noted once, and so is the end of the pairing";
   EXPECT_EQ(session->activationState(), ActivationState::notActivated);
   EXPECT_FALSE(session->isReachable());
   EXPECT_EQ(session->pendingRequests(), 0U);

@@ -143,6 +143,7 @@ TEST_F(RestartTest, NothingRefusedIsSaidToBeDeliveredWhenTheConnectionBreaks) {
   for (int i = 0; i < 17; ++i) large = PlistArray{large, large};
   phone.session->transferUserInfo({{"n", large}});
   phone.session->transferUserInfo({{"n", 2}});
+  phone.session->updateApplicationContext({{"n", 3}});
   phone.session->transferFile(phone.file(10), {{"n", 1}});
   fs::remove_all(watch.spool.path());  // nowhere to keep it
   wire = &WorldOf::connect({.delay = 1ms});
@@ -152,6 +153,7 @@ TEST_F(RestartTest, NothingRefusedIsSaidToBeDeliveredWhenTheConnectionBreaks) {
   phone.restart();
   connect();
   EXPECT_EQ(phone.ear.finished, (Lines{"info 1 7010", "info 2 ok", "file 1 ok"}));
+  EXPECT_EQ(phone.ear.delivered, 1U) << "said by RESUME";
   EXPECT_EQ(watch.ear.files.size(), 1U) << "offered once more";
   EXPECT_EQ(watch.kept->cursor().refused.size(), 1U);
   phone.session->transferUserInfo({{"n", 3}});
