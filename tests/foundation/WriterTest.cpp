@@ -48,15 +48,6 @@ TEST(GoldenFiles, DecodeToWhatTheyHold) {
   EXPECT_GE(files, 17);
 }
 
-TEST(TaggedJson, IsExact) {
-  std::string error;
-  EXPECT_TRUE(fromTaggedJsonText(R"({"t":"data","v":"AAE="})", error));
-  for (const char* text : {R"({"t":"data","v":"AAF="})", R"({"t":"data","v":"AB=="})",
-                           R"({"t":"int","v":"1","x":1})", R"({"t":"null","v":1})"}) {
-    EXPECT_FALSE(fromTaggedJsonText(text, error)) << text;
-  }
-}
-
 // Golden files and the comparison with plistlib have leaves of every other size.
 TEST(Writers, RoundTrip) {
   using Reals = std::numeric_limits<double>;

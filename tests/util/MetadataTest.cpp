@@ -110,7 +110,7 @@ TEST(SeasonNumber, ReadsStringsAndNumbersOfAnySize) {
   using Limits = std::numeric_limits<std::int32_t>;
   using Reals = std::numeric_limits<double>;
   const std::pair<std::int32_t, std::vector<PlistValue>> cases[] = {
-      {3, {"03"}},
+      {3, {"03", "+3"}},
       {-4, {" -4th"}},
       {-7, {-7}},
       {2, {2.9}},

@@ -64,6 +64,8 @@ def main():
         check_both_ways(random_value(chance))
     check_both_ways([[{"k": [random_value(chance) for _ in range(40)]}], {f"key {i}": i for i in range(300)}])
     check_both_ways(float("nan"))
+    null_in_words = '{"t":"str","v":"$null"}'
+    check(json.dumps(keyed.tagged(keyed.unarchive(run(["encode"], null_in_words.encode())))), "$null", "encode")
 
     date = datetime.datetime(2020, 1, 2)
     for value in ([date, "x"], {"huge": 2**64 - 1, "day": date}):
@@ -75,8 +77,8 @@ def main():
         run(["decode"], whole[:size], 3)
     run(["decode"], plistlib.dumps([1], fmt=plistlib.FMT_BINARY), 3)
     run(["--plain", "decode"], plistlib.dumps([1]), 3)
-    for text in ("", "{", "7", '{"t":"int","v":7}', '{"t":"int","v":"9223372036854775808"}', '{"t":"int","v":" 7"}',
-                 '{"t":"real","v":"0x1"}', '{"t":"real","v":"1e999"}', '{"t":"data","v":"YQ"}', '{"t":"data","v":"YR=="}',
+    for text in ("", "{", "7", '{"t":"int","v":7}', '{"t":"int","v":"9223372036854775808"}', '{"t":"int","v":" 7"}', '{"t":"int","v":"7x"}',
+                 '{"t":"real","v":"0x1"}', '{"t":"real","v":"1e999"}', '{"t":"data","v":"YQ"}', '{"t":"data","v":"YR=="}', '{"t":"data","v":"YWJ="}',
                  '{"t":"null","v":1}', '{"t":"str"}', '{"t":"str","v":"a","w":1}', '{"t":"date","v":"x"}',
                  '{"t":"dict","v":{"a\\nb":{"t":"arr","v":[{"t":"bool","v":1}]}}}', '{"t":"null"} x', '{"t":"str","v":"\xff"}',
                  '{"t":"arr","v":[' * 65 + '{"t":"null"}' + "]}" * 65):
