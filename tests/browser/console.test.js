@@ -45,6 +45,7 @@ test('what plays is shown with its artwork, and moves on', async ({ page }) => {
   await page.locator('.slider, .picker').and(page.locator('[aria-valuenow="0"]')).waitFor();
   for (let i = 0; i < 2; i++) await page.locator('#crown').press('ArrowUp');
   await eventually(async () => (await frame().locator('#volume').inputValue()) === '2', 'the console follows the crown');
+  await eventually(() => page.locator('.bar').evaluate((bar) => bar.style.getPropertyValue('--part') === '0.2'), 'and the bar');
 });
 
 test('switches do what they say, by keyboard', async ({ page }) => {

@@ -126,7 +126,7 @@ describe('wrong kinds', { skip }, () => {
         serial(dict({ cachedSongList: int('1'), pids: odd })),
       ];
       const { log } = await logged(async () => {
-        for (const context of contexts) await outcomes([tell('context', context)]);  // a later one would replace it
+        for (const context of [...contexts, contexts.at(-1)]) await outcomes([tell('context', context)]);  // each before the next
         return [];
       }, contexts.length);
       assert.equal(log.length, contexts.length);
