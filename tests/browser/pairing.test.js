@@ -27,6 +27,7 @@ test('a watch without a phone says so, and offers a QR code', async ({ page, wat
 
 test('two people who see the same code and say yes have paired, once the later one has', async ({ page, watch }) => {
   const phone = await startPhone('phone', { pairing: watch.link, more: ['--console', '127.0.0.1:0'] });
+  phone.child.stdin.end();  // a phone with a console goes on
   const consoleAt = await phone.line(/"console":"([^"]+)"/);
   const other = await here.context.newPage();
   await other.goto(consoleAt);

@@ -62,7 +62,7 @@ export class Watch extends Program {
    */
   static async start(home, { display = '127.0.0.1:0', link = '127.0.0.1:0', demo = false, pairing = false, more = [] } = {}) {
     const watch = new Watch(WATCH, ['--home', home, '--display', display, ...(link ? ['--link', link] : []),
-                                    ...(demo ? [] : ['--no-demo']), ...(pairing ? ['--pairing-token'] : []), ...more]);
+                                    ...(demo || pairing ? [] : ['--no-demo']), ...(pairing ? ['--pairing-token'] : []), ...more]);
     watch.url = await watch.line(/^Display: (http\S+)/);
     if (link) watch.link = await watch.line(/^Link: (\S+)/);
     if (pairing) watch.pairing = await watch.line(/^Pairing: (\S+)/);
