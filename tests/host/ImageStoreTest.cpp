@@ -69,7 +69,11 @@ TEST_F(ImageStoreTest, AnswersForPicturesOfLateUpToABudget) {
   EXPECT_NE(png(first), nullptr);
   bool answered = false;  // although it goes while it is encoded
   store_.encoded(second, [&](const ImageStore::Png& file) { answered = file != nullptr; });
-  for (std::uint32_t seed = 5; seed < 9; ++seed) show({large(seed)});
+  std::string latest = show({large(5)})[0];
+  for (std::uint32_t seed = 6; seed < 10; ++seed) {
+    const std::string shown = show({large(seed)})[0];
+    EXPECT_NE(png(std::exchange(latest, shown)), nullptr) << "those of long ago go first";
+  }
   EXPECT_EQ(png(first), nullptr);
   EXPECT_TRUE(answered);
   // Whatever is on the screen is there, however much.
