@@ -55,6 +55,7 @@ class HttpServerTest : public testing::Test {
         respond(Response::json(request.path + "?" + request.query));
       });
       server_->get("/under/exact", answer);
+      server_->post("/under/exact", answer);
       server_->post("/echo", [](const Request& request, const Respond& respond) {
         respond(Response::json(request.body));
       });
@@ -112,6 +113,7 @@ TEST_F(HttpServerTest, FindsRoutesSaysWhatElseItKnowsAndKeepsOthersOut) {
   EXPECT_EQ(bodyOf(ask("POST", "/echo", "", "hello")), "hello");
   const std::string head = ask("HEAD", "/under/exact");
   EXPECT_TRUE(bodyOf(head).empty() && head.find("Content-Length: 2\r\n") != std::string::npos) << head;
+  EXPECT_NE(ask("DELETE", "/under/exact").find("Allow: GET, HEAD, POST\r\n"), std::string::npos);
   const std::string refused = ask("DELETE", "/echo");
   EXPECT_EQ(bodyOf(refused), R"({"error":"this path does not know that method"})");
   for (const char* field : {"Allow: POST\r\n", "default-src 'none'", "frame-ancestors 'self'",

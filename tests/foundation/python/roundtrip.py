@@ -13,7 +13,7 @@ def run(arguments, data, status=0):
     done = subprocess.run([sys.argv[1], *arguments], input=data, capture_output=True, timeout=60, check=False)
     assert done.returncode == status and not (done.stdout if status else done.stderr), (arguments, data[:80], done)
     assert not status or done.stderr.endswith(b"\n") and done.stderr.count(b"\n") == 1, done
-    return done.stdout
+    return done.stderr if status else done.stdout
 
 
 def random_value(chance, depth=0):
@@ -83,6 +83,8 @@ def main():
                  '{"t":"dict","v":{"a\\nb":{"t":"arr","v":[{"t":"bool","v":1}]}}}', '{"t":"null"} x', '{"t":"str","v":"\xff"}',
                  '{"t":"arr","v":[' * 65 + '{"t":"null"}' + "]}" * 65):
         run(["encode"], text.encode("latin-1"), 3)
+    nested = b'{"t":"dict","v":{"a":{"t":"arr","v":[{"t":"null"},{"t":"dict","v":{"b":{"t":"int","v":"x"}}}]}}}'
+    assert b'["a"][1]["b"]: not a whole number' in run(["encode"], nested, 3)
     for arguments in ([], ["--plain"], ["decode", "encode"], ["decode", "file"], ["--version", "x"]):
         run(arguments, b"", 2)
     assert run(["--help"], b"").startswith(b"usage: tunevale-plist")
