@@ -25,10 +25,12 @@ test('a thousand screens opened and left keep memory where it was', { skip }, as
   };
   try {
     await eventually(async () => (await artworkIn(pair.home)).length === ARTWORK, 'all artwork');
-    const memory = await openAndLeave(WARM_UP);
-    const after = await openAndLeave(ROUNDS);
-    t.diagnostic(`resident ${memory} KiB, then ${after} KiB`);
-    assert.ok(after - memory < MOST_GROWTH_KIB, `${memory} KiB grew to ${after} KiB`);
+    const memory = [await openAndLeave(WARM_UP)];
+    // What a busy machine makes the allocator keep comes once; what screens leave behind comes with every thousand.
+    const grows = () => memory.length < 2 || memory.at(-1) - memory.at(-2) >= MOST_GROWTH_KIB;
+    while (grows() && memory.length < 4) memory.push(await openAndLeave(ROUNDS));
+    t.diagnostic(`resident ${memory.join(', then ')} KiB`);
+    assert.ok(!grows(), `it grew from ${memory.join(' to ')} KiB`);
     assert.equal((await goHome(watch)).identifier, 'Home');
     assert.deepEqual(strangeLines(watch.log), []);
   } finally {

@@ -5,7 +5,7 @@ import { test } from 'node:test';
 import { eventually, find, skip } from '../browser/support/programs.js';
 import { phoneState, randomFrom, startTalkativePair, strangeLines } from './support/watching.js';
 
-test('a fast spin, and the phone at once: both ends agree within a second, and quitting is in peace', { skip }, async () => {
+test('a fast spin, and the phone at once: both ends come to agree, and quitting is in peace', { skip }, async () => {
   const pair = await startTalkativePair();
   const { watch, phone } = pair;
   const random = randomFrom(1);
@@ -19,15 +19,13 @@ test('a fast spin, and the phone at once: both ends agree within a second, and q
       await new Promise(setImmediate);
     }
     await Promise.all(spin);
-    const end = performance.now();
     let agreedAt;
     await eventually(async () => {
       const [screen, state] = [await watch.screen(), await phoneState(phone)];
       const agree = shown(screen).every((volume) => volume === state.volume);
       agreedAt = agree ? agreedAt ?? performance.now() : undefined;
-      return performance.now() - end > 1500;
-    }, 'time to settle');
-    assert.ok(agreedAt - end < 1000, `they agreed after ${Math.round(agreedAt - end)} ms`);
+      return performance.now() - agreedAt > 1000;
+    }, 'a whole second in which they agree');
 
     // Under the address sanitizer this shows who lets go too late.
     await phone.do('set', { silent: true });
