@@ -20,12 +20,10 @@ const touched = async (page) => [...new Set(await page.evaluate(() => globalThis
 test('a tap shows at once and says on what; a disabled button keeps the focus and sends nothing', async ({ page }) => {
   const watch = await openCanned(page, screenWith(list(['One', 'Two <b>&amp;</b>'])));
   const row = page.getByRole('button', { name: 'Two <b>&amp;</b>, Second line' });
-  const taken = await row.evaluate((button) => {
-    const start = performance.now();
+  assert.ok(await row.evaluate((button) => {
     button.click();
-    return button.closest('.taken') && performance.now() - start;
-  });
-  assert.ok(taken !== null && taken < 100, `${taken} ms`);
+    return button.matches('.taken, .taken *');
+  }), 'before anything else');
   assert.deepEqual(await watch.sent(), [{ select: { table: 'table', row: 1 } }]);
   watch.say({ refused: 'no', input: {} });
   await page.locator('.table-row.refused').waitFor();
