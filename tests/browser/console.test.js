@@ -14,6 +14,7 @@ const song = () => frame().locator('#song').innerText();
 const top = (what) => here.page.locator(`.screen:not([inert])${what}`);
 
 test('a chart pushed from the console is on the watch, and what the watch asks is listed', async ({ page }) => {
+  await logged('chart_context').getByText('delivered').first().waitFor();
   await page.getByRole('button', { name: 'Weekly Top 15' }).click();
   await page.getByText('English  •  15 songs').waitFor();
   await button('Chart: Tamil').click();
