@@ -64,6 +64,7 @@ TEST(Writers, RoundTrip) {
   expectBothRoundTrips(
       PlistArray{many, PlistDictionary{{"", many}, {"ключ", PlistArray{PlistArray{}, "", Bytes()}}}, 1, 1.0,
                  true, PlistValue()});
+  // Keys that look alike to what remembers lists of keys.
   expectBothRoundTrips(
       PlistArray{PlistDictionary{{"a", 1}, {"bc", 2}}, PlistDictionary{{"a", 1}, {"bd", 2}}});
   EXPECT_TRUE(std::signbit(readPropertyList(writePropertyList(-0.0))->real().value()));

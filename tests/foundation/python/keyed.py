@@ -73,7 +73,7 @@ def unarchive(data):
     def resolve(reference):
         value = objects[reference.data]
         if not isinstance(value, dict):
-            return None if value == "$null" else value
+            return None if value == "$null" else value  # other readers take the bare text for nothing
         record = objects[value["$class"].data]
         name = record["$classname"]
         assert record["$classes"][0] == name and record["$classes"][-1] == "NSObject"
