@@ -204,10 +204,8 @@ TEST_F(HttpServerTest, RefusesStrangersOnItsWebSocketsAndPlainRequests) {
   for (const auto& [fields, status] : {std::pair(own, "101"),
                                        {own + "Origin: http://evil.example\r\n", "403"},
                                        {"Host: evil.example\r\n", "403"}}) {
-    const std::string head =
-        "GET /live HTTP/1.1\r\nConnection: Upgrade\r\nUpgrade: websocket\r\nSec-WebSocket-Version: 13\r\n"
-        "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n";
-    EXPECT_EQ(answerTo(server_.port(), head + fields + "\r\n", 12).substr(9), status) << fields;
+    const std::string request = "GET /live HTTP/1.1\r\n" + (kUpgradeFields + fields) + "\r\n";
+    EXPECT_EQ(answerTo(server_.port(), request, 12).substr(9), status) << fields;
   }
   EXPECT_EQ(statusOf(ask("GET", "/live")), 426);
   EXPECT_EQ(statusOf(ask("POST", "/live", "", "x")), 405);
@@ -216,7 +214,7 @@ TEST_F(HttpServerTest, RefusesStrangersOnItsWebSocketsAndPlainRequests) {
 TEST_F(HttpServerTest, GivesASlowReaderTheStateInsteadOfWhatItMissed) {
   TestWebSocket slow(server_.port(), "/live");
   EXPECT_EQ(slow.read(), "state 1");
-  slow.stream().next_layer().set_option(boost::asio::socket_base::receive_buffer_size(64 * 1024));
+  slow.client().socket().set_option(boost::asio::socket_base::receive_buffer_size(64 * 1024));
   // More than the sockets' buffers take, so that it stays under way.
   const std::string large(16 * 1024 * 1024, 'x');
   broadcast(large);
@@ -232,20 +230,14 @@ TEST_F(HttpServerTest, GivesASlowReaderTheStateInsteadOfWhatItMissed) {
 }
 
 TEST_F(HttpServerTest, BreaksWithWhoSendsTooMuchOrBytes) {
-  TestWebSocket large(server_.port(), "/live");
-  large.read();
-  boost::system::error_code error;
-  large.stream().write(boost::asio::buffer(std::string(kMaxBodyBytes + 1, 'x')), error);
-  boost::beast::flat_buffer buffer;
-  large.stream().read(buffer, error);
-  EXPECT_TRUE(error);
-
-  TestWebSocket bytes(server_.port(), "/live");
-  bytes.read();
-  bytes.stream().binary(true);
-  bytes.send("x");
-  bytes.stream().read(buffer, error);
-  EXPECT_EQ(bytes.stream().reason().code, boost::beast::websocket::close_code::unknown_data);
+  for (const auto& [message, kind, answer] :
+       {std::tuple(std::string(kMaxBodyBytes + 1, 'x'), TestWebSocket::kText, "closed 1009"),
+        {"x", TestWebSocket::kBytes, "closed 1003"}}) {
+    TestWebSocket live(server_.port(), "/live");
+    live.read();
+    live.send(message, kind);
+    EXPECT_EQ(live.read(), answer);
+  }
   EXPECT_EQ(clientCount(), 0U);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <stdexcept>
 #include <string>
 
 #include <boost/asio/connect.hpp>
@@ -7,9 +8,6 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/read.hpp>
 #include <boost/asio/write.hpp>
-#include <boost/beast/core/buffers_to_string.hpp>
-#include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/websocket/stream.hpp>
 
 namespace tunevale::http {
 
@@ -31,6 +29,8 @@ class TestClient {
     boost::asio::read(socket_, boost::asio::dynamic_buffer(bytes, most), ended);
     return bytes;
   }
+
+  boost::asio::ip::tcp::socket& socket() { return socket_; }
 
  private:
   boost::asio::io_context context_;
@@ -66,24 +66,53 @@ inline std::string bodyOf(const std::string& answer) {
   return end == std::string::npos ? "" : answer.substr(end + 4);
 }
 
-/// A WebSocket that reads when told to.
+/// What asks for a WebSocket, after the request line and the host (RFC 6455, 4.1).
+inline constexpr const char* kUpgradeFields =
+    "Connection: Upgrade\r\nUpgrade: websocket\r\nSec-WebSocket-Version: 13\r\n"
+    "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n";
+
+/// A WebSocket that reads when told to, with frames as in RFC 6455, 5.2.
 class TestWebSocket {
  public:
-  TestWebSocket(std::uint16_t port, const std::string& path) : stream_(context_) {
-    stream_.next_layer().connect({boost::asio::ip::make_address("127.0.0.1"), port});
-    stream_.handshake("127.0.0.1:" + std::to_string(port), path);
+  static constexpr unsigned char kText = 1, kBytes = 2, kClose = 8, kLast = 0x80, kMasked = 0x80;
+
+  TestWebSocket(std::uint16_t port, const std::string& path) : client_(port) {
+    client_.send("GET " + path + " HTTP/1.1\r\n" + hostLine(port) + kUpgradeFields + "\r\n");
+    std::string head, byte = "?";
+    for (; !byte.empty() && !head.ends_with("\r\n\r\n"); head += byte) byte = client_.readToEnd(1);
   }
+  /// The next whole message, or "closed CODE" (7.4) when that comes instead. Throws at the connection's end.
   std::string read() {
-    boost::beast::flat_buffer buffer;
-    stream_.read(buffer);
-    return boost::beast::buffers_to_string(buffer.data());
+    std::string message;
+    while (true) {
+      const std::string head = client_.readToEnd(2);
+      if (head.size() < 2) throw std::runtime_error("the connection has ended");
+      const auto first = static_cast<unsigned char>(head[0]);
+      std::uint64_t length = static_cast<unsigned char>(head[1]);
+      if (length > 125) length = number(client_.readToEnd(length == 126 ? 2 : 8));
+      message += client_.readToEnd(length);
+      if (first == (kLast | kClose)) return "closed " + std::to_string(number(message.substr(0, 2)));
+      if ((first & kLast) != 0) return message;
+    }
   }
-  void send(const std::string& text) { stream_.write(boost::asio::buffer(text)); }
-  boost::beast::websocket::stream<boost::asio::ip::tcp::socket>& stream() { return stream_; }
+  void send(const std::string& message, unsigned char kind = kText) {
+    const std::size_t size = message.size();
+    const std::size_t length = size < 126 ? size : size < 65536 ? 126 : 127;
+    std::string frame{static_cast<char>(kLast | kind), static_cast<char>(kMasked | length)};
+    for (int byte = length < 126 ? 0 : length == 126 ? 2 : 8; byte-- > 0;)
+      frame += static_cast<char>(size >> (8 * byte));
+    client_.send(frame + std::string(4, '\0') + message);  // a mask of zeros leaves the message as it is
+  }
+  TestClient& client() { return client_; }
 
  private:
-  boost::asio::io_context context_;
-  boost::beast::websocket::stream<boost::asio::ip::tcp::socket> stream_;
+  static std::uint64_t number(const std::string& bigEndian) {
+    std::uint64_t value = 0;
+    for (const char c : bigEndian) value = value << 8 | static_cast<unsigned char>(c);
+    return value;
+  }
+
+  TestClient client_;
 };
 
 }  // namespace tunevale::http
