@@ -15,7 +15,7 @@ namespace tunevale::host {
 namespace {
 
 // A picture's place in the map, roughly: so that many small ones count too.
-constexpr std::size_t kBookkeepingBytes = 256;
+constexpr std::size_t kPlaceBytes = 256;
 
 }  // namespace
 
@@ -25,7 +25,7 @@ struct ImageStore::State {
     std::uint64_t seen = 0;    // the latest screen it was on
     std::uint64_t served = 0;  // rises with each answer
     Png png;
-    std::size_t byteCount() const { return image->byteCount() + kBookkeepingBytes; }
+    std::size_t byteCount() const { return image->byteCount() + kPlaceBytes; }
   };
   std::map<std::string, Picture, std::less<>> pictures;
   std::map<std::string, std::vector<Answer>, std::less<>> waiting;  // for an encoding under way

@@ -10,10 +10,6 @@
 namespace tunevale::link {
 namespace {
 
-void require(bool worked) {
-  if (!worked) throw std::runtime_error("the cryptographic library failed");
-}
-
 unsigned char* raw(std::byte* bytes) {
   return reinterpret_cast<unsigned char*>(bytes);
 }
@@ -24,6 +20,10 @@ struct FreeMac {
 };
 
 }  // namespace
+
+void require(bool worked) {
+  if (!worked) throw std::runtime_error("the cryptographic library failed");
+}
 
 struct Sha256::State {
   State() : context(EVP_MD_CTX_new()) {}

@@ -12,6 +12,10 @@ namespace tunevale::link {
 /// 32 bytes: a SHA-256 (FIPS 180-4), an HMAC-SHA-256 (RFC 2104), a nonce or a key.
 using Bytes32 = std::array<std::byte, 32>;
 
+/// For calls of the library that fail only for want of memory or entropy: throws std::runtime_error then.
+/// Any thread.
+void require(bool worked);
+
 /// Of the parts one after the other. All of these throw std::runtime_error only when the library is out of
 /// memory or of entropy. Any thread.
 Bytes32 sha256(std::initializer_list<ByteView> parts);

@@ -24,10 +24,6 @@ constexpr std::size_t kMostIdentityFile = 16 * 1024;  // a key and a certificate
   throw std::runtime_error("cannot " + what + " " + path + ": " + std::generic_category().message(errno));
 }
 
-void require(bool worked) {
-  if (!worked) throw std::runtime_error("cannot make a key: the cryptographic library failed");
-}
-
 class Descriptor {
  public:
   explicit Descriptor(int number) : number_(number) {}

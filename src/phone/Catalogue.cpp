@@ -75,7 +75,7 @@ PlistDictionary songRecord(const SongRow& row, std::string_view language) {
                                         {"artistMap", artistMap(row)}}}};
 }
 
-PlistValue textOrNull(std::string_view text) {
+PlistValue plistTextOrNull(std::string_view text) {
   return text.empty() ? PlistValue() : PlistValue(text);
 }
 
@@ -83,8 +83,8 @@ PlistArray stationRecords(std::span<const StationRow> rows, std::string_view kin
   PlistArray stations;
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const StationRow& row = rows[i];
-    PlistDictionary moreInfo{{"color", textOrNull(row.color)},
-                             {"language", textOrNull(row.language)},
+    PlistDictionary moreInfo{{"color", plistTextOrNull(row.color)},
+                             {"language", plistTextOrNull(row.language)},
                              {"station_display_text", row.title}};
     moreInfo.set(kind == "artist" ? "artistid" : "featured_station_type",
                  kind == "artist" ? PlistValue(artistId(row.title)) : PlistValue("featured"));
