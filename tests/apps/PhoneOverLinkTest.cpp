@@ -224,7 +224,10 @@ TEST_F(PhoneOverLink, AnotherKeyIsAnAlarmAndAnotherPairingTakesThePlace) {
   EXPECT_EQ(session->pairing().unpair(), std::nullopt);
   startOther({});
   EXPECT_GE(views.await("0 alone incomplete"), 1U);
-  EXPECT_GE(otherNotes->notes.await(R"({"event":"pairing","watch":")"), 1U);
+  EXPECT_GE(
+      otherNotes->notes.await(R"({"event":"pairing","watch":")" + link::fingerprint(session->keyHash()) +
+                              R"(","step":"closed","code":null,"text":null,"trouble":"incomplete")"),
+      1U);
   other.reset();
 
   // With a third in its place, its call is one of a stranger.

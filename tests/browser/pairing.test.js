@@ -59,6 +59,8 @@ test('in terminals: without a yes on the phone too, the one before stays', async
   await eventually(() => phone.lines.some((line) => /"step":"comparing"/.test(line)), 'the phone asks');
   watch.child.stdin.write('yes\n');
   await page.getByText('Now say yes on the phone').waitFor();
+  phone.child.stdin.write('{"do":"state","ref":"no answer"}\n');
+  await eventually(() => phone.lines.some((line) => /"ref":"no answer"/.test(line)), 'a command is none');
   phone.child.stdin.write('\n');
   await page.getByText('Not paired').waitFor();
   await eventually(() => watch.lines.some((line) => /Code: \d{3} \d{3}.*\[y\/N\] Waiting for the phone/.test(line)), 'it asked');

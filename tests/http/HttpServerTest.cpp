@@ -77,9 +77,11 @@ class HttpServerTest : public testing::Test {
   }
 
   int state_ = 1;
+  std::string heard_;
   std::shared_ptr<WebSocketEndpoint> endpoint_ = std::make_shared<WebSocketEndpoint>(
       [this] { return "state " + std::to_string(state_); },
-      [](WebSocketClient& client, std::string_view text) {
+      [this](WebSocketClient& client, std::string_view text) {
+        heard_ = text;
         client.send(std::make_shared<const std::string>("echo " + std::string(text)));
       });
   ServerOnThread server_;
@@ -221,8 +223,12 @@ TEST_F(HttpServerTest, GivesASlowReaderTheStateInsteadOfWhatItMissed) {
   broadcast("missed");
   server_.onLoop([this] { state_ = 2; });
   broadcast("missed");
+  slow.send("meanwhile");
+  for (bool heard = false; !heard;) server_.onLoop([&] { heard = heard_ == "meanwhile"; });
   EXPECT_TRUE(slow.read() == large);
   EXPECT_EQ(slow.read(), "state 2");
+  slow.send("x");
+  EXPECT_EQ(slow.read(), "echo x") << "who has caught up is heard again";
   server_.onLoop([this] {  // the second while the first is under way
     for (const char* text : {"after", "and after"}) endpoint_->broadcast(text);
   });

@@ -99,6 +99,9 @@ TEST_F(CommandsTest, StateKeepsTheLatestOfTheTrafficAndTellsOfChangesOnly) {
   EXPECT_EQ(world.changes, changes) << "nothing is another than before";
   world.command(R"({"do":"volume","value":7})");
   EXPECT_EQ(world.changes, changes + 1);
+  world.command(R"({"do":"play_song","index":2})");
+  EXPECT_EQ(world.state().at("song").at("album").as_string(), "Salt & Cinder")
+      << "read, not shown as received";
   world.command(R"({"do":"set","locked":true,"reachable":false})");
   EXPECT_TRUE(world.watch.phoneLocked && !world.watch.phoneActive) << "the watch is told";
   world.command(R"({"do":"set","pushes":true})");

@@ -72,6 +72,10 @@ class ModelWatch : public phone::WatchLink {
   }
   void transferFile(const Bytes& contents, const PlistDictionary& metadata, Done done) override {
     files.push_back(contents);
+    if (failFiles > 0) {
+      --failFiles;
+      return strand_.post([done] { done({link::makeError(ErrorCode::deliveryFailed), {}, {}}); });
+    }
     waiting_.push_back([this, metadata, done] {
       ++counts["file"];
       takeFile(metadata);
@@ -107,6 +111,7 @@ class ModelWatch : public phone::WatchLink {
   // How the link behaves.
   bool answersMessageData = true;  // with error 7011, that is; otherwise never
   std::optional<ErrorCode> failNext;
+  int failFiles = 0;  // so many of those that come next
 
   std::map<std::string, int> counts;  // of what arrived, by its key or request
   std::vector<Bytes> files;

@@ -80,9 +80,11 @@ TEST_F(PushesTest, TheContextFollowsTheChartEvenWhenTheLinkNeverTellsOfIt) {
 TEST_F(PushesTest, WhatFailsIsTriedAgainButNotForEver) {
   for (const link::ErrorCode code : {link::ErrorCode::deliveryFailed, link::ErrorCode::sessionInactive}) {
     world.watch.failNext = code;
+    world.watch.failFiles = 5;  // what plays, and four pictures beside it
     world.start("run " + std::to_string(static_cast<int>(code)));
     world.strand.advance(seconds(2));
     expectWatchHas("english");
+    EXPECT_EQ(world.watch.nowPlayingArtwork, "eng001");
   }
   // Reachable by the link's last word, and yet everything fails.
   world.watch.cut();
