@@ -101,11 +101,13 @@ TEST_F(QueuesTest, WhatComesTwiceOrMakesNoSenseIsAnsweredAndBlocksNothing) {
                              {"size", 4.0},
                              {"metadata", "none"},
                              {"sha256", Bytes(31)},
-                             {"size", std::int64_t{kMostFile} + 1}}) {
+                             {"size", std::int64_t{kMostFile} + 1},
+                             {"metadata", PlistDictionary{{"b", Bytes(kMostMetadata)}}}}) {
     offer(wrong);
     peer.send(FrameType::fileData, 1, PlistDictionary{{"offset", 0}, {"data", Bytes(4)}});  // under way then
     strand.run();
-    EXPECT_EQ(peer.refusal(FrameType::fileError), wrong.second.integer() > 4 ? "1 7009" : "1 7010");
+    const bool isTooLarge = wrong.second.integer() > 4 || wrong.second.dictionary() != nullptr;
+    EXPECT_EQ(peer.refusal(FrameType::fileError), isTooLarge ? "1 7009" : "1 7010");
   }
   offer({"size", std::int64_t{kMostFile}});
   strand.run();
