@@ -143,6 +143,7 @@ TEST_F(FaultTable, F13BrokenObjects) {
       refuse(static_cast<char>(marker | 15) + "\x13"s + bigEndian(count, 8));
     }
   }
+  for (const int ofTwo : {0x60, 0xD0}) refuse(head(ofTwo, 6) + std::string(8, '\0'));
   refuse(std::string(300, 'x'), 1);  // an offset before the first object
 }
 

@@ -97,7 +97,8 @@ TEST(Writers, CutWhatIsNestedTooDeep) {
   const PlistValue part = nested(10, 7);
   const std::pair<PlistValue, PlistValue> cases[] = {
       {nested(64, PlistArray{7}), nested(64, PlistValue())},
-      {PlistArray{nested(60, part), part}, PlistArray{nested(60, nested(3, PlistValue())), part}}};
+      {PlistArray{nested(60, part), part}, PlistArray{nested(60, nested(3, PlistValue())), part}},
+      {PlistArray{part, nested(60, part)}, PlistArray{part, nested(60, nested(3, PlistValue()))}}};
   for (const auto& [deep, cut] : cases) {
     EXPECT_EQ(readPropertyList(writePropertyList(deep)), cut);
     EXPECT_EQ(unarchiveObjectWithData(archivedDataWithRootObject(deep)), cut);

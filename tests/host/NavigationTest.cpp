@@ -58,8 +58,10 @@ TEST_F(NavigationTest, DrivesEachScreenThroughItsLifeInOrder) {
   EXPECT_EQ(take(), (Lines{"< Second: awake alert", "Third: awake ", "Home: disappear", "Home: inactive",
                            "< Second: active"}));
   EXPECT_EQ(navigation.pageCount(), 2U);
+  EXPECT_EQ(navigation.backLabel(), "Second");
   const auto first = navigation.screen();
   EXPECT_TRUE(navigation.showPage(1));
+  EXPECT_EQ(navigation.backLabel(), "Close") << "this page's title says no way back";
   EXPECT_EQ(take(), (Lines{"< Second: disappear", "< Second: inactive", "Third: active"}));
   first->pushControllerWithName("Third", {});  // a late answer to the page that is not seen
   EXPECT_EQ(take(), (Lines{"Third: awake ", "Third: disappear", "Third: inactive", "Third: active"}));
