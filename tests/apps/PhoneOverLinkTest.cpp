@@ -259,6 +259,7 @@ TEST_F(PhoneOverLink, MovesToAnotherWatchAndStaysThereWhatAnAttemptToPairComesTo
   EXPECT_GE(views.await("0 alone"), 1U) << "the former watch is told";
   EXPECT_EQ(phone->watch(), other->keyHash());
   EXPECT_EQ(other->pairing().view().status.step, link::PairingStatus::Step::paired);
+  EXPECT_EQ(other->pairing().view().address, "") << "there is none while the window is closed";
 
   // The same command line again, with a token that is spent.
   phone.reset();

@@ -190,6 +190,7 @@ TEST_F(StationPicker, OpensAtTheContextsIndexWithTheFirstStationsColour) {
   EXPECT_EQ(played(picker), *three.at(2));
   EXPECT_TRUE(picker->radioPicker->isFocused());
   EXPECT_EQ(picker->radioPicker->items()[1].title(), "two WAYS");
+  EXPECT_EQ(picker->radioPicker->items()[1].caption(), "two WAYS");
   EXPECT_EQ(picker->backgroundGroup->backgroundColor(), Color::ofBytes(255, 128, 0, 0.5F));
   EXPECT_EQ(picker->titleLabel->text(), "");  // until the crown moves
 }
