@@ -106,6 +106,7 @@ test('without a mouse: from the face to a song and back', async ({ page, watch, 
   assert.equal((await watch.screen()).foreground, false);
   await page.keyboard.press('Enter');
   await page.locator('.watch-face').waitFor({ state: 'detached' });
+  assert.match(await named(), /^Crown/, 'the focus is back where it was');
   await tabTo(/^Weekly Top 15$/);
   await page.keyboard.press('Enter');
   await page.getByText('15 songs').waitFor();

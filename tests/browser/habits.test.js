@@ -84,6 +84,7 @@ test('an alert takes the focus, keeps it, and gives it back to where it was', as
     const { activeElement: here } = document;
     return here === document.body ? 'nothing' : (here.ariaLabel ?? here.dataset.scene ?? here.textContent);
   });
+  assert.equal(await page.locator('#name').innerText(), '', 'the way back stands in its place');
   const dialog = page.getByRole('alertdialog', { name: 'Tunevale' });
   const alert = async (message) => {
     watch.patch({ op: 'replace', path: '/alert', value: message && { title: 'Tunevale', message, actions: [{ title: 'OK' }] } });

@@ -20,6 +20,7 @@ struct PublisherTest : testing::Test {
   void fill(const std::string& title) {
     std::vector<WKPickerItem> items(300);
     for (WKPickerItem& item : items) item.setTitle(title);
+    items[0].setCaption("first");
     picker_.setItems(std::move(items));
     publisher_.markChanged();
   }
@@ -41,7 +42,9 @@ struct PublisherTest : testing::Test {
 };
 
 TEST_F(PublisherTest, SendsNothingWhenWhatWasRebuiltIsTheSame) {
-  EXPECT_EQ(json::parse(publisher_.greeting()).at_pointer("/screen/version"), 1);
+  const json::value greeting = json::parse(publisher_.greeting());
+  EXPECT_EQ(greeting.at_pointer("/screen/version"), 1);
+  EXPECT_EQ(greeting.at_pointer("/screen/tree/items/0/caption"), "first");
   fill("Station");
   EXPECT_TRUE(publish().is_null());
   picker_.setSelectedItemIndex(7);

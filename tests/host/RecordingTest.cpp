@@ -45,6 +45,7 @@ class Extension : public PhoneSessionDelegate {
   }
   void sessionDidReceiveFile(PhoneSession&, const ReceivedFile& file) override {
     const auto contents = PosixFiles().contentsAtPath(file.path);
+    std::filesystem::remove(file.path);  // it was lent, and may be taken
     heard.push_back("file " + word(file.metadata) + " " + std::string(asText(contents.value_or(Bytes{}))));
   }
   void ask(PhoneSession& session, const char* what) {
