@@ -44,7 +44,8 @@ test('what plays is shown with its artwork, and moves on', async ({ page }) => {
   await page.getByRole('button', { name: 'Play', exact: true }).waitFor();
   await frame().getByRole('slider', { name: 'Volume' }).press('Home');
   await page.locator('.slider, .picker').and(page.locator('[aria-valuenow="0"]')).waitFor();
-  for (let i = 0; i < 2; i++) await page.locator('#crown').press('ArrowUp');
+  await page.locator('#crown').press('ArrowUp');
+  for (const name of ['More', 'More', 'Less']) await page.getByRole('button', { name, exact: true }).click();
   await eventually(async () => (await frame().locator('#volume').inputValue()) === '2', 'the console follows the crown');
   await eventually(() => page.locator('.bar').evaluate((bar) => bar.style.getPropertyValue('--part') === '0.2'), 'and the bar');
 });
