@@ -40,6 +40,7 @@ test('what plays is shown with its artwork, and moves on', async ({ page }) => {
   await button('Next').click();
   await eventually(async () => (await song()) !== title, 'the next song');
   await top(' .title').getByText(await song()).waitFor();
+  assert.equal(await frame().locator('li[aria-current=true] .title').innerText(), await song());
   await button('Pause').click();
   await page.getByRole('button', { name: 'Play', exact: true }).waitFor();
   await frame().getByRole('slider', { name: 'Volume' }).press('Home');
