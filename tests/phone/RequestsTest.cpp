@@ -37,6 +37,9 @@ TEST_F(RequestsTest, AnEmptyQueueIsRefusedExceptForAnOfferOfTheChart) {
   }
   EXPECT_EQ(errorOf(world.ask("playMedia", {{"weekly_top_15", 1}})), "");
   expectCurrent("eng001");
+  world.command(R"({"do":"next"})");
+  EXPECT_EQ(errorOf(world.ask("playMedia", {{"weekly_top_15", 1}})), "");
+  expectCurrent("eng002");
 }
 
 TEST_F(RequestsTest, PlaysTheSentListFromTheSentPosition) {
