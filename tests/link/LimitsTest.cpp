@@ -129,6 +129,10 @@ TEST_F(LimitsTest, OfWhatASenderSendsAndQueues) {
     for (const int depth : {64, 65, 100'000})
       EXPECT_EQ(send(ofDepth(depth - containers)), depth == 64 ? 0 : 7010) << most << " " << depth;
   }
+  watch.ear.onMessage = [](const auto&, const auto& reply) { reply({}); };
+  const std::size_t before = watch.ear.heard.size(), times = kMostUndeliveredBytes / kMostMessage + 1;
+  for (std::size_t i = 0; i < times; ++i) ask(ofSize(kMostMessage));
+  EXPECT_EQ(watch.ear.heard.size(), before + times) << "each gives its room back";
   for (const std::size_t more : {0U, 1U}) {
     code = 0;
     watch.session->sendMessageData(Bytes(kMostMessageData + more), {}, failed);

@@ -189,8 +189,8 @@ TEST_F(StationPicker, OpensAtTheContextsIndexWithTheFirstStationsColour) {
   EXPECT_EQ(picker->radioPicker->selectedItemIndex(), 2U);
   EXPECT_EQ(played(picker), *three.at(2));
   EXPECT_TRUE(picker->radioPicker->isFocused());
-  EXPECT_EQ(picker->radioPicker->items()[1].title(), "two WAYS");
-  EXPECT_EQ(picker->radioPicker->items()[1].caption(), "two WAYS");
+  const WKPickerItem& item = picker->radioPicker->items()[1];
+  EXPECT_EQ(item.title() + ", " + item.caption(), "two WAYS, two WAYS");
   EXPECT_EQ(picker->backgroundGroup->backgroundColor(), Color::ofBytes(255, 128, 0, 0.5F));
   EXPECT_EQ(picker->titleLabel->text(), "");  // until the crown moves
 }

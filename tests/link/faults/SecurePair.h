@@ -68,8 +68,18 @@ struct SecureEnd : EndsThings, TlsEnd {
 
 /// A watch and a phone that know each other, over TLS and through a proxy on which things go wrong.
 struct SecurePair {
-  explicit SecurePair(const Timing& timing = TlsEnd::hasty());
-  bool becomesReachable(std::chrono::milliseconds within);
+  explicit SecurePair(const Timing& timing = TlsEnd::hasty())
+      : watch(Role::watch, timing), phone(Role::phone, timing) {
+    watch.meet(phone.identity.keyHash(), 0);
+    proxy.emplace(watch.listener->port());
+    phone.meet(watch.identity.keyHash(), proxy->port());
+    watch.loop.start();
+    phone.loop.start();
+  }
+  bool becomesReachable(std::chrono::milliseconds within) {
+    return watch.comes([this] { return watch.session->state().reachable; }, within) &&
+           phone.comes([this] { return phone.session->state().reachable; }, within);
+  }
 
   SecureEnd watch;
   SecureEnd phone;
