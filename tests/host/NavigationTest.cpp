@@ -60,6 +60,9 @@ TEST_F(NavigationTest, DrivesEachScreenThroughItsLifeInOrder) {
   EXPECT_EQ(navigation.pageCount(), 2U);
   EXPECT_EQ(navigation.backLabel(), "Second");
   const auto first = navigation.screen();
+  push("Third");
+  EXPECT_EQ(navigation.backLabel(), "Second") << "of the title below";
+  EXPECT_TRUE(navigation.back() && take().size() == 7);
   EXPECT_TRUE(navigation.showPage(1));
   EXPECT_EQ(navigation.backLabel(), "Close") << "this page's title says no way back";
   EXPECT_EQ(take(), (Lines{"< Second: disappear", "< Second: inactive", "Third: active"}));
