@@ -2,6 +2,7 @@
 #include <tuple>
 
 #include "core/CoreTest.h"
+#include "core/WKExtensionMain.h"
 #include "support/Pictures.h"
 
 namespace tunevale::test {
@@ -25,6 +26,7 @@ TEST_F(Lifecycle, LaunchActivatesTheSessionAndLoadsTheStations) {
   }
   EXPECT_THROW(phone.delegate(), std::logic_error);
   EXPECT_TRUE(phone.sentMessages().empty());
+  EXPECT_NE(WKExtensionMain(0, nullptr, {}), 0) << "there is nothing to run";
 }
 
 TEST_F(Lifecycle, EveryChangeOfGroundIsToldAndEveryBackgroundTaskCompleted) {

@@ -90,6 +90,7 @@ TEST_F(FaultTable, F13ListsWithABrokenFrame) {
   const std::string broken[] = {"", "<?xml version=\"1.0\"?><plist><dict/></plist>", begun, begun + zeros,
                                 std::string(1 << 20, '\0'), std::string(1000, '\xFF'),
                                 begun + "\x09\x08\x08" + trailer(1, 1, 2, 0, 9),  // two objects in one byte
+                                begun + "\x09\x08" + trailer(1, 1, 1, 0, 9).substr(1),  // the table within
                                 // Read as an object, the table is a text of 14 characters or an array of 14
                                 // references, and past the end.
                                 begun + std::string(0x5E - 8, '\0') + "\x5E" + trailer(1, 1, 1, 0, 0x5E),

@@ -72,10 +72,8 @@ class ModelWatch : public phone::WatchLink {
   }
   void transferFile(const Bytes& contents, const PlistDictionary& metadata, Done done) override {
     files.push_back(contents);
-    if (failFiles > 0) {
-      --failFiles;
+    if (std::exchange(failFile, false))
       return strand_.post([done] { done({link::makeError(ErrorCode::deliveryFailed), {}, {}}); });
-    }
     waiting_.push_back([this, metadata, done] {
       ++counts["file"];
       takeFile(metadata);
@@ -111,7 +109,7 @@ class ModelWatch : public phone::WatchLink {
   // How the link behaves.
   bool answersMessageData = true;  // with error 7011, that is; otherwise never
   std::optional<ErrorCode> failNext;
-  int failFiles = 0;  // so many of those that come next
+  bool failFile = false;  // the next one
 
   std::map<std::string, int> counts;  // of what arrived, by its key or request
   std::vector<Bytes> files;
