@@ -6,7 +6,6 @@ namespace tunevale::link {
 namespace {
 
 using namespace std::chrono_literals;
-namespace fs = std::filesystem;
 
 TEST(Unpairing, EndsTheSessionWhichBeginsAnewWithTheNextPhone) {
   const test::TemporaryFolder folder;
@@ -29,7 +28,7 @@ TEST(Unpairing, EndsTheSessionWhichBeginsAnewWithTheNextPhone) {
     pair.phone.session->updateApplicationContext({{"n", 1}});
     pair.strand.advance(100ms);
     EXPECT_EQ(std::exchange(pair.phone.ear.delivered, 0), 1U);
-    EXPECT_FALSE(fs::is_empty(pair.watch.spool.path())) << "on its way";
+    EXPECT_FALSE(std::filesystem::is_empty(pair.watch.spool.path())) << "on its way";
     const std::string run = pair.watch.session->state().peerRun;
     End& first = onWatch ? pair.watch : pair.phone;
     EXPECT_FALSE(first.session->unpair());
@@ -40,7 +39,7 @@ TEST(Unpairing, EndsTheSessionWhichBeginsAnewWithTheNextPhone) {
       EXPECT_EQ(end->session->state(), LinkState{});
       EXPECT_EQ(end->ear.states.back(), LinkState{});
       EXPECT_FALSE(end->store.peerIsLocked() || end->store.pin());
-      EXPECT_TRUE(fs::is_empty(end->spool.path()));
+      EXPECT_TRUE(std::filesystem::is_empty(end->spool.path()));
       end->send(1);
       EXPECT_EQ(std::get<Error>(end->session->transferUserInfo({})).code, ErrorCode::notActivated);
     }

@@ -228,6 +228,7 @@ TEST_F(PlayerScreen, EachButtonStartsTheChartInThePlaceholderUntilAnyAnswer) {
     EXPECT_EQ(ready(), all);
   }
   EXPECT_EQ(takeLog(), Texts(2, "Error handling message: away"));
+  EXPECT_EQ(host.take(), Texts{alert("No")});
   // The toggle of the play button stays, and the image that the spinner took is not put back.
   EXPECT_EQ(shown(), "Weekly Top 15|Hindi||1");
   player->nextButton->tap();
