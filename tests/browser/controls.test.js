@@ -91,7 +91,7 @@ test('stations: two pages by dots, keys and a swipe; a tap opens the player; the
 });
 
 test('without a mouse: from the face to a song and back', async ({ page, watch, phone }) => {
-  await page.getByRole('button', { name: 'My Player' }).waitFor();
+  await page.locator('.row-title').getByText('My Player').waitFor();
   const named = () => page.evaluate(() => document.activeElement.getAttribute('aria-label') ?? document.activeElement.textContent);
   const tabTo = async (pattern) => {
     for (let i = 0; i < 30; i++) {
