@@ -90,7 +90,8 @@ TEST_F(FaultTable, F13ListsWithABrokenFrame) {
   const std::string broken[] = {"", "<?xml version=\"1.0\"?><plist><dict/></plist>", begun, begun + zeros,
                                 std::string(1 << 20, '\0'), std::string(1000, '\xFF'),
                                 begun + "\x09\x08\x08" + trailer(1, 1, 2, 0, 9),  // two objects in one byte
-                                begun + "\x09\x08" + trailer(1, 1, 1, 0, 9).substr(1),  // the table within
+                                // The table in the first of the trailer's bytes, which nobody uses.
+                                begun + "\x09\x08" + trailer(1, 1, 1, 0, 9).substr(1),
                                 // Read as an object, the table is a text of 14 characters or an array of 14
                                 // references, and past the end.
                                 begun + std::string(0x5E - 8, '\0') + "\x5E" + trailer(1, 1, 1, 0, 0x5E),
@@ -144,6 +145,7 @@ TEST_F(FaultTable, F13BrokenObjects) {
       refuse(static_cast<char>(marker | 15) + "\x13"s + bigEndian(count, 8));
     }
   }
+  // Text and pairs of two bytes each, with room for as many single ones.
   for (const int ofTwo : {0x60, 0xD0}) refuse(head(ofTwo, 6) + std::string(8, '\0'));
   refuse(std::string(300, 'x'), 1);  // an offset before the first object
 }

@@ -171,7 +171,9 @@ TEST_F(HttpServerTest, ServesFilesAndOnlyThose) {
   for (const char* field :
        {"Content-Type: text/javascript; charset=utf-8\r\n", "Cache-Control: no-cache\r\n"})
     EXPECT_NE(answer.find(field), std::string::npos) << answer;
-  EXPECT_NE(ask("GET", "/web/sub/a.svg").find("Content-Type: image/svg+xml\r\n"), std::string::npos);
+  const std::string drawing = ask("GET", "/web/sub/a.svg");
+  EXPECT_NE(drawing.find("Content-Type: image/svg+xml\r\n"), std::string::npos);
+  EXPECT_EQ(bodyOf(drawing), "web/sub/a.svg");
   for (const char* path : {"/web/", "/web/sub", "/web/none.js", "/web/.hidden.js", "/web/notes.txt",
                            "/web/../secret.js", "/web/%2e%2e/secret.js", "/web/sub/../../secret.js",
                            "/web//app.js", "/web/..%2fsecret.js", "/web/%2Fetc/passwd", "/web/app.js/"})

@@ -78,20 +78,21 @@ class TestWebSocket {
 
   TestWebSocket(std::uint16_t port, const std::string& path) : client_(port) {
     client_.send("GET " + path + " HTTP/1.1\r\n" + hostLine(port) + kUpgradeFields + "\r\n");
-    std::string head, byte = "?";
-    for (; !byte.empty() && !head.ends_with("\r\n\r\n"); head += byte) byte = client_.readToEnd(1);
+    std::string head;
+    while (!head.ends_with("\r\n\r\n")) head += take(1);
+    if (statusOf(head) != 101) throw std::runtime_error("no WebSocket: " + head);
   }
   /// The next whole message, or "closed CODE" (7.4) when that comes instead. Throws at the connection's end.
   std::string read() {
     std::string message;
     while (true) {
-      const std::string head = client_.readToEnd(2);
-      if (head.size() < 2) throw std::runtime_error("the connection has ended");
+      const std::string head = take(2);
       const auto first = static_cast<unsigned char>(head[0]);
       std::uint64_t length = static_cast<unsigned char>(head[1]);
-      if (length > 125) length = number(client_.readToEnd(length == 126 ? 2 : 8));
-      message += client_.readToEnd(length);
-      if (first == (kLast | kClose)) return "closed " + std::to_string(number(message.substr(0, 2)));
+      if (length > 125) length = number(take(length == 126 ? 2 : 8));
+      const std::string payload = take(length);
+      if (first == (kLast | kClose)) return "closed " + std::to_string(number(payload.substr(0, 2)));
+      message += payload;
       if ((first & kLast) != 0) return message;
     }
   }
@@ -106,6 +107,12 @@ class TestWebSocket {
   TestClient& client() { return client_; }
 
  private:
+  /// Exactly so many bytes.
+  std::string take(std::size_t size) {
+    std::string bytes = client_.readToEnd(size);
+    if (bytes.size() < size) throw std::runtime_error("the connection has ended");
+    return bytes;
+  }
   static std::uint64_t number(const std::string& bigEndian) {
     std::uint64_t value = 0;
     for (const char c : bigEndian) value = value << 8 | static_cast<unsigned char>(c);

@@ -100,9 +100,9 @@ TEST_F(CommandsTest, StateKeepsTheLatestOfTheTrafficAndTellsOfChangesOnly) {
   world.command(R"({"do":"volume","value":7})");
   EXPECT_EQ(world.changes, changes + 1);
   world.command(R"({"do":"play_song","index":2})");
-  EXPECT_EQ(world.state().at("song").at("album").as_string(), "Salt & Cinder");
+  EXPECT_EQ(world.state().at("song").at("album").as_string(), "Salt & Cinder") << "no entities";
   world.command(R"({"do":"play_song","index":1})");
-  EXPECT_EQ(world.state().at("song").at("artist").as_string(), "The Quillon Tides");
+  EXPECT_EQ(world.state().at("song").at("artist").as_string(), "The Quillon Tides") << "no featured ones";
   world.command(R"({"do":"set","locked":true,"reachable":false})");
   EXPECT_TRUE(world.watch.phoneLocked && !world.watch.phoneActive) << "the watch is told";
   world.command(R"({"do":"set","pushes":true})");

@@ -57,7 +57,7 @@ TEST_F(PlayerTest, APauseKeepsThePlaceAndNextAndPreviousPlayAndStopAtTheEnds) {
   player.load(three, 1);
   player.play();
   wait(seconds(7));
-  player.play();  // as it does
+  player.play();  // it plays already, and goes on where it is
   for (int i = 0; i < 2; ++i) player.pause();
   wait(seconds(100));
   EXPECT_EQ(player.position(), seconds(7));

@@ -106,7 +106,7 @@ TEST_F(PushesTest, WhatFailsIsTriedAgainButNotForEver) {
 
 TEST_F(PushesTest, TheWatchFollowsThePlayerToTheEndOfTheQueue) {
   world.start();
-  world.watch.failFile = true;
+  world.watch.failFile = true;  // the artwork of what plays, which is tried again
   world.command(R"({"do":"play_song","index":13})");
   world.strand.advance(seconds(2));
   EXPECT_TRUE(world.watch.isPlaying);

@@ -79,7 +79,8 @@ export const list = (titles, colors = []) => ({
         { id: `0.0/${i}.0`, kind: 'label', outlet: 'headerTitle', style: 'row-title', text },
         { id: `0.0/${i}.1`, kind: 'label', outlet: 'subTitle', style: 'second-line', text: 'Second line' },
         { id: `0.0/${i}.2`, kind: 'label', outlet: 'unseen', text: 'Unseen', hidden: true },
-      ] } })) }] });
+      ] } })) }],
+});
 
 export const player = (more = {}) => screenWith({
   id: '0', kind: 'group', style: 'backdrop fill', outlet: 'bgGroupView', ...more, children: [
